@@ -10,7 +10,8 @@
 
 namespace velorin {
 
-static_assert(std::endian::native == std::endian::little, "stored numbers are little-endian and copied as they are");
+static_assert(std::endian::native == std::endian::little,
+              "stored numbers are little-endian and copied as they are");
 
 using Bytes = std::span<const std::byte>;
 
@@ -37,7 +38,8 @@ public:
     }
     [[nodiscard]] std::optional<Bytes> Take(std::uint64_t count) {
         if (count > remaining()) return std::nullopt;
-        const Bytes part = bytes_.subspan(static_cast<std::size_t>(position_), static_cast<std::size_t>(count));
+        const Bytes part =
+            bytes_.subspan(static_cast<std::size_t>(position_), static_cast<std::size_t>(count));
         position_ += count;
         return part;
     }

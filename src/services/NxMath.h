@@ -8,8 +8,8 @@
 //
 // World space is the host's: x right, y down, z away from the viewer, in pixels of the composition.
 // Vectors are rows: `v * M`, and in `A * B` the left factor acts first. A matrix is 16 floats, element
-// (row r, column c) at 4 * r + c, translation in 12 to 14. The same 16 floats read by OpenGL as a column-major
-// matrix for column vectors mean the same transform, so they are uploaded without transposing.
+// (row r, column c) at 4 * r + c, translation in 12 to 14. The same 16 floats read by OpenGL as a
+// column-major matrix for column vectors mean the same transform, so they are uploaded without transposing.
 
 namespace velorin {
 
@@ -31,34 +31,67 @@ struct Point4 {
     friend bool operator==(const Point4&, const Point4&) = default;
 };
 
-constexpr Point2 operator+(Point2 a, Point2 b) { return {a.x + b.x, a.y + b.y}; }
-constexpr Point2 operator-(Point2 a, Point2 b) { return {a.x - b.x, a.y - b.y}; }
-constexpr Point2 operator*(Point2 a, float s) { return {a.x * s, a.y * s}; }
+constexpr Point2 operator+(Point2 a, Point2 b) {
+    return {a.x + b.x, a.y + b.y};
+}
+constexpr Point2 operator-(Point2 a, Point2 b) {
+    return {a.x - b.x, a.y - b.y};
+}
+constexpr Point2 operator*(Point2 a, float s) {
+    return {a.x * s, a.y * s};
+}
 
-constexpr Point3 operator+(Point3 a, Point3 b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
-constexpr Point3 operator-(Point3 a, Point3 b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
-constexpr Point3 operator-(Point3 a) { return {-a.x, -a.y, -a.z}; }
-constexpr Point3 operator*(Point3 a, float s) { return {a.x * s, a.y * s, a.z * s}; }
-constexpr Point3 operator*(float s, Point3 a) { return a * s; }
-constexpr Point3 operator*(Point3 a, Point3 b) { return {a.x * b.x, a.y * b.y, a.z * b.z}; } // by component
-constexpr Point3& operator+=(Point3& a, Point3 b) { return a = a + b; }
-constexpr Point3& operator-=(Point3& a, Point3 b) { return a = a - b; }
-constexpr Point3& operator*=(Point3& a, float s) { return a = a * s; }
+constexpr Point3 operator+(Point3 a, Point3 b) {
+    return {a.x + b.x, a.y + b.y, a.z + b.z};
+}
+constexpr Point3 operator-(Point3 a, Point3 b) {
+    return {a.x - b.x, a.y - b.y, a.z - b.z};
+}
+constexpr Point3 operator-(Point3 a) {
+    return {-a.x, -a.y, -a.z};
+}
+constexpr Point3 operator*(Point3 a, float s) {
+    return {a.x * s, a.y * s, a.z * s};
+}
+constexpr Point3 operator*(float s, Point3 a) {
+    return a * s;
+}
+constexpr Point3 operator*(Point3 a, Point3 b) {
+    return {a.x * b.x, a.y * b.y, a.z * b.z};
+} // by component
+constexpr Point3& operator+=(Point3& a, Point3 b) {
+    return a = a + b;
+}
+constexpr Point3& operator-=(Point3& a, Point3 b) {
+    return a = a - b;
+}
+constexpr Point3& operator*=(Point3& a, float s) {
+    return a = a * s;
+}
 
-[[nodiscard]] constexpr float Dot(Point3 a, Point3 b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
+[[nodiscard]] constexpr float Dot(Point3 a, Point3 b) {
+    return a.x * b.x + a.y * b.y + a.z * b.z;
+}
 [[nodiscard]] constexpr Point3 Cross(Point3 a, Point3 b) {
     return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
-[[nodiscard]] constexpr float LengthSquared(Point3 a) { return Dot(a, a); }
-[[nodiscard]] inline float Length(Point3 a) { return std::sqrt(Dot(a, a)); }
+[[nodiscard]] constexpr float LengthSquared(Point3 a) {
+    return Dot(a, a);
+}
+[[nodiscard]] inline float Length(Point3 a) {
+    return std::sqrt(Dot(a, a));
+}
 // The zero vector stays zero.
 [[nodiscard]] inline Point3 Normalized(Point3 a) {
     const float length = Length(a);
     return length > 0 ? a * (1 / length) : a;
 }
-[[nodiscard]] constexpr Point3 Mix(Point3 a, Point3 b, float t) { return a * (1 - t) + b * t; }
+[[nodiscard]] constexpr Point3 Mix(Point3 a, Point3 b, float t) {
+    return a * (1 - t) + b * t;
+}
 
-// Hamilton's product in `a * b`. As a rotation it turns row vectors (ToMatrix), so the left factor acts first.
+// Hamilton's product in `a * b`. As a rotation it turns row vectors (ToMatrix), so the left factor acts
+// first.
 struct Quaternion {
     float x = 0, y = 0, z = 0, w = 1;
     friend bool operator==(const Quaternion&, const Quaternion&) = default;
@@ -158,7 +191,8 @@ struct Matrix {
 
 // Of the upper left 3 by 3; negative for a mirroring transform.
 [[nodiscard]] constexpr float Determinant3(const Matrix& a) {
-    return a(0, 0) * (a(1, 1) * a(2, 2) - a(1, 2) * a(2, 1)) - a(0, 1) * (a(1, 0) * a(2, 2) - a(1, 2) * a(2, 0)) +
+    return a(0, 0) * (a(1, 1) * a(2, 2) - a(1, 2) * a(2, 1)) -
+           a(0, 1) * (a(1, 0) * a(2, 2) - a(1, 2) * a(2, 0)) +
            a(0, 2) * (a(1, 0) * a(2, 1) - a(1, 1) * a(2, 0));
 }
 
