@@ -1,0 +1,51 @@
+#pragma once
+
+#include "services/NxMath.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <vector>
+
+namespace examples {
+
+using velorin::Point3;
+
+// Linear or display values, row 0 at the top; u and v of a sampler run 0 to 1 from the left and the top.
+struct Picture {
+    int width = 0, height = 0;
+    std::vector<Point3> pixels;
+    [[nodiscard]] Point3& at(int x, int y) {
+        return pixels[static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
+                      static_cast<std::size_t>(x)];
+    }
+    [[nodiscard]] const Point3& at(int x, int y) const {
+        return pixels[static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
+                      static_cast<std::size_t>(x)];
+    }
+};
+
+[[nodiscard]] Picture Paint(int width, int height, const std::function<Point3(float u, float v)>& color);
+
+// A tangent-space normal map of a height field (1 unit of height a pixel at strength 1); both sides wrap.
+[[nodiscard]] Picture NormalMap(int width, int height, float strength,
+                                const std::function<float(float u, float v)>& heightAt);
+
+// 8-bit PNG, values clamped to 0..1. False with a line on stderr when it cannot be written.
+[[nodiscard]] bool WritePng(const Picture& picture, const std::filesystem::path& path);
+// Radiance RGBE. G. Ward, "Real pixels", Graphics Gems II, 1991.
+[[nodiscard]] bool WriteHdr(const Picture& picture, const std::filesystem::path& path);
+
+// Smooth value noise in 0..1, periodic after `period` cells on both axes, and a sum of octaves of it.
+[[nodiscard]] float Noise(float x, float y, int period, std::uint32_t seed);
+[[nodiscard]] float Fractal(float u, float v, int period, int octaves, std::uint32_t seed);
+// Distance to the nearest and second nearest point of a jittered grid. S. Worley, "A cellular texture basis",
+// 1996.
+struct Cells {
+    float nearest, second;
+};
+[[nodiscard]] Cells Cellular(float u, float v, int period, std::uint32_t seed);
+
+[[nodiscard]] float SmoothStep(float low, float high, float x);
+
+} // namespace examples

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <filesystem>
+
+// Each writes the assets of one example project into a folder; false when a file could not be written.
+namespace examples {
+
+[[nodiscard]] bool MakeStudio(const std::filesystem::path& folder); // environment maps and ground textures
+[[nodiscard]] bool MakeVase(const std::filesystem::path& folder);
+[[nodiscard]] bool MakeWatch(const std::filesystem::path& folder);
+[[nodiscard]] bool MakeGlass(const std::filesystem::path& folder);
+
+} // namespace examples
