@@ -123,21 +123,19 @@ bool MakeGlass(const std::filesystem::path& folder) {
         glass.material(marble.material);
         glass.sphere(marble.center, marble.radius, 96);
     }
-    if (!glass.write(folder / "glass.obj", "Pieces of coloured glass")) return false;
-
     // A round table top with the soft darkening of what stands on it.
-    Solid table;
-    table.group("Table");
-    table.material("Table");
-    table.surface(96, 48, [](float u, float v) {
-        const float a = -2 * kPi * u, r = 300 * (1 - v);
+    glass.transform({});
+    glass.group("Table");
+    glass.material("Table");
+    glass.surface(96, 48, [](float u, float v) {
+        const float a = -2 * kPi * u, r = 260 * (1 - v);
         return Point3{r * std::cos(a), -0.4f - 0.00002f * r * r, r * std::sin(a)};
     });
-    table.material("Rim");
-    table.lathe(
-        {{0, -24}, {150, -24}, {290, -24}, {298, -21}, {302, -14}, {303, -8}, {301.5f, -3.6f}, {300, -2.2f}},
+    glass.material("Rim");
+    glass.lathe(
+        {{0, -22}, {150, -22}, {250, -22}, {258, -19}, {262, -13}, {263, -8}, {261.5f, -3.6f}, {260, -1.8f}},
         160, 64);
-    if (!table.write(folder / "table.obj", "A round table top")) return false;
+    if (!glass.write(folder / "glass.obj", "Pieces of coloured glass on a round table")) return false;
 
     const struct {
         float x, z, radius;
@@ -146,9 +144,9 @@ bool MakeGlass(const std::filesystem::path& folder) {
     const Picture top = Paint(1024, 1024, [&](float u, float v) {
         // The table's own polar texture: u round, v from the rim (bottom of the picture is v = 0) to the
         // middle.
-        const float a = -2 * kPi * u, r = 300 * v;
+        const float a = -2 * kPi * u, r = 260 * v;
         const float x = r * std::cos(a), z = r * std::sin(a);
-        const float grain = Fractal(0.5f + x / 600, 0.5f + z / 600, 24, 4, 8);
+        const float grain = Fractal(0.5f + x / 520, 0.5f + z / 520, 24, 4, 8);
         float light = 1;
         for (const auto& foot : feet) {
             const float d = std::hypot(x - foot.x, z - foot.z);
