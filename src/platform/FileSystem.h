@@ -29,13 +29,12 @@ struct FileFacts {
 [[nodiscard]] std::optional<FileFacts> GetFileFacts(const std::string& path);
 
 // A file that is created new and written from front to back. The functions return 0 or the system's error
-// number. CreateNewFile fails when the path exists; SyncFile waits until the bytes stand on the disk.
-[[nodiscard]] int CreateNewFile(const std::string& path, unsigned permissions, int& file);
+// number. CreateNewFile fails when the path exists; the file gets the permissions that `like` has, or the
+// default ones when there is no such file. SyncFile waits until the bytes stand on the disk.
+[[nodiscard]] int CreateNewFile(const std::string& path, const std::string& like, int& file);
 [[nodiscard]] int WriteAll(int file, const void* bytes, std::uint64_t size);
 [[nodiscard]] int SyncFile(int file);
 [[nodiscard]] int CloseFile(int file);
-// Permission bits of a file, or those that a new file gets by default.
-[[nodiscard]] unsigned PermissionsFor(const std::string& path);
 // What a symbolic link at the end of `path` finally points at; `path` itself when it is none.
 [[nodiscard]] std::string ResolveLink(const std::string& path);
 

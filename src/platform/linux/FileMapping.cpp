@@ -1,0 +1,81 @@
+#include "platform/FileMapping.h"
+
+#include "platform/FileSystem.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <limits>
+
+namespace velorin {
+namespace {
+
+// Sets the file's length to exactly `length` (exact) or at least `length`, with disk space behind the new
+// bytes.
+int SetLength(int file, std::uint64_t present, std::uint64_t length, bool exact) {
+    if (length > static_cast<std::uint64_t>(std::numeric_limits<off_t>::max())) return EFBIG;
+    if (length < present) return exact && ftruncate(file, static_cast<off_t>(length)) != 0 ? errno : 0;
+    if (length == present) return 0;
+    const int error =
+        posix_fallocate(file, static_cast<off_t>(present), static_cast<off_t>(length - present));
+    if (error == EOPNOTSUPP || error == EINVAL)
+        return ftruncate(file, static_cast<off_t>(length)) != 0 ? errno : 0;
+    if (error != 0 && ftruncate(file, static_cast<off_t>(present)) != 0) return errno;
+    return error;
+}
+
+int Map(FileAccess access, std::uint64_t offset, std::uint64_t size, FileMapping& mapping) {
+    const bool writable = access == FileAccess::ReadWrite;
+    struct stat facts {};
+    if (fstat(mapping.file, &facts) != 0) return errno;
+    if (S_ISDIR(facts.st_mode)) return EISDIR;
+    if (!S_ISREG(facts.st_mode)) return EINVAL; // a pipe or device has no bytes to map, and may never end
+    std::uint64_t length = static_cast<std::uint64_t>(facts.st_size);
+    if (size > std::numeric_limits<std::uint64_t>::max() - offset) return EFBIG;
+    if (writable && size != 0) {
+        const int error = SetLength(mapping.file, length, offset + size, offset == 0);
+        if (error != 0) return error;
+        if (length < offset + size || offset == 0) length = offset + size;
+    }
+    if (offset > length || size > length - offset) return EINVAL;
+    mapping.size = size != 0 ? size : length - offset;
+    if (mapping.size == 0) return 0;
+
+    const std::uint64_t granularity = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+    const std::uint64_t lead = offset % granularity;
+    if (mapping.size > std::numeric_limits<std::size_t>::max() - lead) return ENOMEM;
+    mapping.mappingLength = static_cast<std::size_t>(mapping.size + lead);
+    void* base = mmap(nullptr, mapping.mappingLength, writable ? PROT_READ | PROT_WRITE : PROT_READ,
+                      writable ? MAP_SHARED : MAP_PRIVATE, mapping.file, static_cast<off_t>(offset - lead));
+    if (base == MAP_FAILED) return errno;
+    mapping.mappingBase = base;
+    mapping.view = static_cast<std::byte*>(base) + lead;
+    return 0;
+}
+
+} // namespace
+
+bool OpenFileMapping(const std::string& path, FileAccess access, std::uint64_t offset, std::uint64_t size,
+                     FileMapping& mapping, std::string& reason) {
+    mapping = {};
+    // Without O_NONBLOCK, opening a named pipe would wait for its other end.
+    const int flags =
+        (access == FileAccess::ReadWrite ? O_RDWR | O_CREAT : O_RDONLY) | O_CLOEXEC | O_NONBLOCK;
+    mapping.file = open(path.c_str(), flags, 0666);
+    int error = mapping.file < 0 ? errno : Map(access, offset, size, mapping);
+    if (error == 0) return true;
+    CloseFileMapping(mapping);
+    reason = ErrorText(error);
+    return false;
+}
+
+void CloseFileMapping(FileMapping& mapping) {
+    if (mapping.mappingBase) munmap(mapping.mappingBase, mapping.mappingLength);
+    if (mapping.file >= 0) close(mapping.file);
+    mapping = {};
+}
+
+} // namespace velorin
