@@ -1,0 +1,61 @@
+#pragma once
+
+#include "core/document/Retained.h"
+#include "core/document/SceneMaterial.h"
+#include "core/document/SceneModel.h"
+#include "core/document/TextureChannel.h"
+#include "services/ByteReader.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace velorin {
+
+class AssetContext;
+
+inline constexpr const char* kDefaultEnvironmentPath = "Materials/Environment/Basic_2K/Basic_2K_03.jpg";
+inline constexpr const char* kThumbnailEnvironmentPath = "Materials/Material_Thumbnail_Env.jpg";
+
+// Everything that a user sets up: the tree of models, the list of materials and the environment map.
+class Scene {
+public:
+    explicit Scene(AssetContext* assets = nullptr);
+    ~Scene();
+    Scene(const Scene&) = delete;
+    Scene& operator=(const Scene&) = delete;
+
+    AssetContext* context;                     // handed to every model and material that is read
+    std::vector<Ref<SceneModel>> models;       // top level, in order
+    std::vector<Ref<SceneMaterial>> materials; // a material's position is its identity in the document
+    TextureChannel environment;
+    TextureChannel thumbnailEnvironment; // of pictures of presets; not stored
+
+    // Drops all models and materials; the environment stays.
+    void Clear();
+    // Shares the models and materials of `other` and copies its environment.
+    void CopyFrom(const Scene& other);
+    // A document of its own: copies of all models and materials, bound to each other.
+    void DeepCopyFrom(const Scene& other);
+
+    // All models of the tree, a folder before its contents; pointers are borrowed.
+    [[nodiscard]] std::vector<SceneModel*> Flatten() const;
+    // Position in `materials`, -1 when it is not there.
+    [[nodiscard]] std::int32_t IndexOf(const SceneMaterial* material) const;
+    // Moves a model to the top level at `index`, -1 for the end, as SceneModel::Attach does into a folder.
+    void AttachTop(SceneModel& model, bool keepWorld, int index = -1);
+    // Takes a model out of the tree. The caller gets the reference that the tree held.
+    Ref<SceneModel> Detach(SceneModel& model);
+
+    // Writes the flat document of at most `size` bytes into `buffer` and returns its length; with a null
+    // buffer only measures.
+    std::size_t Write(std::byte* buffer, std::size_t size) const;
+    [[nodiscard]] std::vector<std::byte> Flat() const;
+    // Whether the flat document is `flat`: what tells that an edit changed nothing.
+    [[nodiscard]] bool HasContent(Bytes flat) const;
+    // Clears the scene, puts the environment back to its default and rebuilds all from a flat document. A
+    // damaged one gives what could be read; false when its magic was refused, the scene then being empty.
+    bool Read(Bytes flat);
+};
+
+} // namespace velorin
