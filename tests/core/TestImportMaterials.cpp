@@ -1,0 +1,74 @@
+#include "core/ImportMaterials.h"
+#include "core/document/Scene.h"
+#include "core/document/SceneMaterial.h"
+#include "core/document/SceneModel.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace velorin {
+namespace {
+
+TEST(ImportMaterials, AMaterialKnownByNameOnlyIsADefaultOne) {
+    ModelMaterial file;
+    file.name = "Steel";
+    const auto material = MaterialFromFile(file);
+    EXPECT_EQ(material->name, "Steel");
+    EXPECT_EQ(static_cast<const MaterialSettings&>(*material), MaterialSettings{});
+}
+
+TEST(ImportMaterials, PhongValuesKeepTheirLobe) {
+    ModelMaterial file;
+    file.colour1 = {1, 0.5f, 0};
+    file.colour2 = {0.25f, 0.25f, 0.25f};
+    file.value7 = 96;
+    file.value12 = 0.75f;
+    const auto material = MaterialFromFile(file);
+    EXPECT_EQ(material->type, MaterialType::Standard);
+    EXPECT_EQ(material->diffuseColor, (Colour{255, 128, 0, 255}));
+    EXPECT_EQ(material->specularColor, (Colour{64, 64, 64, 255}));
+    EXPECT_FLOAT_EQ(material->forceOpacity, 0.75f);
+    // The shader's exponent is 640 times a tenth of the shininess; at 30 degrees both lobes agree.
+    const double cosine = std::cos(0.5235987755982988);
+    EXPECT_NEAR(std::pow(cosine, 64.0 * static_cast<double>(material->specularShininess)),
+                std::pow(cosine, 96.0), 1e-9);
+
+    file.value7 = 0; // no exponent: no highlight rather than one all over
+    EXPECT_EQ(MaterialFromFile(file)->specular, 0);
+}
+
+TEST(ImportMaterials, MapsGoToTheirChannels) {
+    ModelMaterial file;
+    file.maps[static_cast<std::size_t>(MapSlot::Diffuse)] = {
+        1, 0, {0.5f, 0.25f}, {2, 3}, "folder/.\\skin.jpg"};
+    file.maps[static_cast<std::size_t>(MapSlot::Normal)].path = "folder/bump.png";
+    const auto material = MaterialFromFile(file);
+    const TextureChannel& diffuse = material->channel(Channel::Diffuse);
+    EXPECT_TRUE(diffuse.enabled);
+    EXPECT_EQ(diffuse.path, "folder/./skin.jpg");
+    EXPECT_EQ(diffuse.uvOffset, (Point2{0.5f, 0.25f}));
+    EXPECT_EQ(diffuse.uvRepeat, (Point2{2, 3}));
+    EXPECT_FALSE(material->channel(Channel::Specular).enabled);
+    EXPECT_TRUE(material->convertBump);
+    file.maps[static_cast<std::size_t>(MapSlot::Normal)].path = "folder/wall_Normal.png";
+    EXPECT_FALSE(MaterialFromFile(file)->convertBump);
+}
+
+TEST(ImportMaterials, BindsOneMaterialASlotUnlessTheUserDid) {
+    Scene scene;
+    scene.materials.push_back(Ref<SceneMaterial>::Make());
+    const auto model = Ref<SceneModel>::Make(ModelType::ImportedFile, nullptr);
+    std::vector<ModelMaterial> files(2);
+    files[1].name = "Second";
+    BindImportedMaterials(scene, *model, files);
+    ASSERT_EQ(model->bindings.size(), 2u);
+    EXPECT_EQ(model->bindings[1].index, 2u);
+    EXPECT_EQ(model->bindings[1].material, scene.materials[2].get());
+    EXPECT_EQ(scene.materials[2]->name, "Second");
+    BindImportedMaterials(scene, *model, files);
+    EXPECT_EQ(scene.materials.size(), 3u);
+}
+
+} // namespace
+} // namespace velorin
