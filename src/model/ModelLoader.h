@@ -1,26 +1,12 @@
 #pragma once
 
 #include "model/ModelData.h"
-#include "model/ModelTools.h"
 
 #include <string>
 
 namespace velorin {
 
 class SceneModel;
-
-// Where each kind of model (SceneModel::type) has its geometry from.
-enum class ModelKind : std::uint32_t {
-    Default = 0,         // the built-in model
-    File = 1,            // a model file or an entry of a bundle
-    PresetFile = 2,      // the same, imported from a preset
-    HostExtrusion = 3,   // paths of the host's layer
-    LayerPlane = 4,      // four vertices
-    Sequence = 5,        // numbered files
-    Primitive = 6,       // a generator
-    CustomExtrusion = 7, // stored paths or a vector file
-    Folder = 8,          // none
-};
 
 // The one entry to geometry on the CPU: fills an empty ModelData by the model's kind. `dataFolder` is what a
 // relative path is joined to. False when there is no geometry; for a file that cannot be read the log has
@@ -31,9 +17,6 @@ enum class ModelKind : std::uint32_t {
 // of the materials, else only their names.
 [[nodiscard]] bool LoadModelFile(const std::string& path, bool loadMaterials, bool loadAnimation,
                                  ModelData& data);
-
-// What the model's settings ask of PrepareMesh.
-[[nodiscard]] ImportOptions ImportOptionsOf(const SceneModel& model);
 
 // The path of the model's file as it is opened: relative ones joined to `dataFolder`, "." and ".." resolved.
 [[nodiscard]] std::string ResolveModelPath(const std::string& path, const std::string& dataFolder);

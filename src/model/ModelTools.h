@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/document/SceneModel.h" // ImportOptions
 #include "model/ModelData.h"
 
 #include <cstdint>
@@ -10,39 +11,6 @@
 namespace velorin {
 
 class FileModel;
-
-enum class NormalMode : std::uint32_t { FromModel = 0, Auto = 1, Dynamic = 2 };
-enum class EdgeMode : std::uint32_t { Disconnected = 0, Connected = 1, Filled = 2 };
-// The numbers are those of stored documents.
-enum class TextureMapping : std::uint32_t {
-    FromModel = 0,
-    Sphere = 1,
-    Box = 2,
-    BoxAspect = 3,
-    PlaneXY = 4,
-    PlaneYZ = 5,
-    PlaneXZ = 6,
-    Polygon = 7,
-    BoxRepeatAspect = 8,
-    BoxRepeat = 9,
-    CylinderX = 10,
-    CylinderY = 11,
-    CylinderZ = 12,
-};
-
-// What a model's settings ask of the preparation of its mesh; part of the identity of what was built.
-struct ImportOptions {
-    TextureMapping textureMapping = TextureMapping::FromModel;
-    float normalThreshold = 35; // degrees, 0 to 180
-    bool invertNormals = false; // not applied here: the drawing code reads it
-    NormalMode normalMode = NormalMode::FromModel;
-    std::array<bool, 3> flip{};     // by axis; drawing code
-    std::array<bool, 3> symmetry{}; // by axis; drawing code
-    std::uint32_t subdivision = 0;  // 0 to 6; each level gives four triangles for one
-    EdgeMode edgeMode = EdgeMode::Disconnected;
-    bool optimizeMesh = false;
-    friend bool operator==(const ImportOptions&, const ImportOptions&) = default;
-};
 
 // A run of PreparedMesh::triangles. Both numbers count triangles: the draw call starts at byte 12 *
 // firstIndex of the index buffer and takes 3 * indexCount indices.

@@ -1,4 +1,4 @@
-#include "model/ModelTools.h"
+#include "model/ModelData.h"
 
 namespace velorin {
 

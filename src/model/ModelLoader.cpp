@@ -1,0 +1,121 @@
+#include "model/ModelLoader.h"
+
+#include "core/document/SceneModel.h"
+#include "model/LayerPlane.h"
+#include "model/ModelPaths.h"
+#include "model/ModelTools.h"
+#include "model/obj/ModelObj.h"
+#include "services/Log.h"
+#include "services/Warnings.h"
+
+#include <chrono>
+#include <exception>
+#include <filesystem>
+#include <memory>
+
+namespace velorin {
+
+namespace {
+
+std::string LowerCaseExtension(const std::string& path) {
+    const auto dot = path.find_last_of("./");
+    if (dot == std::string::npos || path[dot] == '/') return {};
+    std::string extension = path.substr(dot);
+    for (char& c : extension)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
+    return extension;
+}
+
+struct FileReader {
+    const char* extension;
+    std::unique_ptr<FileModel> (*make)();
+};
+constexpr FileReader kFileReaders[] = {
+    {".obj", []() -> std::unique_ptr<FileModel> { return std::make_unique<ModelObj>(); }},
+};
+
+// Never throws: a reader that runs out of memory is a file that cannot be read.
+bool LoadGuarded(FileModel& file, const std::string& path, bool loadMaterials, bool loadAnimation,
+                 std::string& reason) {
+    try {
+        const bool loaded = file.Load(path, loadMaterials, loadAnimation);
+        reason = file.Reason();
+        return loaded;
+    } catch (const std::exception& error) {
+        reason = error.what();
+        return false;
+    }
+}
+
+bool LoadFile(const SceneModel& model, const std::string& dataFolder, ModelData& data) {
+    constexpr std::string_view kBundle = ".qbndl>";
+    if (model.path.find(kBundle) != std::string::npos) {
+        Log("No reader for content bundles: %s", model.path.c_str());
+        return false;
+    }
+    return LoadModelFile(ResolveModelPath(model.path, dataFolder), !model.noMaterials,
+                         model.type != ModelType::Sequence, data);
+}
+
+bool LoadLayerPlane(const SceneModel&, const std::string&, ModelData& data) {
+    data = MakeLayerPlane();
+    return true;
+}
+
+// Where each kind of model has its geometry from; null: no generator is at hand.
+struct Source {
+    ModelType type;
+    const char* name;
+    bool (*load)(const SceneModel& model, const std::string& dataFolder, ModelData& data);
+};
+constexpr Source kSources[] = {
+    {ModelType::Default, "default model", nullptr},
+    {ModelType::File, "file", LoadFile},
+    {ModelType::ImportedFile, "file", LoadFile},
+    {ModelType::Extrusion, "extrusion", nullptr},
+    {ModelType::LayerPlane, "layer plane", LoadLayerPlane},
+    {ModelType::Sequence, "sequence", LoadFile},
+    {ModelType::Primitive, "primitive", nullptr},
+    {ModelType::PathExtrusion, "path extrusion", nullptr},
+};
+
+} // namespace
+
+bool LoadModelData(const SceneModel& model, const std::string& dataFolder, ModelData& data) {
+    if (model.type == ModelType::Folder) return false;
+    for (const Source& source : kSources) {
+        if (source.type != model.type) continue;
+        if (source.load) return source.load(model, dataFolder, data);
+        Log("No generator for a model of kind \"%s\": %s", source.name, model.path.c_str());
+        return false;
+    }
+    Log("Unknown kind of model: %u", static_cast<unsigned>(model.type));
+    return false;
+}
+
+bool LoadModelFile(const std::string& path, bool loadMaterials, bool loadAnimation, ModelData& data) {
+    using Clock = std::chrono::steady_clock;
+    const std::string extension = LowerCaseExtension(path);
+    for (const FileReader& reader : kFileReaders) {
+        if (extension != reader.extension) continue;
+        const auto start = Clock::now();
+        const std::unique_ptr<FileModel> file = reader.make();
+        std::string reason;
+        if (!LoadGuarded(*file, path, loadMaterials, loadAnimation, reason)) {
+            Log("Failed to load model: %s", path.c_str());
+            ReportWarning("Model " + path + " " + reason + ".");
+            return false;
+        }
+        const std::chrono::duration<double, std::milli> elapsed = Clock::now() - start;
+        Log("Loading Model: %.2f ms", elapsed.count());
+        ImportFile(data, *file);
+        return true;
+    }
+    return false;
+}
+
+std::string ResolveModelPath(const std::string& path, const std::string& dataFolder) {
+    return std::filesystem::path(JoinPath(dataFolder, path)).lexically_normal().generic_string();
+}
+
+} // namespace velorin
