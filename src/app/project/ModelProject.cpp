@@ -1,0 +1,59 @@
+#include "app/project/ProjectReader.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <filesystem>
+
+namespace velorin::app {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string PathForProject(const std::string& file, const std::string& folder) {
+    std::error_code ignored;
+    const fs::path absolute = fs::absolute(file, ignored).lexically_normal();
+    const std::string relative = absolute.lexically_relative(folder).generic_string();
+    return relative.empty() || relative.size() > absolute.string().size() ? absolute.string() : relative;
+}
+
+} // namespace
+
+std::string ProjectTextForModels(const std::vector<std::string>& files, const std::string& folder,
+                                 double durationSeconds) {
+    using nlohmann::ordered_json;
+    constexpr int kWidth = 1280, kHeight = 720;
+    ordered_json project;
+    project["velorin"] = 1;
+    project["composition"] = {{"width", kWidth},
+                              {"height", kHeight},
+                              {"frameRate", 24},
+                              {"duration", durationSeconds},
+                              {"depth", 8}};
+    ordered_json parameters = ordered_json::object(), models = ordered_json::array();
+    const std::size_t count = std::min(files.size(), kMostModels);
+    for (std::size_t i = 0; i < count; ++i) {
+        // Shown at its normalised size, a model fills a cube whose half edge is 25 pixels times the particle
+        // size: the default size of 10 suits one model in 720 lines.
+        models.push_back({{"name", fs::path(files[i]).stem().string()},
+                          {"type", 2},
+                          {"path", PathForProject(files[i], folder)},
+                          {"normalizeSize", true},
+                          {"groups", {static_cast<int>(i) + 1}}});
+        if (count == 1) break;
+        // Side by side with a quarter of each place left free.
+        const double place = static_cast<double>(kWidth) / static_cast<double>(count);
+        const std::string group = std::to_string(i + 1) + ". ";
+        parameters[group + "Position XY"] = {place * (static_cast<double>(i) + 0.5), kHeight / 2.0};
+        parameters[group + "Particle Size"] = std::min(10.0, place * 0.75 / 50.0);
+    }
+    ordered_json effect;
+    if (!parameters.empty()) effect["parameters"] = parameters;
+    effect["scene"] = {{"models", models}};
+    project["effects"] = ordered_json::array({effect});
+    // A name that is no UTF-8 is still written, with replacement characters.
+    return project.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+}
+
+} // namespace velorin::app

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "app/project/Diagnostics.h"
+#include "app/project/Project.h"
+
+#include <optional>
+#include <string>
+
+namespace velorin::app {
+
+// Reads a project file. Nothing, with at least one error, when it cannot be used; the errors are all that
+// were found.
+[[nodiscard]] std::optional<Project> ReadProjectFile(const std::string& path, Diagnostics& diagnostics);
+// The same from text; `path` names it in messages and is the base of relative paths.
+[[nodiscard]] std::optional<Project> ReadProjectText(const std::string& path, std::string text,
+                                                     Diagnostics& diagnostics);
+
+// The text of a project that shows models: one file alone in the middle of the frame, several side by side,
+// each in a replicator group of its own (five at most). Paths are written relative to `folder` (absolute),
+// where that is shorter than the whole path.
+[[nodiscard]] std::string ProjectTextForModels(const std::vector<std::string>& files,
+                                               const std::string& folder, double durationSeconds);
+inline constexpr std::size_t kMostModels = 5;
+
+} // namespace velorin::app
