@@ -10,7 +10,7 @@ namespace velorin {
 // Renderer::UploadTexture. It may die on any thread: its GL object then waits for the context.
 struct LayerTexture {
     gl::Texture texture; // straight RGBA as the host shows it, with mips; empty when there are no pixels
-    std::uint32_t width = 0, height = 0;
+    std::uint32_t width = 0, height = 0, bytesPerChannel = 0;
     std::uint64_t revision =
         0; // grows with each upload: part of the identity of what was derived from the pixels
 

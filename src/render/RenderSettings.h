@@ -148,6 +148,7 @@ struct ReflectionSettings {
     bool mirrorEnabled = true, sphericalEnabled = true;
     int mapSize = 128;
     int mirrorQuality = 1; // 1 normal, 2 high
+    bool inUse = false;    // a drawn model reflects the scene: targets are made for it
 };
 
 // Factors on the components of the shading.

@@ -4,6 +4,7 @@
 #include "render/RenderStatistics.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -112,36 +113,34 @@ public:
 
     [[nodiscard]] const RenderStatistics& statistics() const { return statistics_; }
 
-    // For the other classes of this room.
+    // For the other classes of this room. Valid while ready().
     [[nodiscard]] RenderStatistics& count() { return statistics_; }
-    [[nodiscard]] TextureManager& textures() { return *textures_; }
-    [[nodiscard]] FrameBuffers& frameBuffers() { return *frameBuffers_; }
-    [[nodiscard]] FixedPrograms& programs() { return *programs_; }
-    [[nodiscard]] FullScreenQuad& quad() { return *quad_; }
+    [[nodiscard]] TextureManager& textures();
+    [[nodiscard]] FrameBuffers& frameBuffers();
+    [[nodiscard]] FixedPrograms& programs();
+    [[nodiscard]] FullScreenQuad& quad();
+    // The settings that the steps behind the image read: those of the last time sample.
+    void SetFrameSettings(const RenderSettings& settings);
 
 private:
-    friend class VelorinRenderer;
     struct Context;
-    struct PostState;
+    struct Frame;
 
     InitError InitGL();
     InitError ReadLimits();
     void ReadVideoMemory();
     void LogReport() const;
-    void ApplyFrameSettings(const RenderSettings& settings, std::uint32_t pickedSamples);
-    [[nodiscard]] bool FinalOutput(bool argb);
+    void KeepPickingData();
+    [[nodiscard]] bool ReadBack(bool argb, const std::function<bool(const float*)>& use);
 
     InitError initError_ = InitError::NotInitialised;
+    std::string contextReason_;
     DriverInfo driver_;
     OutputTarget output_;
     int width_ = 0, height_ = 0;
     RenderStatistics statistics_;
     std::unique_ptr<Context> context_;
-    std::unique_ptr<TextureManager> textures_;
-    std::unique_ptr<FixedPrograms> programs_;
-    std::unique_ptr<FullScreenQuad> quad_;
-    std::unique_ptr<FrameBuffers> frameBuffers_;
-    std::unique_ptr<PostState> post_;
+    std::unique_ptr<Frame> frame_;
 };
 
 } // namespace velorin
