@@ -120,18 +120,12 @@ struct MaterialBinding {
     friend bool operator==(const MaterialBinding&, const MaterialBinding&) = default;
 };
 
-// Settings of one mesh of a model's geometry. Positions in the host's frame (x right, y down), orientation in
-// degrees.
-class SceneMesh : public Retained {
-public:
-    SceneMesh();
-    SceneMesh(const SceneMesh& other); // a copy gets a new uniqueId
-    SceneMesh& operator=(const SceneMesh&) = delete;
-
+// Settings of one mesh of a model's geometry as plain values. Positions in the host's frame (x right, y
+// down), orientation in degrees.
+struct MeshSettings {
     std::string name;
     std::string materialName;  // not stored
     std::uint8_t meshFlag = 0; // stored, without a control
-    std::uint64_t uniqueId;    // of this process, not stored
     bool expanded = false;
     std::vector<std::uint32_t> parts; // indices of the geometry's parts that make up this mesh
     Point3 position;
@@ -143,28 +137,26 @@ public:
     float auxRatio = 1;
     MeshOverride deformation = MeshOverride::Inherit;
     MeshOverride multiObject = MeshOverride::Inherit;
-    SceneModel* owner = nullptr;
     MeshReflectMode reflectMode = MeshReflectMode::Default;
+    friend bool operator==(const MeshSettings&, const MeshSettings&) = default;
+};
+
+class SceneMesh : public Retained, public MeshSettings {
+public:
+    SceneMesh();
+    SceneMesh(const SceneMesh& other); // a copy gets a new uniqueId
+    SceneMesh& operator=(const SceneMesh&) = delete;
+
+    std::uint64_t uniqueId; // of this process, not stored
+    SceneModel* owner = nullptr;
 
     // The mesh's own transform, as SceneModel::LocalMatrix has it, without a parent.
     [[nodiscard]] Matrix LocalMatrix() const;
 };
 
-// One entry of the scene's tree: a model or a folder of models. Transforms are in the host's frame (x right,
-// y down, z away), orientation in degrees.
-class SceneModel : public Retained, public ImportOptions, public ExtrusionOptions {
-public:
-    // With the defaults of its type.
-    explicit SceneModel(ModelType type = ModelType::File, AssetContext* context = nullptr);
-    // Deep: the children and meshes are copied, the children's parent is the copy. The copy itself has no
-    // parent. Bindings point at the same materials.
-    SceneModel(const SceneModel& other);
-    SceneModel& operator=(const SceneModel&) = delete;
-    ~SceneModel() override;
-
-    ModelType type;
-    SceneModel* parent = nullptr; // the folder that holds this model; borrowed
-    std::vector<Ref<SceneModel>> children;
+// Settings of a model or folder as plain values. Transforms are in the host's frame (x right, y down, z
+// away), orientation in degrees.
+struct ModelSettings : ImportOptions, ExtrusionOptions {
     std::uint32_t depth = 0; // 0 at the top level, the parent's plus one below
     std::string path;        // the file of the geometry, or a marker of a generated kind
     std::string name;
@@ -173,7 +165,6 @@ public:
     bool enableDeformation = true;
     bool enableMultiObject = true;
     std::vector<bool> meshVisible; // a mesh behind the end is shown
-    std::vector<Ref<SceneMesh>> meshes;
     bool enabled = true;
     std::vector<MaterialBinding> bindings;
     bool expanded = false;
@@ -205,6 +196,24 @@ public:
     bool storedPathClosed = true;
     PrimitiveKind primitive = PrimitiveKind::Box;
     PrimitiveParameters primitiveParameters;
+    friend bool operator==(const ModelSettings&, const ModelSettings&) = default;
+};
+
+// One entry of the scene's tree: a model or a folder of models.
+class SceneModel : public Retained, public ModelSettings {
+public:
+    // With the defaults of its type.
+    explicit SceneModel(ModelType type = ModelType::File, AssetContext* context = nullptr);
+    // Deep: the children and meshes are copied, the children's parent is the copy. The copy itself has no
+    // parent. Bindings point at the same materials.
+    SceneModel(const SceneModel& other);
+    SceneModel& operator=(const SceneModel&) = delete;
+    ~SceneModel() override;
+
+    ModelType type;
+    SceneModel* parent = nullptr; // the folder that holds this model; borrowed
+    std::vector<Ref<SceneModel>> children;
+    std::vector<Ref<SceneMesh>> meshes;
     std::uint32_t currentBevel = 0; // read cursor of the bevel tags
     std::uint32_t uniqueId;         // of this process, not stored
     AssetContext* context;

@@ -1,0 +1,227 @@
+#include "core/document/Scene.h"
+
+#include "core/document/ChunkFile.h"
+#include "core/document/FieldTable.h"
+#include "services/Log.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+namespace velorin {
+
+namespace {
+
+enum Tag : std::uint32_t { kModelStart = 100, kBinding = 200, kMaterialStart = 500 };
+
+// A chunk of five bytes makes a record of a thousand: bounds on what a hostile document can make of its
+// bytes, far above any scene that was made by hand.
+constexpr std::size_t kMostRecords = 100'000;
+constexpr std::size_t kDeepestFolder = 1'000;
+
+TextureChannel EnvironmentChannel(const char* path) {
+    TextureChannel channel(Channel::Environment);
+    channel.path = path;
+    channel.enabled = true;
+    return channel;
+}
+
+void AppendTree(SceneModel& model, std::vector<SceneModel*>& list) {
+    list.push_back(&model);
+    for (const Ref<SceneModel>& child : model.children) AppendTree(*child, list);
+}
+
+void WriteDocument(const Scene& scene, ChunkFile& file) {
+    file.Begin();
+    const std::uint8_t start = 0;
+    WriteRecord(file, kChannelFields, &scene.environment, FieldUse::ReadOnly,
+                static_cast<std::int32_t>(kEnvironmentTags) - static_cast<std::int32_t>(kChannelTags));
+    for (const Ref<SceneMaterial>& material : scene.materials) {
+        file.WriteChunk(kMaterialStart, &start, 1);
+        material->WriteChunks(file, &scene, true);
+    }
+    for (const SceneModel* model : scene.Flatten()) {
+        file.WriteChunk(kModelStart, &start, 1);
+        model->WriteChunks(file, &scene);
+    }
+}
+
+// Takes the chunks of a document one by one and puts the models in their folders at the end.
+class DocumentReader {
+public:
+    DocumentReader(Scene& scene, std::uint32_t version) : scene_(scene), version_(version) {}
+
+    void Take(std::uint32_t tag, Bytes payload) {
+        if (tag == kMaterialStart) {
+            StartMaterial();
+        } else if (tag == kModelStart) {
+            StartModel();
+        } else if (tag >= kEnvironmentTags && tag < kEnvironmentTags + kEnvironmentTagCount) {
+            if (const Field* const field = kChannelFields.Find(tag - kEnvironmentTags + kChannelTags))
+                ReadFields(kChannelFields, *field, &scene_.environment, payload, version_);
+        } else if (tag == kBinding) {
+            Bind(PayloadReader(payload).Take<std::uint32_t>());
+        } else if (!model_ || !model_->ReadChunk(tag, payload, version_)) {
+            if (material_) material_->ReadChunk(tag, payload);
+        }
+    }
+
+    // Rebuilds the tree from the depths. The models hang in the list until here; one that finds no place is
+    // dropped.
+    void BuildTree() {
+        for (const Ref<SceneModel>& model : models_) {
+            Place(model);
+            if (model->type == ModelType::Folder && open_.size() < kDeepestFolder)
+                open_.push_back(model.get());
+        }
+        // Only now, since the places are found by the depths as stored.
+        for (const Ref<SceneModel>& model : models_)
+            model->depth = model->parent ? model->parent->depth + 1 : 0;
+    }
+
+private:
+    void StartMaterial() {
+        material_ = nullptr;
+        if (scene_.materials.size() >= kMostRecords) return;
+        scene_.materials.push_back(Ref<SceneMaterial>::Make(scene_.context));
+        material_ = scene_.materials.back().get();
+        material_->StartReading();
+    }
+
+    void StartModel() {
+        model_ = nullptr;
+        if (models_.size() >= kMostRecords) return;
+        models_.push_back(Ref<SceneModel>::Make(ModelType::File, scene_.context));
+        model_ = models_.back().get();
+    }
+
+    void Bind(std::uint32_t index) {
+        if (!model_ || index >= scene_.materials.size()) return;
+        model_->bindings.push_back({scene_.materials[index].get(), index, true});
+    }
+
+    void AttachTo(SceneModel& folder, const Ref<SceneModel>& model) {
+        folder.children.push_back(model);
+        model->parent = &folder;
+    }
+
+    void Place(const Ref<SceneModel>& model) {
+        const std::uint32_t depth = model->depth;
+        if (open_.empty()) {
+            if (depth == 0) scene_.models.push_back(model);
+            return;
+        }
+        if (depth > open_.back()->depth) {
+            AttachTo(*open_.back(), model);
+            return;
+        }
+        if (depth == open_.back()->depth) {
+            open_.pop_back();
+            if (depth == 0 || open_.empty())
+                scene_.models.push_back(model);
+            else
+                AttachTo(*open_.back(), model);
+            return;
+        }
+        while (!open_.empty() && open_.back()->depth > depth) open_.pop_back();
+        if (!open_.empty()) open_.pop_back();
+        if (!open_.empty())
+            AttachTo(*open_.back(), model);
+        else if (depth == 0)
+            scene_.models.push_back(model);
+    }
+
+    Scene& scene_;
+    std::uint32_t version_;
+    SceneMaterial* material_ = nullptr;
+    SceneModel* model_ = nullptr;
+    std::vector<Ref<SceneModel>> models_; // in the document's order
+    std::vector<SceneModel*> open_;       // folders that later models may stand in, outermost first
+};
+
+} // namespace
+
+Scene::Scene(AssetContext* assets)
+    : context(assets),
+      environment(EnvironmentChannel(kDefaultEnvironmentPath)),
+      thumbnailEnvironment(EnvironmentChannel(kThumbnailEnvironmentPath)) {
+}
+
+Scene::~Scene() = default;
+
+void Scene::Clear() {
+    models.clear();
+    materials.clear();
+}
+
+void Scene::CopyFrom(const Scene& other) {
+    if (&other == this) return;
+    environment = other.environment;
+    models = other.models;
+    materials = other.materials;
+}
+
+void Scene::DeepCopyFrom(const Scene& other) {
+    if (&other == this) return;
+    Clear();
+    environment = other.environment;
+    std::unordered_map<const SceneMaterial*, SceneMaterial*> copies;
+    for (const Ref<SceneMaterial>& material : other.materials) {
+        materials.push_back(Ref<SceneMaterial>::Make(*material));
+        copies.emplace(material.get(), materials.back().get());
+    }
+    for (const Ref<SceneModel>& model : other.models) models.push_back(Ref<SceneModel>::Make(*model));
+    for (SceneModel* model : Flatten()) {
+        for (MaterialBinding& binding : model->bindings) {
+            const auto copy = copies.find(binding.material);
+            binding.material = copy == copies.end() ? nullptr : copy->second;
+        }
+    }
+}
+
+std::vector<SceneModel*> Scene::Flatten() const {
+    std::vector<SceneModel*> list;
+    for (const Ref<SceneModel>& model : models) AppendTree(*model, list);
+    return list;
+}
+
+std::int32_t Scene::IndexOf(const SceneMaterial* material) const {
+    if (!material) return -1;
+    // Where it stood when it was read is where it mostly still stands.
+    const auto hint = static_cast<std::size_t>(material->index);
+    if (material->index >= 0 && hint < materials.size() && materials[hint] == material)
+        return material->index;
+    const auto found = std::find(materials.begin(), materials.end(), material);
+    return found == materials.end() ? -1 : static_cast<std::int32_t>(found - materials.begin());
+}
+
+std::size_t Scene::Write(std::byte* buffer, std::size_t size) const {
+    ChunkFile file(buffer, size, kSceneForm);
+    WriteDocument(*this, file);
+    return static_cast<std::size_t>(file.size());
+}
+
+std::vector<std::byte> Scene::Flat() const {
+    std::vector<std::byte> flat(Write(nullptr, 0));
+    (void)Write(flat.data(), flat.size());
+    return flat;
+}
+
+bool Scene::HasContent(Bytes flat) const {
+    if (Write(nullptr, 0) != flat.size()) return false;
+    const std::vector<std::byte> own = Flat();
+    return std::equal(own.begin(), own.end(), flat.begin());
+}
+
+bool Scene::Read(Bytes flat) {
+    Clear();
+    environment = EnvironmentChannel(kDefaultEnvironmentPath);
+    ChunkFile file(flat, kSceneForm);
+    file.Begin();
+    if (!file.opened()) return false;
+    DocumentReader reader(*this, file.version());
+    while (const std::uint32_t tag = file.NextChunk()) reader.Take(tag, file.Payload());
+    reader.BuildTree();
+    return true;
+}
+
+} // namespace velorin
