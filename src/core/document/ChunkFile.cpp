@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 #include <utility>
 
 namespace velorin {
@@ -23,14 +24,14 @@ bool BeginsWith(Bytes bytes, Bytes magic) {
 
 std::uint32_t FileVersion(Bytes bytes) {
     ContainerForm form = kDefaultForm;
-    for (const char version : {1, 3, 4}) {
-        form.magic[7] = static_cast<std::uint8_t>(version);
-        if (BeginsWith(bytes, form.magicBytes())) return form.magic[7];
+    for (std::uint8_t version = 1; version <= 4; ++version) {
+        form.magic[7] = version;
+        if (version != 2 && BeginsWith(bytes, form.magicBytes())) return version;
     }
     form = kSceneForm;
-    for (const char version : {1, 2, 3, 4}) {
-        form.magic[3] = static_cast<std::uint8_t>(version);
-        if (BeginsWith(bytes, form.magicBytes())) return form.magic[3];
+    for (std::uint8_t version = 1; version <= 4; ++version) {
+        form.magic[3] = version;
+        if (BeginsWith(bytes, form.magicBytes())) return version;
     }
     return 0;
 }
