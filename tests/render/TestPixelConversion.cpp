@@ -1,0 +1,89 @@
+#include "render/PixelConversion.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+namespace velorin {
+namespace {
+
+TEST(PixelConversion, RoundsToTheNearestAndCutsBothEnds) {
+    const float nan = std::numeric_limits<float>::quiet_NaN(), inf = std::numeric_limits<float>::infinity();
+    struct Row {
+        float value;
+        std::uint8_t as8;
+        std::uint16_t as16;
+    };
+    const std::vector<Row> rows{
+        {0, 0, 0},           {1, 255, 32768},    {0.5f, 128, 16384}, // 127.5 rounds up
+        {0.4f / 255, 0, 51},                                         // 51.4
+        {0.6f / 255, 1, 77},                                         // 77.1
+        {-0.25f, 0, 0},      {1.5f, 255, 32768},                     // 16 bit stops at 32768
+        {inf, 255, 32768},   {-inf, 0, 0},       {nan, 0, 0}};
+    for (const Row& row : rows) {
+        std::uint8_t as8 = 77;
+        std::uint16_t as16 = 77;
+        ConvertChannels8(&row.value, &as8, 1);
+        ConvertChannels16(&row.value, &as16, 1);
+        EXPECT_EQ(as8, row.as8) << row.value;
+        EXPECT_EQ(as16, row.as16) << row.value;
+    }
+}
+
+// A 3 by 2 picture whose channel values tell where they come from.
+std::vector<float> Picture() {
+    std::vector<float> argb;
+    for (int y = 0; y < 2; ++y)
+        for (int x = 0; x < 3; ++x)
+            for (int c = 0; c < 4; ++c) argb.push_back(static_cast<float>(100 * y + 10 * x + c) / 255);
+    return argb;
+}
+
+TEST(PixelConversion, FillsTheRectangleAndNothingElse) {
+    struct Case {
+        int originX, originY;
+    };
+    // Inside, over the right and lower edge, over the left and upper edge.
+    for (const Case& c : {Case{1, 1}, Case{3, 3}, Case{-1, -1}}) {
+        constexpr std::uint32_t kWidth = 5, kHeight = 4, kRowBytes = 5 * 4 + 12;
+        std::vector<std::uint8_t> world(kRowBytes * kHeight, 0xEE);
+        OutputTarget target;
+        target.image = {kWidth, kHeight, 1, kRowBytes, world.data()};
+        target.originX = c.originX;
+        target.originY = c.originY;
+        ASSERT_TRUE(WritePicture(Picture().data(), 3, 2, target));
+        for (int y = 0; y < static_cast<int>(kHeight); ++y) {
+            for (int i = 0; i < static_cast<int>(kRowBytes); ++i) {
+                const int x = i / 4 - c.originX, row = y - c.originY;
+                const bool inside = i < 20 && x >= 0 && x < 3 && row >= 0 && row < 2;
+                const int expected = inside ? 100 * row + 10 * x + i % 4 : 0xEE;
+                ASSERT_EQ(world[static_cast<std::size_t>(y) * kRowBytes + static_cast<std::size_t>(i)],
+                          expected)
+                    << "origin " << c.originX << " byte " << i << " row " << y;
+            }
+        }
+    }
+}
+
+TEST(PixelConversion, RefusesWorldsThatCannotHoldThePicture) {
+    std::vector<float> world(64, 9);
+    OutputTarget target;
+    target.image = {3, 2, 4, 48, world.data()};
+    EXPECT_TRUE(WritePicture(Picture().data(), 3, 2, target));
+    EXPECT_FLOAT_EQ(world[4], 10.0f / 255); // float rows are copied as they are
+    target.originX = 3;
+    EXPECT_FALSE(WritePicture(Picture().data(), 3, 2, target)); // no overlap
+    target.originX = 0;
+    target.image.rowBytes = 47;
+    EXPECT_FALSE(WritePicture(Picture().data(), 3, 2, target));
+    target.image = {3, 2, 3, 48, world.data()};
+    EXPECT_FALSE(WritePicture(Picture().data(), 3, 2, target));
+    target.image = {3, 2, 4, 48, nullptr};
+    EXPECT_FALSE(WritePicture(Picture().data(), 3, 2, target));
+}
+
+} // namespace
+} // namespace velorin
