@@ -1,0 +1,79 @@
+#include "model/extrusion/CapTriangulation.h"
+
+#include <GL/glu.h>
+#include <deque>
+#include <memory>
+
+namespace velorin {
+
+namespace {
+
+struct TessDeleter {
+    void operator()(GLUtesselator* tess) const { gluDeleteTess(tess); }
+};
+
+// What the callbacks fill in. Corners come in threes, since an edge-flag callback makes the tessellator give
+// single triangles.
+struct Collector {
+    std::vector<CapTriangle> triangles;
+    CapTriangle corners{};
+    std::size_t count = 0;
+    std::deque<Point2> crossings; // their addresses stay
+    bool failed = false;
+};
+
+using Callback = void (*)();
+
+void Vertex(void* data, void* collector) {
+    auto& out = *static_cast<Collector*>(collector);
+    out.corners[out.count++] = *static_cast<const Point2*>(data);
+    if (out.count < 3) return;
+    out.count = 0;
+    out.triangles.push_back(out.corners);
+}
+
+void Combine(GLdouble at[3], void* data[4], GLfloat[4], void** result, void* collector) {
+    auto& out = *static_cast<Collector*>(collector);
+    Point2 p{static_cast<float>(at[0]), static_cast<float>(at[1])};
+    // Vertices that fall together are merged: keep the first one's bits, so that walls and caps share them.
+    if (data[0]) {
+        const Point2 first = *static_cast<const Point2*>(data[0]);
+        if (first == p) p = first;
+    }
+    out.crossings.push_back(p);
+    *result = &out.crossings.back();
+}
+
+void EdgeFlag(GLboolean, void*) {
+}
+void Failed(GLenum, void* collector) {
+    static_cast<Collector*>(collector)->failed = true;
+}
+
+} // namespace
+
+std::vector<CapTriangle> TriangulateCap(const std::vector<const std::vector<Point2>*>& contours) {
+    Collector out;
+    const std::unique_ptr<GLUtesselator, TessDeleter> tess(gluNewTess());
+    if (!tess) return {};
+    gluTessCallback(tess.get(), GLU_TESS_VERTEX_DATA, reinterpret_cast<Callback>(Vertex));
+    gluTessCallback(tess.get(), GLU_TESS_COMBINE_DATA, reinterpret_cast<Callback>(Combine));
+    gluTessCallback(tess.get(), GLU_TESS_EDGE_FLAG_DATA, reinterpret_cast<Callback>(EdgeFlag));
+    gluTessCallback(tess.get(), GLU_TESS_ERROR_DATA, reinterpret_cast<Callback>(Failed));
+    gluTessProperty(tess.get(), GLU_TESS_WINDING_RULE, GLU_TESS_WINDING_POSITIVE);
+    gluTessNormal(tess.get(), 0, 0, 1);
+    gluTessBeginPolygon(tess.get(), &out);
+    for (const auto* contour : contours) {
+        gluTessBeginContour(tess.get());
+        for (const Point2& p : *contour) {
+            GLdouble at[3] = {static_cast<double>(p.x), static_cast<double>(p.y), 0};
+            gluTessVertex(tess.get(), at, const_cast<Point2*>(&p));
+        }
+        gluTessEndContour(tess.get());
+    }
+    gluTessEndPolygon(tess.get());
+    if (out.failed) out.triangles.clear();
+    return std::move(out.triangles);
+}
+
+} // namespace velorin

@@ -1,0 +1,337 @@
+#include "model/extrusion/Contours.h"
+
+#include "model/extrusion/CapTriangulation.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+#include <unordered_map>
+
+namespace velorin {
+
+namespace {
+
+constexpr float kKeptTurnDegrees = 35; // sharper corners always stay
+constexpr float kFlatTurnDegrees = 0.25f;
+constexpr float kThinDistance = 0.25f;
+constexpr float kParallel = 0.001f; // sine between neighbours that still have a usable intersection
+constexpr float kMiterLimit = 20;   // longest corner, in distances
+
+float Cross2(Point2 a, Point2 b) {
+    return a.x * b.y - a.y * b.x;
+}
+
+struct Box {
+    Point2 low{1e30f, 1e30f}, high{-1e30f, -1e30f};
+    void widen(Point2 p) {
+        low = {std::min(low.x, p.x), std::min(low.y, p.y)};
+        high = {std::max(high.x, p.x), std::max(high.y, p.y)};
+    }
+    [[nodiscard]] bool holds(Point2 p) const {
+        return p.x >= low.x && p.x <= high.x && p.y >= low.y && p.y <= high.y;
+    }
+    [[nodiscard]] bool overlaps(const Box& o) const {
+        return low.x <= o.high.x && o.low.x <= high.x && low.y <= o.high.y && o.low.y <= high.y;
+    }
+};
+
+Box BoxOf(const std::vector<Point2>& points) {
+    Box box;
+    for (const Point2 p : points) box.widen(p);
+    return box;
+}
+
+// Edges of one polygon sorted into horizontal strips, so that a point or an edge meets only those of its
+// strip.
+class EdgeStrips {
+public:
+    explicit EdgeStrips(const std::vector<Point2>& points) : points_(points), box_(BoxOf(points)) {
+        const std::size_t count = points.size();
+        const std::size_t wanted = std::clamp<std::size_t>(count / 4, 1, 4096);
+        inverseHeight_ = static_cast<float>(wanted) / std::max(1e-20f, box_.high.y - box_.low.y);
+        first_.assign(wanted + 1, 0);
+        forEachStripOfEdges([&](std::size_t strip, std::size_t) { ++first_[strip + 1]; });
+        std::partial_sum(first_.begin(), first_.end(), first_.begin());
+        edges_.resize(first_.back());
+        std::vector<std::uint32_t> cursor(first_.begin(), first_.end() - 1);
+        forEachStripOfEdges([&](std::size_t strip, std::size_t edge) {
+            edges_[cursor[strip]++] = static_cast<std::uint32_t>(edge);
+        });
+    }
+
+    [[nodiscard]] const Box& box() const { return box_; }
+
+    [[nodiscard]] bool contains(Point2 p) const {
+        if (!box_.holds(p)) return false;
+        bool inside = false;
+        const std::size_t strip = stripOf(p.y);
+        for (std::uint32_t k = first_[strip]; k < first_[strip + 1]; ++k) {
+            const Point2 a = points_[edges_[k]], b = points_[(edges_[k] + 1) % points_.size()];
+            if ((a.y > p.y) != (b.y > p.y) && p.x < (b.x - a.x) * (p.y - a.y) / (b.y - a.y) + a.x)
+                inside = !inside;
+        }
+        return inside;
+    }
+
+    [[nodiscard]] bool crossedBy(Point2 a, Point2 b) const {
+        const std::size_t low = stripOf(std::min(a.y, b.y)), high = stripOf(std::max(a.y, b.y));
+        for (std::size_t strip = low; strip <= high; ++strip)
+            for (std::uint32_t k = first_[strip]; k < first_[strip + 1]; ++k) {
+                const Point2 c = points_[edges_[k]], d = points_[(edges_[k] + 1) % points_.size()];
+                const float s = Cross2(b - a, c - a), t = Cross2(b - a, d - a);
+                const float u = Cross2(d - c, a - c), v = Cross2(d - c, b - c);
+                if (((s > 0 && t < 0) || (s < 0 && t > 0)) && ((u > 0 && v < 0) || (u < 0 && v > 0)))
+                    return true;
+            }
+        return false;
+    }
+
+private:
+    [[nodiscard]] std::size_t stripOf(float y) const {
+        const float strip = (y - box_.low.y) * inverseHeight_;
+        const auto last = static_cast<float>(first_.size() - 2);
+        return static_cast<std::size_t>(std::clamp(strip, 0.0f, last));
+    }
+    template <class F>
+    void forEachStripOfEdges(F&& visit) const {
+        const std::size_t count = points_.size();
+        for (std::size_t i = 0; i < count; ++i) {
+            const float y0 = points_[i].y, y1 = points_[(i + 1) % count].y;
+            for (std::size_t s = stripOf(std::min(y0, y1)); s <= stripOf(std::max(y0, y1)); ++s) visit(s, i);
+        }
+    }
+
+    const std::vector<Point2>& points_; // the caller's, which outlives the strips
+    Box box_;
+    float inverseHeight_ = 1;
+    std::vector<std::uint32_t> first_, edges_;
+};
+
+// Union of small numbers with path halving.
+class Sets {
+public:
+    explicit Sets(std::size_t count) : parent_(count) { std::iota(parent_.begin(), parent_.end(), 0u); }
+    std::uint32_t find(std::uint32_t i) {
+        while (parent_[i] != i) i = parent_[i] = parent_[parent_[i]];
+        return i;
+    }
+    void unite(std::uint32_t a, std::uint32_t b) {
+        a = find(a), b = find(b);
+        parent_[std::max(a, b)] = std::min(a, b);
+    }
+
+private:
+    std::vector<std::uint32_t> parent_;
+};
+
+struct Nest {
+    std::vector<int> parent; // innermost contour around each, -1 outside of all
+    std::vector<int> depth;
+};
+
+// Contours are looked at from the largest box down, so that the containers of one stand before it.
+Nest NestContours(const std::vector<std::vector<Point2>>& polygons) {
+    const std::size_t count = polygons.size();
+    std::vector<EdgeStrips> strips;
+    strips.reserve(count);
+    std::vector<double> area(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        strips.emplace_back(polygons[i]);
+        area[i] = std::fabs(SignedArea2(polygons[i]));
+    }
+    std::vector<std::uint32_t> order(count);
+    std::iota(order.begin(), order.end(), 0u);
+    std::stable_sort(order.begin(), order.end(),
+                     [&](std::uint32_t a, std::uint32_t b) { return area[a] > area[b]; });
+    Nest nest{std::vector<int>(count, -1), std::vector<int>(count, 0)};
+    for (std::size_t k = 0; k < count; ++k) {
+        const std::uint32_t i = order[k];
+        // The middle of an edge rather than a corner, which may lie on a neighbour.
+        const Point2 probe = (polygons[i][0] + polygons[i][1]) * 0.5f;
+        for (std::size_t j = k; j-- > 0;) { // the smallest container stands last
+            const std::uint32_t around = order[j];
+            if (!strips[around].contains(probe)) continue;
+            nest.parent[i] = static_cast<int>(around);
+            nest.depth[i] = nest.depth[around] + 1;
+            break;
+        }
+    }
+    return nest;
+}
+
+void NumberByBoxes(std::vector<Contour>& contours, Sets& sets) {
+    // Sweep over the left sides, comparing only with boxes whose x range is still open.
+    std::vector<Box> boxes;
+    for (const Contour& contour : contours) boxes.push_back(BoxOf(contour.points));
+    std::vector<std::uint32_t> order(contours.size()), open;
+    std::iota(order.begin(), order.end(), 0u);
+    std::sort(order.begin(), order.end(), [&](auto a, auto b) { return boxes[a].low.x < boxes[b].low.x; });
+    for (const std::uint32_t i : order) {
+        std::erase_if(open, [&](std::uint32_t j) { return boxes[j].high.x < boxes[i].low.x; });
+        std::vector<std::uint32_t> joined;
+        for (const std::uint32_t j : open)
+            if (boxes[i].overlaps(boxes[j])) sets.unite(i, j);
+        // One box that holds another stands for it, which keeps the open list short for nested contours.
+        std::erase_if(open, [&](std::uint32_t j) {
+            return boxes[i].holds(boxes[j].low) && boxes[i].holds(boxes[j].high);
+        });
+        const bool held = std::any_of(open.begin(), open.end(), [&](std::uint32_t j) {
+            return boxes[j].holds(boxes[i].low) && boxes[j].holds(boxes[i].high);
+        });
+        if (!held) open.push_back(i);
+    }
+}
+
+// FNV-1a over the bytes of a position. G. Fowler, L. C. Noll, K.-P. Vo, 1991.
+struct PositionHash {
+    std::size_t operator()(const Point2& p) const {
+        std::uint64_t hash = 0xcbf29ce484222325u;
+        const auto* bytes = reinterpret_cast<const unsigned char*>(&p);
+        for (std::size_t i = 0; i < sizeof p; ++i) hash = (hash ^ bytes[i]) * 0x100000001b3u;
+        return hash;
+    }
+};
+
+void NumberByGeometry(std::vector<Contour>& contours, Sets& sets) {
+    std::unordered_map<Point2, std::uint32_t, PositionHash> owner; // a contour that has the position
+    std::vector<const std::vector<Point2>*> all;
+    for (std::uint32_t i = 0; i < contours.size(); ++i) {
+        all.push_back(&contours[i].points);
+        for (const Point2 p : contours[i].points) {
+            const auto [entry, fresh] = owner.try_emplace(p, i);
+            if (!fresh) sets.unite(entry->second, i);
+        }
+    }
+    for (const CapTriangle& triangle : TriangulateCap(all)) {
+        // Vertices that the tessellator made where edges cross belong to no contour.
+        std::int64_t seen = -1;
+        for (const Point2 p : triangle) {
+            const auto entry = owner.find(p);
+            if (entry == owner.end()) continue;
+            if (seen >= 0) sets.unite(static_cast<std::uint32_t>(seen), entry->second);
+            seen = entry->second;
+        }
+    }
+}
+
+void Orient(std::vector<Point2>& points, bool positive) {
+    if ((SignedArea2(points) > 0) != positive) std::reverse(points.begin(), points.end());
+}
+
+} // namespace
+
+double SignedArea2(const std::vector<Point2>& polygon) {
+    double sum = 0;
+    for (std::size_t i = 0, n = polygon.size(); i < n; ++i) {
+        const Point2 a = polygon[i], b = polygon[(i + 1) % n];
+        sum += static_cast<double>(a.x) * static_cast<double>(b.y) -
+               static_cast<double>(a.y) * static_cast<double>(b.x);
+    }
+    return sum;
+}
+
+bool ContainsPoint(const std::vector<Point2>& polygon, Point2 point) {
+    return EdgeStrips(polygon).contains(point);
+}
+
+bool ContourIntersects(const std::vector<Point2>& a, const std::vector<Point2>& b) {
+    const EdgeStrips strips(a);
+    if (!strips.box().overlaps(BoxOf(b))) return true;
+    for (std::size_t i = 0; i < b.size(); ++i)
+        if (strips.crossedBy(b[i], b[(i + 1) % b.size()])) return false;
+    return true;
+}
+
+std::vector<Point2> ThinPoints(const std::vector<Point2>& polygon) {
+    std::vector<Point2> kept;
+    const std::size_t n = polygon.size();
+    for (std::size_t i = 0; i < n; ++i) {
+        const Point2 p = polygon[i];
+        if (i == 0) {
+            kept.push_back(p);
+            continue;
+        }
+        const Point2 in = p - polygon[i - 1], out = polygon[(i + 1) % n] - p;
+        const float turn = std::fabs(std::atan2(Cross2(in, out), in.x * out.x + in.y * out.y)) * 180 / kPi;
+        const Point2 step = p - kept.back();
+        if (turn > kKeptTurnDegrees ||
+            (turn > kFlatTurnDegrees && std::hypot(step.x, step.y) > kThinDistance))
+            kept.push_back(p);
+    }
+    return kept;
+}
+
+std::vector<Contour> OrderContours(const std::vector<std::vector<Point2>>& polygons,
+                                   const ExtrusionOptions& options, std::uint32_t& objectCount) {
+    std::vector<std::vector<Point2>> thin;
+    for (const auto& polygon : polygons) {
+        if (polygon.size() < 3) continue;
+        auto points = ThinPoints(polygon);
+        if (points.size() >= 3 && std::fabs(SignedArea2(points)) > 1e-6) thin.push_back(std::move(points));
+    }
+    const Nest nest = NestContours(thin);
+    std::vector<Contour> contours(thin.size());
+    Sets sets(thin.size());
+    for (std::uint32_t i = 0; i < thin.size(); ++i) {
+        Contour& contour = contours[i];
+        contour.points = std::move(thin[i]);
+        const bool nested = nest.depth[i] % 2 == 1;
+        contour.isHole = options.autoPathOrientation ? nested : SignedArea2(contour.points) < 0;
+        if (options.reversePathWinding) contour.isHole = !contour.isHole;
+    }
+    for (std::uint32_t i = 0; i < contours.size(); ++i) {
+        if (!contours[i].isHole || nest.parent[i] < 0) continue;
+        const auto parent = static_cast<std::uint32_t>(nest.parent[i]);
+        // A hole that cuts the edge of what it lies in would open the solid: it becomes an object of its own.
+        if (options.fixHoles && !ContourIntersects(contours[parent].points, contours[i].points))
+            contours[i].isHole = false;
+        else if (options.separateObjects)
+            sets.unite(i, parent);
+    }
+    for (Contour& contour : contours) Orient(contour.points, !contour.isHole);
+
+    objectCount = contours.empty() ? 0 : 1;
+    if (!options.separateObjects) return contours;
+    if (options.separationMode == SeparationMode::ByBoundingBox)
+        NumberByBoxes(contours, sets);
+    else
+        NumberByGeometry(contours, sets);
+    std::unordered_map<std::uint32_t, std::uint32_t> numbers;
+    for (std::uint32_t i = 0; i < contours.size(); ++i)
+        contours[i].object =
+            numbers.try_emplace(sets.find(i), static_cast<std::uint32_t>(numbers.size())).first->second;
+    objectCount = static_cast<std::uint32_t>(numbers.size());
+    return contours;
+}
+
+std::vector<Point2> EdgeNormals(const std::vector<Point2>& points) {
+    const std::size_t n = points.size();
+    std::vector<Point2> normals(n);
+    for (std::size_t i = 0; i < n; ++i) {
+        const Point2 edge = points[(i + 1) % n] - points[i];
+        const float length = std::hypot(edge.x, edge.y);
+        if (length > 0) normals[i] = {edge.y / length, -edge.x / length};
+    }
+    return normals;
+}
+
+std::vector<Point2> OffsetContour(const std::vector<Point2>& points, float distance) {
+    if (distance == 0) return points;
+    const std::size_t n = points.size();
+    const std::vector<Point2> normals = EdgeNormals(points);
+    std::vector<Point2> moved(n);
+    for (std::size_t i = 0; i < n; ++i) {
+        const Point2 a = normals[(i + n - 1) % n], b = normals[i];
+        // The moved lines meet at (a + b) / (1 + a.b): the same point as their intersection, without its poor
+        // condition for neighbours that are nearly parallel.
+        const float along = 1 + a.x * b.x + a.y * b.y;
+        const Point2 sum = a + b;
+        Point2 direction = sum * (1 / std::max(along, kParallel));
+        const float length = std::hypot(direction.x, direction.y);
+        if (length > kMiterLimit) direction = direction * (kMiterLimit / length);
+        moved[i] = points[i] + direction * distance;
+    }
+    return moved;
+}
+
+} // namespace velorin

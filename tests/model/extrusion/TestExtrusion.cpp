@@ -1,0 +1,186 @@
+#include "Shapes.h"
+#include "model/extrusion/BuildExtrusion.h"
+
+#include <gtest/gtest.h>
+
+namespace velorin {
+namespace {
+
+using shapes::Measure;
+using shapes::Measures;
+using shapes::Polygon;
+using shapes::Rectangle;
+using shapes::Round;
+
+ModelData Build(const std::vector<std::vector<PathPoint>>& paths, const ExtrusionOptions& options) {
+    PathSet set;
+    set.paths = paths;
+    ModelData model;
+    BuildExtrusion(model, set, options, {1, 1, 1});
+    return model;
+}
+
+// No bevel to speak of: the smallest size and no depth.
+ExtrusionOptions Flat() {
+    ExtrusionOptions options;
+    for (BevelSettings& bevel : options.bevels) bevel.bevelSize = 0, bevel.bevelDepth = 0;
+    options.spikeFilter = 0;
+    return options;
+}
+
+TEST(BuildExtrusion, PlainSolidHasTheVolumeOfItsArea) {
+    const float depth = 30; // extrude 1 times 10, bevel scale 3
+    const struct {
+        const char* name;
+        std::vector<std::vector<PathPoint>> paths;
+        double area;
+    } rows[] = {
+        {"square", {Rectangle(0, 0, 100, 100)}, 10000},
+        {"ring", {Rectangle(0, 0, 100, 100), Rectangle(25, 25, 50, 50)}, 7500},
+        {"ring and island",
+         {Rectangle(0, 0, 100, 100), Rectangle(25, 25, 50, 50), Rectangle(40, 40, 20, 20)},
+         7900},
+        {"two", {Rectangle(0, 0, 100, 100), Rectangle(150, 0, 10, 20)}, 10200},
+        {"L", {Polygon({{0, 0}, {100, 0}, {100, 20}, {20, 20}, {20, 100}, {0, 100}})}, 3600},
+        {"backwards", {Polygon({{0, 0}, {0, 50}, {50, 50}, {50, 0}})}, 2500},
+    };
+    for (const auto& row : rows)
+        for (const bool separate : {false, true}) {
+            ExtrusionOptions options = Flat();
+            options.separateObjects = separate;
+            const Measures m = Measure(Build(row.paths, options));
+            EXPECT_EQ(m.openEdges, 0u) << row.name;
+            EXPECT_NEAR(m.frontArea, row.area, row.area * 1e-3) << row.name;
+            EXPECT_NEAR(m.volume, row.area * static_cast<double>(depth),
+                        row.area * static_cast<double>(depth) * 1e-3)
+                << row.name;
+            EXPECT_LT(m.normalError, 1e-3) << row.name;
+        }
+}
+
+TEST(BuildExtrusion, EveryKindOfBevelIsClosedAndOutward) {
+    const std::vector<std::vector<std::vector<PathPoint>>> shapes = {
+        {Rectangle(0, 0, 100, 60)},
+        {Round({50, 50}, 50), Round({50, 50}, 30)},
+        {Polygon({{0, 0}, {50, 20}, {100, 0}, {80, 50}, {100, 100}, {50, 80}, {0, 100}, {20, 50}})},
+    };
+    int count = 0;
+    for (const auto& paths : shapes)
+        for (const float bevelDepth : {-2.0f, -0.5f, 0.5f, 1.0f})
+            for (const float curve : {-1.0f, 0.0f, 0.5f, 1.0f})
+                for (const bool outline : {false, true})
+                    for (const bool backside : {false, true})
+                        for (const std::uint32_t rows : {0u, 3u}) {
+                            ExtrusionOptions options;
+                            options.bevelCopies = 1;
+                            options.offsetMode = backside ? OffsetMode::Relative : OffsetMode::Absolute;
+                            options.depthSegments = rows;
+                            for (BevelSettings& bevel : options.bevels) {
+                                bevel.bevelDepth = bevelDepth;
+                                bevel.bevelCurve = curve;
+                                bevel.outlineEnable = outline;
+                                bevel.outlineWidth = 2;
+                                bevel.bevelBackside = backside;
+                                bevel.expandEdges = 0.2f;
+                            }
+                            const Measures m = Measure(Build(paths, options));
+                            ++count;
+                            ASSERT_GT(m.triangles, 0u);
+                            ASSERT_EQ(m.openEdges, 0u) << bevelDepth << " " << curve << " " << outline << " "
+                                                       << backside << " " << rows;
+                            ASSERT_GT(m.volume, 0);
+                            ASSERT_TRUE(m.finite);
+                        }
+    EXPECT_EQ(count, 3 * 4 * 4 * 2 * 2 * 2);
+}
+
+TEST(BuildExtrusion, BevelledBoxHasTheVolumeOfItsSections) {
+    // A straight bevel of size 5 and depth 5 (1 times 0.5 times scale 10) on a 100 square: the cap keeps the
+    // outline, the wall stands 5 further out. Frustum of 100 x 100 and 110 x 110, height 5, then 110 x 110 x
+    // 100.
+    ExtrusionOptions options = Flat();
+    options.bevelScale = 10;
+    options.bevels[0].bevelSize = 0.5f;
+    options.bevels[0].bevelDepth = 1;
+    options.bevels[0].bevelCurve = 0;
+    options.bevels[0].bevelSegments = 0;
+    const double frustum = 5.0 / 3 * (10000 + 12100 + 110 * 100);
+    const Measures m = Measure(Build({Rectangle(0, 0, 100, 100)}, options));
+    EXPECT_NEAR(m.volume, frustum + 12100 * 100, 300);
+    EXPECT_NEAR(m.frontArea, 10000, 5);
+}
+
+TEST(MeasureShells, DepthsFollowTheModes) {
+    ExtrusionOptions options;
+    options.bevelCopies = 1;
+    options.bevelScale = 1;
+    options.bevels[0].extrude = 1, options.bevels[0].bevelSize = 2,
+    options.bevels[0].bevelDepth = 1; // depth 2
+    options.bevels[1] = options.bevels[0];
+    auto shells = MeasureShells(options);
+    ASSERT_EQ(shells.size(), 2u);
+    EXPECT_FLOAT_EQ(shells[0].thickness, 12);
+    EXPECT_FLOAT_EQ(shells[0].z, -12.005f);
+    EXPECT_FLOAT_EQ(shells[1].z, -12);
+    options.offsetMode = OffsetMode::Relative;
+    EXPECT_FLOAT_EQ(MeasureShells(options)[1].z, -24);
+
+    options.bevels[0].bevelBackside = true;
+    EXPECT_FLOAT_EQ(MeasureShells(options)[0].thickness, 14);
+    options.bevels[0].bevelDepth = -4; // -8 deep, but two of them share an extrusion of 10
+    EXPECT_FLOAT_EQ(MeasureShells(options)[0].depth, -5);
+    options.bevels[0].bevelBackside = false;
+    EXPECT_FLOAT_EQ(MeasureShells(options)[0].depth, -8);
+    options.bevels[0].bevelDepth = -6;
+    EXPECT_FLOAT_EQ(MeasureShells(options)[0].depth, -10);
+}
+
+TEST(BuildExtrusion, NothingToBuildGivesAnEmptyModel) {
+    ExtrusionOptions options;
+    EXPECT_TRUE(Build({}, options).vertices.empty());
+    EXPECT_TRUE(Build({Polygon({{0, 0}, {10, 10}})}, options).vertices.empty());
+    EXPECT_TRUE(Build({Polygon({{5, 5}, {5, 5}, {5, 5}, {5, 5}})}, options).vertices.empty());
+    EXPECT_TRUE(Build({Polygon({{NAN, 0}, {10, INFINITY}, {3, 3}})}, options).vertices.empty());
+    PathSet square;
+    square.paths = {Rectangle(0, 0, 10, 10)};
+    ModelData model;
+    BuildExtrusion(model, square, options, {1, 1, 0.001f});
+    EXPECT_TRUE(model.vertices.empty());
+    EXPECT_EQ(model.materials.front().name, "Bevel 1");
+}
+
+TEST(BuildExtrusion, HostileOutlinesEndInBoundedWork) {
+    ExtrusionOptions options;
+    // A star that crosses itself 5 times, built by the winding rule, and one that is over-expanded.
+    std::vector<PathPoint> star;
+    for (int i = 0; i < 5; ++i) {
+        const float a = 4 * kPi * static_cast<float>(i) / 5;
+        star.push_back({{100 * std::cos(a), 100 * std::sin(a)}, {}, {}});
+    }
+    EXPECT_TRUE(Measure(Build({star}, options)).finite);
+    options.pathExpand = -60;
+    EXPECT_TRUE(Measure(Build({Rectangle(0, 0, 100, 20)}, options)).finite);
+    options.pathExpand = 0;
+    // Two thousand nested squares.
+    std::vector<std::vector<PathPoint>> nested;
+    for (int i = 0; i < 2000; ++i) {
+        const auto inset = static_cast<float>(i);
+        nested.push_back(Rectangle(inset, inset, 5000 - 2 * inset, 5000 - 2 * inset));
+    }
+    EXPECT_GT(Build(nested, Flat()).vertices.size(), 0u);
+    // A polygon of a hundred thousand points.
+    std::vector<PathPoint> fine;
+    for (int i = 0; i < 100000; ++i) {
+        const float a = 2 * kPi * static_cast<float>(i) / 100000, r = 10000 + (i % 2 ? 10.0f : 0.0f);
+        fine.push_back({{r * std::cos(a), r * std::sin(a)}, {}, {}});
+    }
+    PathSet set;
+    set.paths = {fine};
+    set.isPlain = true;
+    ModelData model;
+    BuildExtrusion(model, set, Flat(), {1, 1, 1});
+    EXPECT_GT(model.vertices.size(), 0u);
+}
+
+} // namespace
+} // namespace velorin
