@@ -19,6 +19,7 @@ constexpr float kSharpCosine =
     0.8660254f; // neighbouring edges 30 degrees apart and more keep their own normals
 constexpr float kRealWorldDepth = 0.4f;
 constexpr float kFirstShellLift = 0.005f;        // keeps the first shell out of the plane of the origin
+constexpr std::uint64_t kMostSteps = 1u << 30;   // of one triangulation: some seconds
 constexpr std::uint64_t kMostCorners = 1u << 30; // of one model; more would not fit the index buffer's memory
 
 // Appends the triangles of one shell of one object, three vertices each, and keeps the texture frame.
@@ -331,6 +332,12 @@ void BuildExtrusion(ModelData& model, const PathSet& pathSet, const ExtrusionOpt
         if (polygon.size() > 2) polygons.push_back(std::move(polygon));
     }
     if (polygons.empty()) return;
+    std::vector<const std::vector<Point2>*> all;
+    for (const auto& polygon : polygons) all.push_back(&polygon);
+    if (TriangulationCost(all) > kMostSteps) {
+        LogError("The outlines of an extrusion are too intricate to be filled");
+        return;
+    }
     std::uint32_t objectCount = 0;
     const std::vector<Contour> contours = OrderContours(polygons, options, objectCount);
     if (EstimateCorners(contours, MeasureShells(options), options.depthSegments) > kMostCorners) {

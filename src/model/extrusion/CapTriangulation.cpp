@@ -1,6 +1,7 @@
 #include "model/extrusion/CapTriangulation.h"
 
 #include <GL/glu.h>
+#include <algorithm>
 #include <deque>
 #include <memory>
 
@@ -51,6 +52,34 @@ void Failed(GLenum, void* collector) {
 }
 
 } // namespace
+
+std::uint64_t TriangulationCost(const std::vector<const std::vector<Point2>*>& contours) {
+    constexpr std::size_t kBuckets = 512;
+    float low = 1e30f, high = -1e30f;
+    for (const auto* contour : contours)
+        for (const Point2 p : *contour) low = std::min(low, p.x), high = std::max(high, p.x);
+    if (!(high > low)) return 0;
+    const auto bucketOf = [&](float x) {
+        const float place = (x - low) / (high - low) * static_cast<float>(kBuckets);
+        return static_cast<std::size_t>(std::clamp(place, 0.0f, static_cast<float>(kBuckets - 1)));
+    };
+    std::array<std::int64_t, kBuckets + 1> change{};
+    std::array<std::uint64_t, kBuckets> points{};
+    for (const auto* contour : contours)
+        for (std::size_t i = 0, n = contour->size(); i < n; ++i) {
+            const std::size_t a = bucketOf((*contour)[i].x), b = bucketOf((*contour)[(i + 1) % n].x);
+            ++points[a];
+            ++change[std::min(a, b)];
+            --change[std::max(a, b) + 1];
+        }
+    std::uint64_t cost = 0;
+    std::int64_t active = 0;
+    for (std::size_t bucket = 0; bucket < kBuckets; ++bucket) {
+        active += change[bucket];
+        cost += points[bucket] * static_cast<std::uint64_t>(active);
+    }
+    return cost;
+}
 
 std::vector<CapTriangle> TriangulateCap(const std::vector<const std::vector<Point2>*>& contours) {
     Collector out;

@@ -193,6 +193,7 @@ struct PositionHash {
 };
 
 void NumberByGeometry(std::vector<Contour>& contours, Sets& sets) {
+    if (contours.size() < 2) return;
     std::unordered_map<Point2, std::uint32_t, PositionHash> owner; // a contour that has the position
     std::vector<const std::vector<Point2>*> all;
     for (std::uint32_t i = 0; i < contours.size(); ++i) {

@@ -168,18 +168,25 @@ TEST(BuildExtrusion, HostileOutlinesEndInBoundedWork) {
         nested.push_back(Rectangle(inset, inset, 5000 - 2 * inset, 5000 - 2 * inset));
     }
     EXPECT_GT(Build(nested, Flat()).vertices.size(), 0u);
-    // A polygon of a hundred thousand points.
-    std::vector<PathPoint> fine;
-    for (int i = 0; i < 100000; ++i) {
-        const float a = 2 * kPi * static_cast<float>(i) / 100000, r = 10000 + (i % 2 ? 10.0f : 0.0f);
-        fine.push_back({{r * std::cos(a), r * std::sin(a)}, {}, {}});
-    }
-    PathSet set;
-    set.paths = {fine};
-    set.isPlain = true;
-    ModelData model;
-    BuildExtrusion(model, set, Flat(), {1, 1, 1});
-    EXPECT_GT(model.vertices.size(), 0u);
+    // A saw of many teeth: the small one is built; filling the large one would take hours, so it is refused.
+    const auto saw = [](int teeth) {
+        PathSet set;
+        set.isPlain = true;
+        std::vector<PathPoint> points;
+        for (int i = 0; i < 2 * teeth; ++i) {
+            const float a = kPi * static_cast<float>(i) / static_cast<float>(teeth);
+            const float r = 10000 + (i % 2 ? 100.0f : 0.0f);
+            points.push_back({{r * std::cos(a), r * std::sin(a)}, {}, {}});
+        }
+        set.paths = {std::move(points)};
+        ModelData model;
+        BuildExtrusion(model, set, Flat(), {1, 1, 1});
+        return model;
+    };
+    const Measures small = Measure(saw(1500));
+    EXPECT_GT(small.triangles, 6000u);
+    EXPECT_EQ(small.openEdges, 0u);
+    EXPECT_TRUE(saw(500000).vertices.empty());
 }
 
 } // namespace
