@@ -19,6 +19,8 @@ class Image;
 struct DriverInfo;
 struct RenderStatistics;
 
+inline constexpr std::uint32_t kEnvironmentCubeSide = 512;
+
 // Flags of a texture request.
 enum TextureFlags : std::uint32_t {
     kTexturePlain = 1,          // not compressed
@@ -89,10 +91,11 @@ public:
 
     // Fills the levels of a cube (side `size`, level 0 given, `internalFormat` for the new ones) with
     // increasing roughness: level L from level L - 1 by the GGX distribution of roughness (L / 6)^2.8, six
-    // levels. With `quick`, 128 samples in place of 512, and on cubes above 64 the levels are made from the
-    // size of 64 down and then moved so that level 6 is the roughest in every cube.
+    // levels. With `quick`, 128 samples in place of 512, and of a cube above 64 the six levels are those
+    // below the size of 64, then copied to levels 1 to 6, so that level 6 is the roughest in every cube.
     void FilterCubeMap(gl::Name cube, std::uint32_t size, unsigned internalFormat, bool quick);
-    // The same for a 2D equirectangular or planar texture, in texture space, levels in GL_RGBA16F.
+    // The same for a 2D equirectangular or planar texture, in texture space, levels in GL_RGBA16F. Values
+    // above 1 are compressed to 1 + log2 of themselves at each level.
     void FilterSphereMap(gl::Name texture, std::uint32_t width, std::uint32_t height, bool quick);
 
     // A tangent-space normal map of the same size, mip-mapped, from heights (the mean of red, green and
@@ -140,6 +143,11 @@ private:
     void MakeSamplesTexture();
     [[nodiscard]] gl::Name Program(Filter filter);
     void DrawCubeLevel(gl::Name program, gl::Name cube, int level, std::uint32_t side) const;
+    void FillConstantCube(gl::Name texture, gl::Name cube) const;
+    void FilterLevels(gl::Name cube, std::uint32_t size, bool quick, int skip);
+    void SpreadLevels(gl::Name cube, std::uint32_t size, int skip);
+    void BlurPass(gl::Name source, gl::Name target, std::uint32_t width, std::uint32_t height, float radius,
+                  bool horizontal);
 
     const FullScreenQuad& quad_;
     const DriverInfo& driver_;
@@ -178,6 +186,9 @@ public:
                                            bool environmentSlot = false);
 
 private:
+    // Compares the file's time once a frame.
+    [[nodiscard]] static bool IsFresh(TextureEntry& entry);
+
     TextureManager* manager_;
     std::vector<TextureEntry*> entries_;
 };
