@@ -99,7 +99,7 @@ struct ReflectionCoefficients {
 [[nodiscard]] std::vector<ShaderPiece> FragmentPieces(ShaderKey key);
 [[nodiscard]] std::vector<ShaderPiece> VertexPieces();
 
-enum class GeometryStage { None, Triangle, Cube };
+enum class GeometryStage { None, Triangles, Cube };
 [[nodiscard]] GeometryStage GeometryOf(ShaderKey key);
 [[nodiscard]] std::vector<ShaderPiece> GeometryPieces(GeometryStage stage);
 
