@@ -45,6 +45,14 @@ struct DrawRecord {
     float distance = 0;              // squared, camera to particle, world units
 };
 
+// A folder that reflects (ReflectMode MirrorSurface or Spherical) at one particle: where its target is
+// anchored.
+struct ReflectionAnchor {
+    const SceneModel* folder = nullptr; // borrowed as above
+    Matrix modelMatrix;                 // the folder's space to world
+    std::uint32_t particleIndex = 0, group = 0;
+};
+
 // Everything one time sample draws. Clear keeps the memory, so that a later frame of the same size allocates
 // nothing.
 struct DrawList {
@@ -52,12 +60,14 @@ struct DrawList {
     std::vector<InstanceRecord> instances;
     std::vector<const DeformParameters*> deforms; // borrowed; what InstanceRecord::deform counts
     std::vector<const LayerTexture*> layers;      // kCustomLayers for each instance of the effect; null: none
+    std::vector<ReflectionAnchor> reflections;
 
     void Clear() {
         records.clear();
         instances.clear();
         deforms.clear();
         layers.clear();
+        reflections.clear();
     }
 };
 

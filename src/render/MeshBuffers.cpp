@@ -65,7 +65,7 @@ MeshBuffers::MeshBuffers(PreparedMesh prepared) : id_(NextId()), prepared_(std::
 
 MeshBuffers::~MeshBuffers() = default;
 
-bool MeshBuffers::Upload(RenderStatistics& statistics) {
+bool MeshBuffers::Upload(RenderStatistics& statistics) const {
     if (empty()) return false;
     if (uploaded()) return true;
     if (prepared_.vertices.empty()) return false; // the context that held the data is gone

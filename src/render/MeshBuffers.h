@@ -24,7 +24,7 @@ public:
     MeshBuffers& operator=(const MeshBuffers&) = delete;
 
     // Sends the data when that has not happened yet. Returns whether there is something to draw.
-    bool Upload(RenderStatistics& statistics);
+    bool Upload(RenderStatistics& statistics) const;
     [[nodiscard]] bool uploaded() const { return static_cast<bool>(vertexBuffer_); }
     // The data from memory before the upload and from the GPU after it (then the context must be current);
     // slow, for inspection, export and surface sampling. Empty when the context that held them is gone.
@@ -54,8 +54,8 @@ public:
 private:
     std::uint64_t id_ = 0;
     std::uint32_t vertexCount_ = 0, triangleCount_ = 0;
-    PreparedMesh prepared_;
-    gl::Buffer vertexBuffer_, indexBuffer_, adjacentNormalBuffer_;
+    mutable PreparedMesh prepared_; // its arrays go with the upload
+    mutable gl::Buffer vertexBuffer_, indexBuffer_, adjacentNormalBuffer_;
 };
 
 } // namespace velorin

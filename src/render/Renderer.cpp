@@ -8,6 +8,7 @@
 #include "render/PixelConversion.h"
 #include "render/PostEffects.h"
 #include "render/RenderSettings.h"
+#include "render/TextureManager.h"
 #include "render/gl/GLError.h"
 #include "render/gl/GLStateScope.h"
 #include "services/Log.h"
@@ -77,6 +78,7 @@ struct Renderer::Context {
     std::unique_ptr<GLContext> gl;
     std::unique_ptr<FixedPrograms> programs;
     std::unique_ptr<FullScreenQuad> quad;
+    std::unique_ptr<TextureManager> textures;
     FrameBuffers frameBuffers;
 };
 
@@ -92,6 +94,9 @@ Renderer::~Renderer() {
     Shutdown();
 }
 
+TextureManager& Renderer::textures() {
+    return *context_->textures;
+}
 FrameBuffers& Renderer::frameBuffers() {
     return context_->frameBuffers;
 }
@@ -131,6 +136,7 @@ InitError Renderer::InitGL() {
     context_->quad = std::make_unique<FullScreenQuad>();
     glEnable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
     if (gl::CheckGLError("Renderer::InitGL", __LINE__) != 0) return InitError::SeamlessFault;
+    context_->textures = std::make_unique<TextureManager>(*context_->quad, driver_, statistics_);
     return InitError::Done;
 }
 
@@ -192,6 +198,7 @@ void Renderer::Shutdown() {
             glBindVertexArray(0);
             glBindBuffer(GL_ARRAY_BUFFER, 0);
         }
+        context_->textures.reset();
         context_->frameBuffers.Destroy();
         context_->quad.reset();
         context_->programs.reset();

@@ -48,6 +48,7 @@ public:
 
 private:
     struct State;
+    Renderer& renderer_;
     std::unique_ptr<State> state_;
 };
 

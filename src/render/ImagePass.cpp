@@ -1,0 +1,191 @@
+#include "render/DrawRecord.h"
+#include "render/FixedPrograms.h"
+#include "render/FrameBuffers.h"
+#include "render/FullScreenQuad.h"
+#include "render/RenderSettings.h"
+#include "render/Renderer.h"
+#include "render/VelorinRendererState.h"
+#include "render/gl/GLError.h"
+#include "services/Profiler.h"
+
+#include <GL/glew.h>
+
+#include <algorithm>
+#include <array>
+
+namespace velorin {
+
+namespace {
+
+void BindTexture(TextureUnit unit, GLenum target, gl::Name texture) {
+    glActiveTexture(GL_TEXTURE0 + static_cast<GLenum>(unit));
+    glBindTexture(target, texture);
+}
+
+// Directs drawing to the image with its samples.
+void BindImage(const FrameBuffers& buffers) {
+    glBindFramebuffer(GL_FRAMEBUFFER, buffers.imageFramebuffer.name());
+    glDrawBuffer(GL_COLOR_ATTACHMENT0);
+    glViewport(0, 0, buffers.key().width, buffers.key().height);
+    glEnable(GL_MULTISAMPLE);
+    glEnable(GL_DEPTH_TEST);
+}
+
+void ColourMask(bool on) {
+    const GLboolean write = on ? GL_TRUE : GL_FALSE;
+    glColorMask(write, write, write, write);
+}
+
+} // namespace
+
+void VelorinRenderer::State::DrawImage(const RenderSettings& settings, const DrawList& list,
+                                       const SceneView& view) {
+    VELORIN_PROFILE("VelorinRenderer", "ImagePass");
+    const FrameBufferKey& key = buffers().key();
+    const int side = settings.gridSide();
+    for (int row = 0; row < side; ++row) {
+        const TileSpan y = TileOf(key.height, side, row);
+        for (int column = 0; column < side; ++column) {
+            const TileSpan x = TileOf(key.width, side, column);
+            if (x.length > 0 && y.length > 0)
+                DrawTile(settings, list, view, {x.start, y.start, x.length, y.length});
+        }
+    }
+    gl::CheckGLError("VelorinRenderer::startImagePass", __LINE__);
+}
+
+void VelorinRenderer::State::DrawTile(const RenderSettings& settings, const DrawList& list,
+                                      const SceneView& view, const TileRect& tile) {
+    const FrameBufferKey& key = buffers().key();
+    const OutputRow& output = RowOf(settings.output);
+    manager.SetPass(ImagePassOf(settings));
+    manager.SetCamera(view.view, view.projection * TileProjection(tile, key.width, key.height), view.eyeWorld,
+                      {static_cast<float>(tile.width) / static_cast<float>(key.width),
+                       static_cast<float>(tile.height) / static_cast<float>(key.height)},
+                      {static_cast<float>(tile.x), static_cast<float>(tile.y)});
+    // Shadows are lit as long as no pass fills their textures.
+    RenderStateBlock& state = manager.state().renderState;
+    state.ambientOcclusion = 1;
+    state.rayTracedShadows = 0;
+    state.shadowMaps = 0;
+    BindTexture(TextureUnit::ShadowMaps, GL_TEXTURE_2D_ARRAY, defaults.litShadowArray.name());
+    BindTexture(TextureUnit::RayShadows, GL_TEXTURE_2D_ARRAY, defaults.litRayShadowArray.name());
+    BindTexture(TextureUnit::PointShadows, GL_TEXTURE_CUBE_MAP, defaults.litShadowCube.name());
+    BindTexture(TextureUnit::AmbientOcclusion, GL_TEXTURE_2D, buffers().aoTexture.name());
+
+    PassFlags flags;
+    flags.filterByBlend = true;
+    flags.cameraOnly = true;
+    flags.additiveStep = flags.screenStep = output.singlePass;
+    flags.flipWinding = view.mirrored;
+    flags.globalWireframe = settings.polygonMode == PolygonMode::Wireframe;
+
+    BindImage(buffers());
+    glDisable(GL_BLEND);
+    ColourMask(true);
+    glDepthMask(GL_TRUE);
+    glClearColor(output.clear.x, output.clear.y, output.clear.z, output.clear.w);
+    glClearDepth(1);
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    const bool preview = settings.blendOpacity != BlendOpacity::Normal;
+    if (!preview) DrawSolid(settings, list, flags);
+    if (settings.environment.showBackground && settings.output == Output::Composite)
+        DrawBackground(settings, view);
+    if (flags.hasTranslucent || preview) DrawTranslucent(settings, list, flags);
+    glDisable(GL_MULTISAMPLE);
+    StoreImageResult(settings, tile, 0);
+    if (output.singlePass || preview) return;
+    if (flags.hasAdditive) DrawBlendStep(settings, list, flags, 1), StoreImageResult(settings, tile, 1);
+    if (flags.hasScreen) DrawBlendStep(settings, list, flags, 2), StoreImageResult(settings, tile, 2);
+}
+
+void VelorinRenderer::State::DrawSolid(const RenderSettings& settings, const DrawList& list,
+                                       PassFlags& flags) {
+    ColourMask(settings.output != Output::BlendMode);
+    drawer.DrawAll(list, groups, flags);
+    ColourMask(true);
+}
+
+void VelorinRenderer::State::DrawTranslucent(const RenderSettings& settings, const DrawList& list,
+                                             PassFlags& flags) {
+    flags.translucentPass = true;
+    flags.onlyTranslucent = settings.blendOpacity == BlendOpacity::Normal;
+    glEnable(GL_BLEND);
+    switch (settings.blendOpacity) {
+    case BlendOpacity::Normal:
+        glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
+        break;
+    case BlendOpacity::Additive:
+        glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
+        glDepthMask(GL_FALSE);
+        break;
+    case BlendOpacity::Screen:
+        glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_COLOR, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
+        glDepthMask(GL_FALSE);
+        break;
+    }
+    drawer.DrawAll(list, groups, flags);
+    glDepthMask(GL_TRUE);
+    glDisable(GL_BLEND);
+    flags.translucentPass = flags.onlyTranslucent = false;
+}
+
+void VelorinRenderer::State::DrawBlendStep(const RenderSettings& settings, const DrawList& list,
+                                           PassFlags flags, int step) {
+    manager.SetPass(ImagePassOf(settings));
+    BindImage(buffers());
+    glClearColor(0, 0, 0, 0);
+    glClear(GL_COLOR_BUFFER_BIT);
+    glEnable(GL_BLEND);
+    glDepthMask(GL_FALSE);
+    flags.additiveStep = step == 1;
+    flags.screenStep = step == 2;
+    glBlendFuncSeparate(GL_SRC_ALPHA, step == 1 ? GL_ONE : GL_ONE_MINUS_SRC_COLOR, GL_ONE,
+                        GL_ONE_MINUS_SRC_ALPHA);
+    drawer.DrawAll(list, groups, flags);
+    glDepthMask(GL_TRUE);
+    glDisable(GL_BLEND);
+    glDisable(GL_MULTISAMPLE);
+}
+
+void VelorinRenderer::State::StoreImageResult(const RenderSettings& settings, const TileRect& tile,
+                                              int blendStep) {
+    const int side = settings.gridSide();
+    if (side == 1 && blendStep == 0) {
+        buffers().ResolveImage(buffers().resultFramebuffer);
+        return;
+    }
+    buffers().ResolveImage(buffers().scratchFramebuffer);
+    const BoundPass pass = renderer.programs().Use(PassProgram::Resolve);
+    if (!pass) return;
+    glBindFramebuffer(GL_FRAMEBUFFER, buffers().resultFramebuffer.name());
+    constexpr std::array<GLenum, 2> kColours{GL_COLOR_ATTACHMENT0, GL_COLOR_ATTACHMENT1};
+    glDrawBuffers(2, kColours.data());
+    glViewport(tile.x, tile.y, tile.width, tile.height);
+    BindTexture(TextureUnit::Normal, GL_TEXTURE_2D, buffers().scratchTexture1.name());
+    BindTexture(TextureUnit::Diffuse, GL_TEXTURE_2D, buffers().scratchTexture0.name());
+    pass.Set("numSamples", side);
+    pass.Set("texelSize",
+             Point2{1 / static_cast<float>(tile.width * side), 1 / static_cast<float>(tile.height * side)});
+    pass.Set("gamma", 1 / std::max(settings.gamma, 0.01f));
+    pass.Set("blendMode", blendStep == 3 ? 0 : blendStep);
+    glDisable(GL_DEPTH_TEST);
+    glDisable(GL_CULL_FACE);
+    glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
+    constexpr std::array<GLenum, 4> kTargetFactor{GL_ZERO, GL_ONE, GL_ONE_MINUS_SRC_COLOR,
+                                                  GL_ONE_MINUS_SRC_ALPHA};
+    if (blendStep != 0) {
+        glEnable(GL_BLEND);
+        glBlendFuncSeparate(GL_ONE, kTargetFactor[static_cast<std::size_t>(blendStep)], GL_ONE,
+                            GL_ONE_MINUS_SRC_ALPHA);
+    }
+    renderer.quad().Draw();
+    glDisable(GL_BLEND);
+    glEnable(GL_DEPTH_TEST);
+    glEnable(GL_CULL_FACE);
+    glPolygonMode(GL_FRONT_AND_BACK, settings.polygonMode == PolygonMode::Points ? GL_POINT : GL_FILL);
+    drawer.ForgetBindings();
+    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+}
+
+} // namespace velorin
