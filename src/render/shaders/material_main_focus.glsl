@@ -1,0 +1,14 @@
+// White in focus: by how far the lens moves the point's image.
+vec2 image_point(vec4 clip) { return clip.xy / (clip.w != 0.0 ? clip.w : 1.0); }
+
+void main() {
+    process_wireframe_fragments();
+    get_diffuse_texture_color();
+    // The point's place in the whole picture, whatever tile is drawn.
+    vec2 plain = image_point(projectionMatrix * base.viewPosition);
+    plain = (plain + 1.0) * viewportScale + 2.0 * viewportOffset / frameBufferSize - 1.0;
+    vec2 moved = image_point(render.outputProperties.dofProjectionMatrix *
+                             (render.outputProperties.dofViewMatrix * base.worldPosition));
+    float spacing = max(render.outputProperties.dofSpacing, 0.000001);
+    fragData[0] = vec4(vec3(1.0 - clamp(length(moved - plain) / spacing, 0.0, 1.0)), 1.0);
+}

@@ -1,0 +1,50 @@
+// Lines along the edges of the triangles.
+in WireframeData {
+    noperspective vec3 edgeA;
+    flat vec4 lineA;
+    flat vec4 lineB;
+    flat int wireframeCase;
+} wire;
+
+float line_unit() { return renderState.wireframeSupersample ? render.lineWidthMultiplicator : 2.0; }
+
+float distance_to_line(vec2 offset, vec2 direction) { return abs(offset.x * direction.y - offset.y * direction.x); }
+
+// Pixels to the nearest edge of the triangle.
+float edge_distance() {
+    if (wire.wireframeCase == 0) return min(wire.edgeA.x, min(wire.edgeA.y, wire.edgeA.z));
+    vec2 position = gl_FragCoord.xy - 0.5 * frameBufferSize;
+    vec2 fromA = position - wire.lineA.xy, fromB = position - wire.lineB.xy;
+    float nearest = min(distance_to_line(fromA, wire.lineA.zw), distance_to_line(fromB, wire.lineB.zw));
+    // Two corners are in front: the edge between them is seen whole.
+    if (wire.wireframeCase == 1 || wire.wireframeCase == 2 || wire.wireframeCase == 4)
+        nearest = min(nearest, distance_to_line(fromA, safe_normalize(vec3(wire.lineB.xy - wire.lineA.xy, 0.0)).xy));
+    return nearest;
+}
+
+// Leaves nothing but the lines where only lines are wanted. Returns the distance to the nearest edge, in pixels.
+float process_wireframe_fragments() {
+    float edge = edge_distance();
+    if (renderState.globalWireframe && edge > render.globalWireframeWidth * line_unit()) discard;
+    if (material.wireframe.enabled && material.wireframe.drawMode == 1 &&
+        edge > material.wireframe.lineWidth * line_unit())
+        discard;
+    return edge;
+}
+
+// The finished colour of the surface with the material's lines on it.
+vec4 apply_wireframe_rendering(vec4 color, float edge, float incident, float fogOpacity) {
+    vec3 surface = color.rgb * (1.0 - render.outputProperties.wireframeOnly);
+    if (!material.wireframe.enabled) return vec4(surface * modelColor.rgb, color.a);
+    vec3 line = material.wireframe.colorMode == 1 ? color.rgb : material.wireframe.color.rgb;
+    if (material.wireframe.transferMode == 1)
+        line = 1.0 - (1.0 - color.rgb) * (1.0 - line);
+    else if (material.wireframe.transferMode == 2)
+        line = color.rgb + line;
+    else if (material.wireframe.transferMode == 3)
+        line = color.rgb * line;
+    if (material.wireframe.hasFogInfluence) line = mix(line, color.rgb, fogOpacity);
+    line = mix(color.rgb, line, fresnel(incident, material.wireframe.fresnel, material.wireframe.bias));
+    float beside = clamp(edge - material.wireframe.lineWidth * line_unit(), 0.0, 1.0);
+    return vec4(mix(line, surface, beside) * modelColor.rgb, color.a);
+}
