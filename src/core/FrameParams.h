@@ -200,16 +200,28 @@ struct WorldTransform {
     [[nodiscard]] Matrix matrix() const;
 };
 
-// A point of a model's surface in the model's own space.
+// What places a geometry in its model's space: PreparedMesh has the meanings.
+struct GeometryFacts {
+    float size = 0;
+    Point3 center, boundsMin, boundsMax;
+};
+
+// A point of a geometry's surface.
 struct SurfacePoint {
     Point3 position, normal;
+    std::uint32_t mesh = 0; // of the geometry
     friend bool operator==(const SurfacePoint&, const SurfacePoint&) = default;
 };
 
-// Surface points by model, kept over frames and shared by the instances that show one scene. The key names
-// what the points depend on (FindSurface in SurfaceSampler.h); Clear it when the scene changes.
+struct SurfaceGeometry {
+    std::vector<SurfacePoint> points; // in the geometry's space
+    GeometryFacts facts;
+};
+
+// Surface points of geometries, kept over frames and shared by the instances that show one scene. The key
+// names the geometry and the state of its file (SurfaceSource::SurfaceKey). Clear it when the scene changes.
 struct SurfaceCache {
-    std::unordered_map<std::string, std::vector<SurfacePoint>> points;
+    std::unordered_map<std::string, SurfaceGeometry> geometries;
 };
 
 struct FrameParams {

@@ -5,7 +5,9 @@
 
 #include <array>
 #include <cstdint>
+#include <list>
 #include <map>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -38,7 +40,8 @@ std::size_t ReadRigTables(std::string_view text, RigTables& tables);
 // its parent joints do follows. A value below 0 mirrors the motion at the rest pose of the first frame.
 // Channels act in their order. A layer of a single frame at 0 percent is left out. A mesh that no joint or
 // track names stays.
-[[nodiscard]] Matrix RigMatrix(const ModelData& model, std::string_view mesh, const RigTable& table,
+[[nodiscard]] Matrix RigMatrix(std::span<const AnimationLayer> layers, const std::list<ModelJoint>& joints,
+                               const std::string& mesh, const RigTable& table,
                                const std::array<float, kRigChannelCount>& values);
 
 } // namespace velorin

@@ -66,6 +66,8 @@ public:
     // What the next Render draws; pointers in it live until then.
     [[nodiscard]] const DrawList& drawList() const { return drawList_; }
 
+    // The step of SetRender that finds the geometry of all models and gives them to the particles.
+    void LoadAssignModels(FrameParams& params);
     // The geometry of a model, from the instance's list, from the cache, or loaded now; null for a folder and
     // for what does not load (told once as a warning). Counts as one use by `params.loadedModels`.
     [[nodiscard]] MeshBuffers* FindGeometry(FrameParams& params, const SceneModel& model);

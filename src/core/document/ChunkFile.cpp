@@ -134,7 +134,7 @@ std::uint32_t ChunkFile::NextChunk() {
     const auto tag = header();
     const auto length = tag ? header() : std::nullopt;
     const auto payload = length ? reader.Take(*length) : std::nullopt;
-    if (!payload) {
+    if (!payload || *tag == 0) {
         cursor_ = document_.size();
         return 0;
     }

@@ -5,10 +5,33 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 namespace velorin {
+namespace {
+
+constexpr std::uint64_t kUnlimited = ~std::uint64_t{0};
+
+// The number behind `label` in a small file, or the first one with an empty label; kUnlimited when there is
+// none.
+std::uint64_t ReadNumber(const char* path, const char* label) {
+    std::FILE* const file = std::fopen(path, "re");
+    if (!file) return kUnlimited;
+    char text[4096];
+    const std::size_t length = std::fread(text, 1, sizeof text - 1, file);
+    std::fclose(file);
+    text[length] = 0;
+    const char* const found = std::strstr(text, label);
+    unsigned long long number = 0;
+    if (!found || std::sscanf(found + std::strlen(label), "%llu", &number) != 1) return kUnlimited;
+    return number;
+}
+
+} // namespace
 
 long CurrentProcessId() {
     return getpid();
@@ -21,6 +44,16 @@ std::uint64_t PeakMemory() {
     rusage usage{};
     if (getrusage(RUSAGE_SELF, &usage) != 0) return 0;
     return static_cast<std::uint64_t>(usage.ru_maxrss) * 1024;
+}
+
+std::uint64_t AvailableMemory() {
+    const std::uint64_t kilobytes = ReadNumber("/proc/meminfo", "MemAvailable:");
+    std::uint64_t available = kilobytes == kUnlimited ? kUnlimited : kilobytes * 1024;
+    const std::uint64_t limit = ReadNumber("/sys/fs/cgroup/memory.max", "");
+    const std::uint64_t used = ReadNumber("/sys/fs/cgroup/memory.current", "");
+    if (limit != kUnlimited && used != kUnlimited)
+        available = std::min(available, limit > used ? limit - used : 0);
+    return available;
 }
 
 std::string ExecutablePath() {

@@ -1,0 +1,176 @@
+#include "core/GeometryCache.h"
+
+#include "core/document/AssetContext.h"
+#include "core/document/SceneModel.h"
+#include "model/ModelLoader.h"
+#include "model/ModelTools.h"
+#include "platform/Clock.h"
+#include "platform/FileSystem.h"
+#include "render/MeshBuffers.h"
+#include "services/Profiler.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+namespace velorin {
+namespace {
+
+// What a mesh is made from. Models of files share whatever their type says; generated kinds share by their
+// settings.
+struct Source {
+    ModelType kind = ModelType::File;
+    std::string path;         // as it is opened
+    double modifiedTime = -1; // -1: no such file
+    std::uint64_t fileSize = 0;
+    bool noMaterials = false;
+    ImportOptions options;
+    PrimitiveKind primitive = PrimitiveKind::None;
+    PrimitiveParameters primitiveParameters;
+    std::uint32_t customPath = 0;
+    ExtrusionOptions extrusion;
+    std::vector<std::vector<PathPoint>> storedPaths;
+    float storedPathScale = 1;
+    bool storedPathClosed = true;
+    friend bool operator==(const Source&, const Source&) = default;
+};
+
+bool IsFile(ModelType type) {
+    return type == ModelType::File || type == ModelType::ImportedFile || type == ModelType::Sequence;
+}
+
+Source SourceOf(const SceneModel& model, const std::string& path) {
+    Source source;
+    source.kind = IsFile(model.type) ? ModelType::File : model.type;
+    source.options = model;
+    if (IsFile(model.type) || model.type == ModelType::PathExtrusion) {
+        source.path = ResolveModelPath(path, model.context ? model.context->dataFolder : std::string());
+        constexpr std::string_view kBundle = ".qbndl>";
+        const std::size_t bundle = source.path.find(kBundle);
+        const std::string file =
+            bundle == std::string::npos ? source.path : source.path.substr(0, bundle + kBundle.size() - 1);
+        if (const auto facts = GetFileFacts(file)) {
+            source.modifiedTime = facts->modifiedTime;
+            source.fileSize = facts->size;
+        }
+        source.noMaterials = model.noMaterials;
+    }
+    if (model.type == ModelType::Primitive) {
+        source.primitive = model.primitive;
+        source.primitiveParameters = model.primitiveParameters;
+    }
+    if (IsExtrusion(model.type)) {
+        source.customPath = model.customPath;
+        source.extrusion = model;
+        source.storedPaths = model.storedPaths;
+        source.storedPathScale = model.storedPathScale;
+        source.storedPathClosed = model.storedPathClosed;
+    }
+    return source;
+}
+
+std::unique_ptr<MeshBuffers> Load(const SceneModel& model, const std::string& path, const Source& source) {
+    VELORIN_PROFILE("Velorin::FindGeometry", "LoadModel");
+    ModelData data;
+    const std::string folder = model.context ? model.context->dataFolder : std::string();
+    bool loaded = false;
+    if (path == model.path) {
+        loaded = LoadModelData(model, folder, data);
+    } else {
+        SceneModel frame(model);
+        frame.path = path;
+        loaded = LoadModelData(frame, folder, data);
+    }
+    if (!loaded) return nullptr;
+    auto mesh = std::make_unique<MeshBuffers>(PrepareMesh(std::move(data), source.options));
+    mesh->sourcePath = source.path;
+    mesh->sourceTime = source.modifiedTime;
+    return mesh;
+}
+
+} // namespace
+
+struct GeometryCache::State {
+    struct Entry {
+        Source source;
+        std::unique_ptr<MeshBuffers> mesh; // null: what was found has no geometry
+        std::uint32_t uses = 0;
+    };
+    std::unordered_multimap<std::string, Entry> byPath;
+
+    Entry* Of(const MeshBuffers* mesh) {
+        for (auto& [path, entry] : byPath)
+            if (entry.mesh.get() == mesh) return &entry;
+        return nullptr;
+    }
+};
+
+GeometryCache::GeometryCache() : state_(std::make_unique<State>()) {
+}
+GeometryCache::~GeometryCache() = default;
+
+MeshBuffers* GeometryCache::Find(const SceneModel& model, const std::string& path) {
+    if (model.type == ModelType::Folder) return nullptr;
+    const Source source = SourceOf(model, path);
+    const auto [first, last] = state_->byPath.equal_range(source.path);
+    for (auto at = first; at != last; ++at)
+        if (at->second.source == source) return at->second.mesh.get();
+    // A failure that the file has outlived.
+    std::erase_if(state_->byPath, [&](const auto& item) {
+        return !item.second.mesh && item.first == source.path && item.second.source.kind == source.kind;
+    });
+    auto mesh = Load(model, path, source);
+    if (mesh) ++loaded_;
+    return state_->byPath.emplace(source.path, State::Entry{source, std::move(mesh), 0})->second.mesh.get();
+}
+
+std::string GeometryCache::Key(const SceneModel& model, const std::string& path) const {
+    const Source source = SourceOf(model, path);
+    std::string key = std::to_string(static_cast<unsigned>(source.kind)) + '|' + source.path;
+    key += '|' + std::to_string(source.modifiedTime) + '|' + std::to_string(source.fileSize);
+    // Generated kinds have no path to tell them apart; the model itself does.
+    if (!IsFile(model.type)) key += '|' + std::to_string(model.uniqueId);
+    return key;
+}
+
+void GeometryCache::AddUse(const MeshBuffers* mesh) {
+    if (State::Entry* const entry = mesh ? state_->Of(mesh) : nullptr) ++entry->uses;
+}
+
+void GeometryCache::DropUse(const MeshBuffers* mesh) {
+    if (!mesh) return;
+    for (auto at = state_->byPath.begin(); at != state_->byPath.end(); ++at) {
+        if (at->second.mesh.get() != mesh) continue;
+        if (at->second.uses > 1)
+            --at->second.uses;
+        else
+            state_->byPath.erase(at);
+        return;
+    }
+}
+
+MeshBuffers* GeometryCache::FindId(std::uint64_t id) const {
+    for (const auto& [path, entry] : state_->byPath)
+        if (entry.mesh && entry.mesh->id() == id) return entry.mesh.get();
+    return nullptr;
+}
+
+void GeometryCache::FreeUnused() {
+    std::erase_if(state_->byPath, [](const auto& item) { return item.second.mesh && item.second.uses == 0; });
+}
+
+std::size_t GeometryCache::size() const {
+    return static_cast<std::size_t>(
+        std::count_if(state_->byPath.begin(), state_->byPath.end(),
+                      [](const auto& item) { return item.second.mesh != nullptr; }));
+}
+
+void GeometryCache::Clear() {
+    state_->byPath.clear();
+}
+
+GeometryFacts FactsOf(const MeshBuffers& mesh) {
+    const PreparedMesh& prepared = mesh.prepared();
+    return {prepared.size, prepared.center, prepared.boundsMin, prepared.boundsMax};
+}
+
+} // namespace velorin

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "core/FrameParams.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace velorin {
+
+class MeshBuffers;
+class SceneModel;
+
+// The meshes that all scenes of the process share, by what they are made from: the file with its time of last
+// change, the import settings, and the settings of generated kinds. Each has a count of uses; one that nobody
+// uses any more is freed. One thread at a time; needs no GL context.
+class GeometryCache {
+public:
+    GeometryCache();
+    ~GeometryCache();
+
+    // The mesh of a model, found or loaded; `path` takes the place of the model's (a file of a sequence).
+    // Null for a folder and for what has no geometry; what failed is not tried again until its file changes.
+    // Does not count.
+    [[nodiscard]] MeshBuffers* Find(const SceneModel& model, const std::string& path);
+    // Names what Find would give, for other caches.
+    [[nodiscard]] std::string Key(const SceneModel& model, const std::string& path) const;
+
+    void AddUse(const MeshBuffers* mesh);
+    // Frees the mesh with the last use.
+    void DropUse(const MeshBuffers* mesh);
+    // Null when there is none.
+    [[nodiscard]] MeshBuffers* FindId(std::uint64_t id) const;
+    // Frees meshes that were found but never came into use.
+    void FreeUnused();
+
+    [[nodiscard]] std::size_t size() const;
+    [[nodiscard]] std::uint64_t loaded() const { return loaded_; }
+    void Clear();
+
+private:
+    struct State;
+    std::unique_ptr<State> state_;
+    std::uint64_t loaded_ = 0;
+};
+
+[[nodiscard]] GeometryFacts FactsOf(const MeshBuffers& mesh);
+
+} // namespace velorin
