@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -71,11 +72,11 @@ public:
     template <class T>
     [[nodiscard]] T Take() {
         static_assert(std::is_trivially_copyable_v<T> && !std::is_same_v<T, bool>);
-        T value{};
+        std::array<std::byte, sizeof(T)> bytes{};
         const std::size_t present = std::min(sizeof(T), rest_.size());
-        if (present != 0) std::memcpy(&value, rest_.data(), present);
+        std::copy_n(rest_.begin(), present, bytes.begin());
         rest_ = rest_.subspan(present);
-        return value;
+        return std::bit_cast<T>(bytes);
     }
     [[nodiscard]] std::size_t length() const { return rest_.size(); }
     // The bytes up to the first zero.

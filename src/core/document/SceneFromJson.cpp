@@ -129,11 +129,8 @@ private:
             if (text == "-Infinity") return result = -infinity, true;
         }
         if (!value.is_number()) return WrongType(at, "a number", value);
-        const auto number = value.get<double>();
-        if (std::fabs(number) > static_cast<double>(std::numeric_limits<float>::max()))
-            return Fail(at, "the number is too large.");
-        result = static_cast<float>(number);
-        return true;
+        result = static_cast<float>(value.get<double>());
+        return std::isfinite(result) || Fail(at, "the number is too large.");
     }
 
     bool ReadFloats(const json& value, const std::string& at, void* target, std::size_t count) {

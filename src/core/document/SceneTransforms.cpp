@@ -28,9 +28,10 @@ Matrix OwnMatrix(Point3 position, Point3 orientation, Point3 scale, Point3 ancho
 // has -sin y in its lower left corner; where cos y vanishes, x and z turn about the same axis and x is taken
 // as 0.
 Point3 OrientationOf(const Matrix& r) {
-    const float sinY = std::clamp(-r(2, 0), -1.0f, 1.0f);
-    Point3 angle{0, std::asin(sinY), 0};
-    if (std::fabs(sinY) < 0.999999f) {
+    // Both, since the arc sine alone is too coarse near a right angle.
+    const float sinY = -r(2, 0), cosY = std::hypot(r(2, 1), r(2, 2));
+    Point3 angle{0, std::atan2(sinY, cosY), 0};
+    if (cosY > 1e-6f) {
         angle.x = std::atan2(r(2, 1), r(2, 2));
         angle.z = std::atan2(r(1, 0), r(0, 0));
     } else {
