@@ -26,6 +26,7 @@ struct JpegState {
     std::jmp_buf escape;
     Image image;
     std::unique_ptr<std::uint8_t[]> cmykRow;
+    std::array<char, JMSG_LENGTH_MAX> warning{}; // the first
     ~JpegState() { jpeg_destroy_decompress(&jpeg); }
 };
 
@@ -33,7 +34,11 @@ struct JpegState {
     std::longjmp(static_cast<JpegState*>(jpeg->client_data)->escape, 1);
 }
 
-void OnMessage(j_common_ptr) {
+// Level -1 is a warning, the others only tell what the file has.
+void OnMessage(j_common_ptr jpeg, int level) {
+    auto* state = static_cast<JpegState*>(jpeg->client_data);
+    if (level < 0 && state->errors.num_warnings++ == 0)
+        state->errors.format_message(jpeg, state->warning.data());
 }
 
 void OnProgress(j_common_ptr jpeg) {
@@ -106,7 +111,7 @@ std::optional<Image> DecodeJpeg(Bytes file, std::string& reason) {
     const auto state = std::make_unique<JpegState>();
     state->jpeg.err = jpeg_std_error(&state->errors);
     state->errors.error_exit = OnError;
-    state->errors.output_message = OnMessage;
+    state->errors.emit_message = OnMessage;
     state->jpeg.client_data = state.get();
     // No object with a destructor is made between here and the last call of the library.
     if (setjmp(state->escape)) {
@@ -122,7 +127,8 @@ std::optional<Image> DecodeJpeg(Bytes file, std::string& reason) {
     ReadRows(*state);
     (void)jpeg_finish_decompress(&state->jpeg);
     if (state->errors.num_warnings > 0)
-        reason = "the JPEG data is damaged (" + MessageOf(*state) + "); what could be read is shown";
+        reason = std::string("the JPEG data is damaged (") + state->warning.data() +
+                 "); what could be read is shown";
     else
         reason.clear();
     return std::move(state->image);

@@ -78,17 +78,19 @@ bool ParseResolution(std::string_view line, RadianceHeader& header) {
 std::optional<RadianceHeader> ReadHeader(ByteReader& reader, Bytes file, std::string& reason) {
     RadianceHeader header;
     reason = "it is no Radiance picture";
+    // Pictures from before the "#?" line still name their format.
+    bool known = file.size() >= 2 && file[0] == std::byte{'#'} && file[1] == std::byte{'?'};
     auto line = TakeLine(reader, file);
-    if (!line || !line->starts_with("#?")) return std::nullopt;
-    for (line = TakeLine(reader, file); line && !line->empty(); line = TakeLine(reader, file)) {
+    for (; line && !line->empty(); line = TakeLine(reader, file)) {
         if (!line->starts_with("FORMAT=")) continue;
+        known = true;
         header.xyz = *line == "FORMAT=32-bit_rle_xyze";
         if (!header.xyz && *line != "FORMAT=32-bit_rle_rgbe") {
             reason = "its pixel format is not known";
             return std::nullopt;
         }
     }
-    if (!line) return std::nullopt;
+    if (!line || !known) return std::nullopt;
     line = TakeLine(reader, file);
     if (!line || !ParseResolution(*line, header)) {
         reason = "its resolution line cannot be read";

@@ -1,0 +1,733 @@
+#include "ImageSamples.h"
+
+#include "platform/Process.h"
+#include "render/images/Dds.h"
+#include "render/images/Image.h"
+#include "services/MappedFile.h"
+
+#include <gtest/gtest.h>
+#include <png.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace velorin {
+namespace {
+
+using namespace test;
+
+const std::string kData = std::string(VELORIN_SOURCE_DIR) + "/../shared/data/";
+
+std::array<double, 4> Pixel(const Image& image, std::uint32_t x, std::uint32_t y) {
+    std::array<double, 4> out{};
+    const std::size_t first = (std::size_t{y} * image.width() + x) * 4;
+    for (std::size_t c = 0; c < 4; ++c)
+        out[c] =
+            image.format() == Image::Format::Rgba8 ? image.bytes()[first + c] : image.floats()[first + c];
+    return out;
+}
+
+void ExpectPixel(const Image& image, std::uint32_t x, std::uint32_t y, std::array<double, 4> expected,
+                 double tolerance = 0) {
+    const auto found = Pixel(image, x, y);
+    for (std::size_t c = 0; c < 4; ++c)
+        EXPECT_NEAR(found[c], expected[c], tolerance) << "channel " << c << " at " << x << ", " << y;
+}
+
+Image Decoded(const FileBytes& file, std::string_view extension, std::string* reason = nullptr) {
+    std::string why;
+    auto image = DecodeImage(Span(file), extension, why);
+    if (reason)
+        *reason = why;
+    else
+        EXPECT_TRUE(image) << why;
+    return image ? std::move(*image) : Image();
+}
+
+Image DecodedFile(const std::string& name) {
+    const MappedFile file = MappedFile::Open(kData + name, FileAccess::Read);
+    std::string reason;
+    auto image = DecodeImage(file.bytes(), std::filesystem::path(name).extension().string(), reason);
+    EXPECT_TRUE(image) << name << ": " << reason;
+    return image ? std::move(*image) : Image();
+}
+
+TEST(PngImage, EveryDepthAndColourType) {
+    struct Case {
+        const char* what;
+        int depth, type;
+        std::vector<std::uint8_t> packed; // one row of four pixels
+        std::array<std::array<double, 4>, 4> expected;
+    };
+    const double d = 1 / 65535.0;
+    const Case cases[] = {
+        {"1-bit grey",
+         1,
+         PNG_COLOR_TYPE_GRAY,
+         {0xA0},
+         {{{255, 255, 255, 255}, {0, 0, 0, 255}, {255, 255, 255, 255}, {0, 0, 0, 255}}}},
+        {"2-bit grey",
+         2,
+         PNG_COLOR_TYPE_GRAY,
+         {0x1B},
+         {{{0, 0, 0, 255}, {85, 85, 85, 255}, {170, 170, 170, 255}, {255, 255, 255, 255}}}},
+        {"4-bit grey",
+         4,
+         PNG_COLOR_TYPE_GRAY,
+         {0x01, 0x8F},
+         {{{0, 0, 0, 255}, {17, 17, 17, 255}, {136, 136, 136, 255}, {255, 255, 255, 255}}}},
+        {"8-bit grey",
+         8,
+         PNG_COLOR_TYPE_GRAY,
+         {0, 1, 128, 255},
+         {{{0, 0, 0, 255}, {1, 1, 1, 255}, {128, 128, 128, 255}, {255, 255, 255, 255}}}},
+        {"16-bit grey",
+         16,
+         PNG_COLOR_TYPE_GRAY,
+         {0, 0, 0, 1, 0x12, 0x34, 255, 255},
+         {{{0, 0, 0, 1}, {d, d, d, 1}, {0x1234 * d, 0x1234 * d, 0x1234 * d, 1}, {1, 1, 1, 1}}}},
+        {"8-bit RGB",
+         8,
+         PNG_COLOR_TYPE_RGB,
+         {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12},
+         {{{1, 2, 3, 255}, {4, 5, 6, 255}, {7, 8, 9, 255}, {10, 11, 12, 255}}}},
+        {"16-bit RGB",
+         16,
+         PNG_COLOR_TYPE_RGB,
+         {0, 1, 0, 2, 0, 3, 0, 4, 0, 5, 0, 6, 0, 7, 0, 8, 0, 9, 1, 0, 2, 0, 3, 0},
+         {{{d, 2 * d, 3 * d, 1},
+           {4 * d, 5 * d, 6 * d, 1},
+           {7 * d, 8 * d, 9 * d, 1},
+           {256 * d, 512 * d, 768 * d, 1}}}},
+        {"2-bit palette with alpha",
+         2,
+         PNG_COLOR_TYPE_PALETTE,
+         {0x1B},
+         {{{0, 0, 0, 0}, {10, 20, 30, 128}, {20, 40, 60, 255}, {30, 60, 90, 255}}}},
+        {"8-bit palette with alpha",
+         8,
+         PNG_COLOR_TYPE_PALETTE,
+         {3, 2, 1, 0},
+         {{{30, 60, 90, 255}, {20, 40, 60, 255}, {10, 20, 30, 128}, {0, 0, 0, 0}}}},
+        {"8-bit grey and alpha",
+         8,
+         PNG_COLOR_TYPE_GRAY_ALPHA,
+         {1, 2, 3, 4, 5, 6, 7, 8},
+         {{{1, 1, 1, 2}, {3, 3, 3, 4}, {5, 5, 5, 6}, {7, 7, 7, 8}}}},
+        {"16-bit grey and alpha",
+         16,
+         PNG_COLOR_TYPE_GRAY_ALPHA,
+         {0, 1, 0, 2, 0, 3, 0, 4, 0, 5, 0, 6, 255, 255, 0, 0},
+         {{{d, d, d, 2 * d}, {3 * d, 3 * d, 3 * d, 4 * d}, {5 * d, 5 * d, 5 * d, 6 * d}, {1, 1, 1, 0}}}},
+        {"8-bit RGBA",
+         8,
+         PNG_COLOR_TYPE_RGBA,
+         {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16},
+         {{{1, 2, 3, 4}, {5, 6, 7, 8}, {9, 10, 11, 12}, {13, 14, 15, 16}}}},
+    };
+    for (const Case& c : cases) {
+        for (const bool interlaced : {false, true}) {
+            SCOPED_TRACE(c.what);
+            const Image image = Decoded(MakePng(4, 1, c.depth, c.type, c.packed, interlaced), ".PNG");
+            ASSERT_EQ(image.width(), 4u);
+            EXPECT_EQ(image.format(), c.depth == 16 ? Image::Format::RgbaFloat : Image::Format::Rgba8);
+            for (std::uint32_t x = 0; x < 4; ++x) ExpectPixel(image, x, 0, c.expected[x], 1e-7);
+        }
+    }
+}
+
+TEST(PngImage, RowsStandInOrder) {
+    // 3 by 4 pixels of 16-bit RGBA whose value is its number.
+    std::vector<std::uint8_t> packed;
+    for (int i = 0; i < 3 * 4 * 4; ++i) packed.insert(packed.end(), {static_cast<std::uint8_t>(i), 0});
+    const Image image = Decoded(MakePng(3, 4, 16, PNG_COLOR_TYPE_RGBA, packed), ".png");
+    for (std::uint32_t y = 0; y < 4; ++y)
+        for (std::uint32_t x = 0; x < 3; ++x) {
+            const double first = 4.0 * (y * 3 + x) * 256 / 65535;
+            ExpectPixel(image, x, y,
+                        {first, first + 256 / 65535.0, first + 512 / 65535.0, first + 768 / 65535.0}, 1e-6);
+        }
+}
+
+TEST(JpegImage, ColoursOfEverySpace) {
+    struct Case {
+        const char* what;
+        std::vector<std::uint8_t> colour;
+        bool adobe;
+        std::array<double, 4> expected;
+    };
+    // Ink of CMYK: red = 255 (1 - c)(1 - k); Adobe's values count what is left white.
+    const Case cases[] = {
+        {"grey", {100}, false, {100, 100, 100, 255}},
+        {"RGB", {200, 100, 50}, false, {200, 100, 50, 255}},
+        {"plain CMYK", {0, 51, 102, 51}, false, {204, 163.2, 122.4, 255}},
+        {"Adobe CMYK", {255, 204, 153, 204}, true, {204, 163.2, 122.4, 255}},
+    };
+    for (const Case& c : cases)
+        for (const bool progressive : {false, true}) {
+            SCOPED_TRACE(c.what);
+            const Image image = Decoded(MakeJpeg(37, 21, c.colour, progressive, c.adobe), ".jpg");
+            ASSERT_EQ(image.width(), 37u);
+            ASSERT_EQ(image.height(), 21u);
+            for (const auto& [x, y] : {std::pair{0u, 0u}, {36u, 20u}, {17u, 9u}})
+                ExpectPixel(image, x, y, c.expected, 2);
+        }
+}
+
+TEST(JpegImage, ACutFileShowsWhatCameBefore) {
+    FileBytes file = MakeJpeg(256, 256, {200, 100, 50}, false, false);
+    file.resize(file.size() - 300);
+    std::string reason;
+    const Image image = Decoded(file, ".jpg", &reason);
+    ASSERT_FALSE(image.empty());
+    ExpectPixel(image, 3, 3, {200, 100, 50, 255}, 2);
+    EXPECT_NE(reason.find("what could be read is shown"), std::string::npos) << reason;
+}
+
+std::string RadianceFile(std::string_view resolution, std::string_view pixels,
+                         std::string_view format = "rgbe") {
+    return "#?RADIANCE\n# made by hand\nEXPOSURE=2\nFORMAT=32-bit_rle_" + std::string(format) + "\n\n" +
+           std::string(resolution) + "\n" + std::string(pixels);
+}
+
+TEST(RadianceImage, PixelFormsGiveTheSamePicture) {
+    // 10 pixels of (128, 64, 32) * 2^-7 = (1, 0.5, 0.25), the last one of twice that.
+    const std::string pixel("\x80\x40\x20\x81", 4), last("\x80\x40\x20\x82", 4);
+    std::string flat;
+    for (int i = 0; i < 9; ++i) flat += pixel;
+    const std::string old = pixel + std::string("\x01\x01\x01\x08", 4);
+    const std::string oldTwoCodes = pixel + std::string("\x01\x01\x01\x08\x01\x01\x01\x00", 8);
+    const std::string fresh = std::string("\x02\x02\x00\x0A", 4) + std::string("\x8A\x80", 2) +
+                              "\x83\x40\x07" + "\x40\x40\x40\x40\x40\x40\x40" + "\x8A\x20" +
+                              "\x89\x81\x01\x82";
+    const std::pair<const char*, std::string> forms[] = {{"flat", flat + last},
+                                                         {"old runs", old + last},
+                                                         {"old runs of two codes", oldTwoCodes + last},
+                                                         {"new runs", fresh}};
+    for (const auto& [what, pixels] : forms) {
+        SCOPED_TRACE(what);
+        const Image image = Decoded(ToBytes(RadianceFile("-Y 1 +X 10", pixels)), ".hdr");
+        ASSERT_EQ(image.width(), 10u);
+        for (std::uint32_t x = 0; x < 9; ++x) ExpectPixel(image, x, 0, {1, 0.5, 0.25, 1});
+        ExpectPixel(image, 9, 0, {2, 1, 0.5, 1});
+    }
+}
+
+TEST(RadianceImage, LongOldRunsCount) {
+    // 1 + 2 + 256 pixels.
+    const std::string pixels =
+        std::string("\x80\x40\x20\x81", 4) + std::string("\x01\x01\x01\x02\x01\x01\x01\x01", 8);
+    const Image image = Decoded(ToBytes(RadianceFile("-Y 1 +X 259", pixels)), ".hdr");
+    ExpectPixel(image, 258, 0, {1, 0.5, 0.25, 1});
+}
+
+TEST(RadianceImage, AllOrientations) {
+    // Six pixels in file order with red 1 to 6 (times 2^-7 at exponent 129, so value n / 128).
+    std::string pixels;
+    for (int i = 1; i <= 6; ++i) pixels += {static_cast<char>(i), 0, 0, static_cast<char>(0x81)};
+    struct Case {
+        const char* resolution;
+        std::uint32_t width;
+        std::array<int, 6> rows; // what must stand there, row by row from the top left
+    };
+    const Case cases[] = {
+        {"-Y 2 +X 3", 3, {1, 2, 3, 4, 5, 6}}, {"-Y 2 -X 3", 3, {3, 2, 1, 6, 5, 4}},
+        {"+Y 2 +X 3", 3, {4, 5, 6, 1, 2, 3}}, {"+Y 2 -X 3", 3, {6, 5, 4, 3, 2, 1}},
+        {"+X 2 -Y 3", 2, {1, 4, 2, 5, 3, 6}}, {"+X 2 +Y 3", 2, {3, 6, 2, 5, 1, 4}},
+        {"-X 2 -Y 3", 2, {4, 1, 5, 2, 6, 3}}, {"-X 2 +Y 3", 2, {6, 3, 5, 2, 4, 1}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.resolution);
+        const Image image = Decoded(ToBytes(RadianceFile(c.resolution, pixels)), ".pic");
+        ASSERT_EQ(image.width(), c.width);
+        ASSERT_EQ(image.height(), 6 / c.width);
+        for (std::uint32_t i = 0; i < 6; ++i)
+            EXPECT_EQ(Pixel(image, i % c.width, i / c.width)[0] * 128, c.rows[i]) << i;
+    }
+}
+
+TEST(RadianceImage, XyzWhiteIsWhite) {
+    // The equal-energy white, and the colour of Radiance's red primary (0.64, 0.33, 0.03) of luminance 0.33.
+    const std::string pixels = std::string("\x80\x80\x80\x81\x80\x42\x06\x80", 8);
+    const Image image = Decoded(ToBytes(RadianceFile("-Y 1 +X 2", pixels, "xyze")), ".hdr");
+    ExpectPixel(image, 0, 0, {1, 1, 1, 1}, 2e-3);
+    const auto red = Pixel(image, 1, 0);
+    EXPECT_NEAR(red[0], 0.5 / 0.514, 0.01); // of full red, X is 0.514
+    EXPECT_NEAR(red[1], 0, 0.01);
+    EXPECT_NEAR(red[2], 0, 0.01);
+}
+
+TEST(RadianceImage, DamagedLinesAreRefused) {
+    const std::string pixel("\x80\x40\x20\x81", 4);
+    const std::pair<const char*, std::string> cases[] = {
+        {"repeat without a pixel", RadianceFile("-Y 1 +X 2", "\x01\x01\x01\x02")},
+        {"run past the end", RadianceFile("-Y 1 +X 3", pixel + "\x01\x01\x01\x03")},
+        {"new run past the end",
+         RadianceFile("-Y 1 +X 8", std::string("\x02\x02\x00\x08\x89\x01", 6) + std::string(40, 'x'))},
+        {"empty span",
+         RadianceFile("-Y 1 +X 8", std::string("\x02\x02\x00\x08\x00\x00", 6) + std::string(40, 'x'))},
+        {"wrong line length",
+         RadianceFile("-Y 1 +X 8", std::string("\x02\x02\x00\x09", 4) + std::string(40, 'x'))},
+        {"same axis twice", RadianceFile("-Y 1 +Y 2", pixel + pixel)},
+        {"no size", RadianceFile("-Y +X 2", pixel + pixel)},
+        {"size that wraps", RadianceFile("-Y 4294967297 +X 2", pixel + pixel)},
+        {"no header end", "#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n"},
+        {"other format", RadianceFile("-Y 1 +X 1", pixel, "yuv")},
+        {"no format at all", "some text\n\n-Y 1 +X 1\n" + pixel},
+    };
+    for (const auto& [what, file] : cases) {
+        std::string reason;
+        EXPECT_TRUE(Decoded(ToBytes(file), ".hdr", &reason).empty()) << what;
+        EXPECT_FALSE(reason.empty()) << what;
+    }
+}
+
+TEST(ExrImage, LayoutsGiveTheSamePicture) {
+    struct Case {
+        const char* what;
+        ExrOptions options;
+    };
+    std::vector<Case> cases;
+    for (const bool tiled : {false, true})
+        for (const bool half : {false, true})
+            for (const int compression : {0, 1, 2, 3, 4}) {
+                ExrOptions o;
+                o.tiled = tiled, o.half = half, o.compression = compression;
+                cases.push_back({"at the origin", o});
+            }
+    ExrOptions moved;
+    moved.minX = -7, moved.minY = 1000;
+    cases.push_back({"moved window", moved});
+    moved.tiled = true;
+    cases.push_back({"moved tiled window", moved});
+    ExrOptions up;
+    up.bottomUp = true;
+    cases.push_back({"bottom up", up});
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.what) + (c.options.tiled ? ", tiled" : "") +
+                     (c.options.half ? ", half" : "") + ", " + std::to_string(c.options.compression));
+        const Image image = Decoded(MakeExr(19, 11, c.options), ".exr");
+        ASSERT_EQ(image.format(), Image::Format::RgbaFloat);
+        ASSERT_EQ(image.width(), 19u);
+        ASSERT_EQ(image.height(), 11u);
+        for (std::uint32_t y = 0; y < 11; ++y)
+            for (std::uint32_t x = 0; x < 19; ++x)
+                ExpectPixel(image, x, y, {double(x), double(y), double(x * y), 0.5});
+    }
+}
+
+TEST(ExrImage, MissingChannels) {
+    ExrOptions options;
+    options.channels = "RGB";
+    ExpectPixel(Decoded(MakeExr(5, 4, options), ".exr"), 3, 2, {3, 2, 6, 1});
+    options.channels = "R";
+    ExpectPixel(Decoded(MakeExr(5, 4, options), ".exr"), 3, 2, {3, 0, 0, 1});
+    options.channels = "Y";
+    ExpectPixel(Decoded(MakeExr(5, 4, options), ".exr"), 3, 2, {5, 5, 5, 1});
+    options.channels = "YA";
+    ExpectPixel(Decoded(MakeExr(5, 4, options), ".exr"), 3, 2, {5, 5, 5, 0.5});
+    options.channels = "Z";
+    std::string reason;
+    EXPECT_TRUE(Decoded(MakeExr(5, 4, options), ".exr", &reason).empty());
+    EXPECT_NE(reason.find("no colour channels"), std::string::npos);
+}
+
+// Blocks of the two colours red (5:6:5 0xF800) and blue (0x001F), whose indices count 0 1 2 3 along each row.
+const std::vector<std::uint8_t> kFourColours = {0x00, 0xF8, 0x1F, 0x00, 0xE4, 0xE4, 0xE4, 0xE4};
+const std::vector<std::uint8_t> kThreeColours = {0x1F, 0x00, 0x00, 0xF8, 0xE4, 0xE4, 0xE4, 0xE4};
+
+std::vector<std::uint8_t> Joined(std::vector<std::uint8_t> a, const std::vector<std::uint8_t>& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+TEST(Dds, BlocksUnpackToTheirColours) {
+    // Alpha of DXT3: 0, 5, 10, 15 along each row. Of DXT5: 0 1 2 7 of the ramp between 240 and 30.
+    const std::vector<std::uint8_t> alpha3 = {0x50, 0xFA, 0x50, 0xFA, 0x50, 0xFA, 0x50, 0xFA};
+    const std::uint64_t rowIndices = 0 | 1 << 3 | 2 << 6 | 7 << 9;
+    const auto alpha5 = [&](std::uint8_t a, std::uint8_t b) {
+        std::uint64_t bits = a | b << 8;
+        for (int row = 0; row < 4; ++row) bits |= rowIndices << (16 + 12 * row);
+        std::vector<std::uint8_t> bytes(8);
+        std::memcpy(bytes.data(), &bits, 8);
+        return bytes;
+    };
+    struct Case {
+        const char* what;
+        const char* fourCC;
+        std::vector<std::uint8_t> block;
+        std::array<std::array<int, 4>, 4> row;
+    };
+    const Case cases[] = {
+        {"four colours",
+         "DXT1",
+         kFourColours,
+         {{{255, 0, 0, 255}, {0, 0, 255, 255}, {170, 0, 85, 255}, {85, 0, 170, 255}}}},
+        {"three and none",
+         "DXT1",
+         kThreeColours,
+         {{{0, 0, 255, 255}, {255, 0, 0, 255}, {127, 0, 127, 255}, {0, 0, 0, 0}}}},
+        {"explicit alpha",
+         "DXT3",
+         Joined(alpha3, kFourColours),
+         {{{255, 0, 0, 0}, {0, 0, 255, 85}, {170, 0, 85, 170}, {85, 0, 170, 255}}}},
+        {"eight alphas",
+         "DXT5",
+         Joined(alpha5(240, 30), kFourColours),
+         {{{255, 0, 0, 240}, {0, 0, 255, 30}, {170, 0, 85, 210}, {85, 0, 170, 60}}}},
+        {"six alphas",
+         "DXT5",
+         Joined(alpha5(30, 240), kThreeColours),
+         {{{0, 0, 255, 30}, {255, 0, 0, 240}, {85, 0, 170, 72}, {170, 0, 85, 255}}}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        DdsOptions options;
+        options.fourCC = c.fourCC;
+        const FileBytes file = MakeDds(options, c.block);
+        std::string reason;
+        const auto dds = ReadDds(Span(file), reason);
+        ASSERT_TRUE(dds) << reason;
+        std::vector<std::uint8_t> rgba(64);
+        DecodeBlocks(dds->format, dds->levels[0], rgba.data());
+        for (std::size_t y = 0; y < 4; ++y)
+            for (std::size_t x = 0; x < 4; ++x)
+                for (std::size_t k = 0; k < 4; ++k)
+                    EXPECT_EQ(rgba[16 * y + 4 * x + k], c.row[x][k]) << x << ", " << y;
+    }
+}
+
+TEST(Dds, LevelsFollowEachOther) {
+    // 13 by 7: levels of 4x2, 2x1, 1x1 and 1x1 blocks.
+    DdsOptions options;
+    options.width = 13, options.height = 7, options.mips = 4, options.fourCC = "DXT5";
+    std::vector<std::uint8_t> data(16 * (8 + 2 + 1 + 1));
+    for (std::size_t i = 0; i < data.size(); ++i) data[i] = static_cast<std::uint8_t>(i);
+    const FileBytes file = MakeDds(options, data);
+    std::string reason;
+    const auto dds = ReadDds(Span(file), reason);
+    ASSERT_TRUE(dds);
+    ASSERT_EQ(dds->levels.size(), 4u);
+    const std::array<std::array<std::uint32_t, 3>, 4> expected{
+        {{13, 7, 0}, {6, 3, 128}, {3, 1, 160}, {1, 1, 176}}};
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(dds->levels[i].width, expected[i][0]);
+        EXPECT_EQ(dds->levels[i].height, expected[i][1]);
+        EXPECT_EQ(dds->levels[i].blocks.data() - file.data(), 128 + expected[i][2]);
+    }
+    // A file that ends in the third level has two; one that ends in the first is refused.
+    EXPECT_EQ(ReadDds(Span(file).first(128 + 160 + 3), reason)->levels.size(), 2u);
+    EXPECT_FALSE(ReadDds(Span(file).first(128 + 127), reason));
+}
+
+TEST(Dds, WhatIsRefused) {
+    DdsOptions good;
+    std::string reason;
+    ASSERT_TRUE(ReadDds(Span(MakeDds(good, kFourColours)), reason));
+    std::vector<std::pair<const char*, FileBytes>> cases;
+    const auto add = [&](const char* what, auto change) {
+        DdsOptions options;
+        change(options);
+        cases.emplace_back(what, MakeDds(options, kFourColours));
+    };
+    add("header size", [](DdsOptions& o) { o.size = 123; });
+    add("no pixel format flag", [](DdsOptions& o) { o.flags = 7; });
+    add("no texture flag", [](DdsOptions& o) { o.caps = 0; });
+    add("DXT2", [](DdsOptions& o) { o.fourCC = "DXT2"; });
+    add("DX10", [](DdsOptions& o) { o.fourCC = "DX10"; });
+    add("no FourCC", [](DdsOptions& o) { o.fourCC = ""; });
+    add("no width", [](DdsOptions& o) { o.width = 0; });
+    add("no height", [](DdsOptions& o) { o.height = 0; });
+    add("more than is there", [](DdsOptions& o) { o.width = 5; });
+    add("size that wraps", [](DdsOptions& o) { o.width = o.height = 0xFFFFFFFF; });
+    cases.emplace_back("wrong magic", ToBytes("DDX "));
+    for (const auto& [what, file] : cases) {
+        reason.clear();
+        EXPECT_FALSE(ReadDds(Span(file), reason)) << what;
+        EXPECT_FALSE(reason.empty()) << what;
+    }
+}
+
+TEST(Image, HalvingRoundsUpTwice) {
+    Image image(5, 3, Image::Format::Rgba8); // an odd last column and row are left out
+    std::fill_n(image.bytes(), image.byteCount(), std::uint8_t{99});
+    const auto set = [&](std::uint32_t x, std::uint32_t y, std::array<std::uint8_t, 4> value) {
+        std::memcpy(image.bytes() + (y * 5 + x) * 4, value.data(), 4);
+    };
+    set(0, 0, {0, 0, 10, 255}), set(1, 0, {0, 1, 20, 255}), set(0, 1, {0, 0, 30, 255}),
+        set(1, 1, {1, 0, 41, 254});
+    set(2, 0, {255, 7, 0, 0}), set(3, 0, {255, 7, 255, 0}), set(2, 1, {0, 7, 0, 0}),
+        set(3, 1, {0, 7, 255, 3});
+    const Image half = Halved(image);
+    ASSERT_EQ(half.width(), 2u);
+    ASSERT_EQ(half.height(), 1u);
+    // Pairs in a row first: (0, 0, 15, 255) and (1, 0, 36, 255), each rounded up, then the two.
+    ExpectPixel(half, 0, 0, {1, 1, 26, 255});
+    ExpectPixel(half, 1, 0, {128, 7, 128, 1});
+
+    Image line(1, 4, Image::Format::RgbaFloat);
+    for (std::size_t i = 0; i < 16; ++i) line.floats()[i] = static_cast<float>(i);
+    const Image shorter = Halved(line);
+    ASSERT_EQ(shorter.width(), 1u);
+    ASSERT_EQ(shorter.height(), 2u);
+    ExpectPixel(shorter, 0, 1, {10, 11, 12, 13});
+}
+
+TEST(Image, TheLimitHalvesUntilASideIsShort) {
+    struct Case {
+        std::uint32_t width, height, limit, newWidth, newHeight;
+    };
+    const Case cases[] = {
+        {2048, 1024, 1024, 1024, 512}, {1024, 1024, 1024, 1024, 1024}, {1025, 300, 1024, 512, 150},
+        {100, 5000, 1024, 100, 5000},  {300, 5000, 1024, 75, 1250},    {128, 1025, 1024, 128, 1025},
+        {2048, 2048, 512, 512, 512},
+    };
+    for (const Case& c : cases) {
+        const Image image = LimitedTo(Image(c.width, c.height, Image::Format::Rgba8), c.limit);
+        EXPECT_EQ(image.width(), c.newWidth) << c.width << " by " << c.height;
+        EXPECT_EQ(image.height(), c.newHeight) << c.width << " by " << c.height;
+    }
+}
+
+TEST(Image, UnknownExtensionsGoByTheContent) {
+    const FileBytes png = MakePng(1, 1, 8, PNG_COLOR_TYPE_GRAY, {7});
+    for (const char* extension : {".jpg", "", ".tga"})
+        ExpectPixel(Decoded(png, extension), 0, 0, {7, 7, 7, 255});
+    std::string reason;
+    EXPECT_TRUE(Decoded(ToBytes("GIF89a..."), ".gif", &reason).empty());
+    EXPECT_NE(reason.find("PNG, JPEG, OpenEXR, Radiance or DDS"), std::string::npos) << reason;
+    EXPECT_TRUE(Decoded({}, ".jpg", &reason).empty());
+    EXPECT_EQ(reason, "the file is empty");
+}
+
+// ----- Files from elsewhere. The values were read with ImageMagick, those of Radiance files with a program
+// of a few lines that follows the format's description.
+
+struct KnownPixel {
+    const char* file;
+    std::uint32_t width, height, x, y;
+    std::array<double, 4> rgba;
+    double tolerance;
+};
+
+TEST(ImageFiles, KnownPixels) {
+    if (!std::filesystem::exists(kData)) GTEST_SKIP() << "no shared data";
+    const KnownPixel pixels[] = {
+        {"textures/png/basn0g01.png", 32, 32, 20, 9, {255, 255, 255, 255}, 0},
+        {"textures/png/basn0g08.png", 32, 32, 20, 9, {202, 202, 202, 255}, 0},
+        {"textures/png/basn2c08.png", 32, 32, 13, 5, {255, 255, 82, 255}, 0},
+        {"textures/png/basi2c08.png", 32, 32, 13, 5, {255, 255, 82, 255}, 0},
+        {"textures/png/basn0g16.png", 32, 32, 13, 5, {0.496101, 0.496101, 0.496101, 1}, 1e-5},
+        {"textures/png/basn2c16.png", 32, 32, 13, 5, {0.580652, 0.838712, 0, 1}, 1e-5},
+        {"textures/png/basn6a16.png", 32, 32, 20, 9, {0.153841, 1, 0, 0.580652}, 1e-5},
+        {"textures/png/kueken7_srgb8.png", 256, 256, 20, 9, {142, 137, 71, 255}, 0},
+        {"textures/png/basn3p08.png", 32, 32, 20, 9, {0, 153, 153, 255}, 0},
+        {"textures/png/basn4a08.png", 32, 32, 20, 9, {180, 180, 180, 164}, 0},
+        {"textures/png/basn6a08.png", 32, 32, 13, 5, {255, 159, 7, 106}, 0},
+        {"textures/png/tbbn3p08.png", 32, 32, 0, 0, {255, 255, 255, 0}, 0},
+        {"textures/png/tbbn3p08.png", 32, 32, 20, 9, {121, 121, 121, 255}, 0},
+        {"textures/jpg/hopper_gray.jpg", 128, 128, 64, 64, {99, 99, 99, 255}, 1},
+        {"textures/jpg/tower_progressive.jpg", 512, 512, 300, 200, {94, 159, 213, 255}, 1},
+        {"textures/jpg/testorig.jpg", 227, 149, 100, 70, {216, 51, 55, 255}, 2},
+        {"textures/jpg/pil_sample_cmyk.jpg", 100, 100, 30, 40, {255, 12, 25, 255}, 1},
+        {"textures/jpg/land_shallow_topo_2048.jpg", 2048, 1024, 1000, 300, {150, 133, 89, 255}, 2},
+        {"textures/exr/v1.7.test.1.exr", 178, 155, 60, 70, {0.458740234, 0.458740234, 0.458740234, 1}, 1e-8},
+        {"textures/exr/lineOrder_decreasing.exr",
+         237,
+         119,
+         120,
+         60,
+         {6020, 0.0372009277, -0.00401687622, 0},
+         1e-8},
+        {"textures/exr/t08.exr", 400, 300, 10, 10, {1, 1, 0, 1}, 0},
+        {"textures/exr/t08.exr", 400, 300, 200, 5, {0, 0, 1, 1}, 0},
+        {"textures/hdr/venice_sunset_1k.hdr", 1024, 512, 512, 256, {1.359375, 0.9609375, 0.7890625, 1}, 0},
+        {"textures/pic/Earth128.pic", 128, 128, 64, 64, {0, 0.0625, 1.296875, 1}, 0},
+    };
+    for (const KnownPixel& p : pixels) {
+        SCOPED_TRACE(p.file);
+        const Image image = DecodedFile(p.file);
+        ASSERT_EQ(image.width(), p.width);
+        ASSERT_EQ(image.height(), p.height);
+        ExpectPixel(image, p.x, p.y, p.rgba, p.tolerance);
+    }
+}
+
+TEST(ImageFiles, KnownBlocks) {
+    if (!std::filesystem::exists(kData)) GTEST_SKIP() << "no shared data";
+    struct Case {
+        const char* file;
+        std::size_t levels;
+        std::uint32_t x, y;
+        std::array<int, 4> rgba;
+    };
+    const Case cases[] = {
+        {"kueken7_rgba_dxt1_unorm.dds", 9, 20, 9, {0x8C, 0x85, 0x39, 0xFF}},
+        {"fieldstone-rgba.dds", 10, 100, 200, {0x70, 0x72, 0x78, 0xFF}},
+        {"kueken7_rgba_dxt5_unorm.dds", 9, 100, 50, {0x15, 0x19, 0x05, 0xFF}},
+        {"dds_npot_bc3_mips.dds", 4, 12, 6, {0x4A, 0x82, 0x29, 0x25}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.file);
+        const MappedFile file = MappedFile::Open(kData + "textures/dds/" + c.file, FileAccess::Read);
+        std::string reason;
+        const auto dds = ReadDds(file.bytes(), reason);
+        ASSERT_TRUE(dds) << reason;
+        EXPECT_EQ(dds->levels.size(), c.levels);
+        const DdsImage::Level& level = dds->levels[0];
+        std::vector<std::uint8_t> rgba(std::size_t{4} * level.width * level.height);
+        DecodeBlocks(dds->format, level, rgba.data());
+        const std::size_t first = 4 * (std::size_t{c.y} * level.width + c.x);
+        for (std::size_t k = 0; k < 4; ++k) EXPECT_EQ(rgba[first + k], c.rgba[k]) << k;
+    }
+}
+
+// Every file of a folder through the decoder of its extension; what is decoded has pixels, what is not has a
+// reason.
+void DecodeFolder(const std::string& folder, std::size_t& decoded, std::size_t& refused) {
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+        if (!entry.is_regular_file()) continue;
+        const MappedFile file = MappedFile::Open(entry.path().string(), FileAccess::Read);
+        const std::string extension = entry.path().extension().string();
+        std::string reason;
+        const bool good = extension == ".dds" ? ReadDds(file.bytes(), reason).has_value()
+                                              : DecodeImage(file.bytes(), extension, reason).has_value();
+        EXPECT_TRUE(good || !reason.empty()) << entry.path();
+        ++(good ? decoded : refused);
+    }
+}
+
+TEST(ImageFiles, EveryTextureDecodes) {
+    if (!std::filesystem::exists(kData)) GTEST_SKIP() << "no shared data";
+    std::size_t decoded = 0, refused = 0;
+    DecodeFolder(kData + "textures", decoded, refused);
+    EXPECT_GE(decoded, 20u);
+    EXPECT_EQ(refused, 2u) << "the two DDS files of other formats";
+}
+
+TEST(ImageFiles, BrokenOnesAskForNoMemory) {
+    if (!std::filesystem::exists(kData)) GTEST_SKIP() << "no shared data";
+    const std::uint64_t before = PeakMemory();
+    std::size_t decoded = 0, refused = 0;
+    DecodeFolder(kData + "broken", decoded, refused);
+    EXPECT_EQ(decoded, 1u) << "the JPEG that is cut short";
+    EXPECT_LT(PeakMemory() - before, 64u << 20);
+}
+
+// ----- Hostile input.
+
+// A well-formed file of each kind whose header then claims the given size.
+FileBytes WithClaimedSize(const std::string& kind, std::uint32_t width, std::uint32_t height) {
+    const auto put = [](FileBytes& file, std::size_t at, std::uint64_t value, int bytes, bool bigEndian) {
+        for (int i = 0; i < bytes; ++i)
+            file[at + static_cast<std::size_t>(bigEndian ? bytes - 1 - i : i)] =
+                static_cast<std::byte>(value >> (8 * i));
+    };
+    if (kind == ".png") {
+        FileBytes file = MakePng(1, 1, 8, PNG_COLOR_TYPE_RGB, {1, 2, 3});
+        put(file, 16, width, 4, true);
+        put(file, 20, height, 4, true);
+        // The header's checksum, over its type and data.
+        std::uint32_t crc = 0xFFFFFFFF;
+        for (std::size_t i = 12; i < 29; ++i) {
+            crc ^= static_cast<std::uint8_t>(file[i]);
+            for (int bit = 0; bit < 8; ++bit) crc = crc & 1 ? crc >> 1 ^ 0xEDB88320u : crc >> 1;
+        }
+        put(file, 29, ~crc, 4, true);
+        return file;
+    }
+    if (kind == ".jpg" || kind == ".jpeg") {
+        FileBytes file = MakeJpeg(8, 8, {1, 2, 3}, kind == ".jpeg", false);
+        for (std::size_t i = 0; i + 9 < file.size(); ++i)
+            if (file[i] == std::byte{0xFF} &&
+                (file[i + 1] == std::byte{0xC0} || file[i + 1] == std::byte{0xC2})) {
+                put(file, i + 5, std::min(height, 65500u), 2, true);
+                put(file, i + 7, std::min(width, 65500u), 2, true);
+            }
+        return file;
+    }
+    if (kind == ".hdr")
+        return ToBytes(RadianceFile("-Y " + std::to_string(height) + " +X " + std::to_string(width),
+                                    "\x80\x40\x20\x81"));
+    ExrOptions options;
+    options.tiled = kind == ".exr tiled";
+    FileBytes file = MakeExr(8, 8, options);
+    const std::string name("dataWindow\0box2i\0", 17);
+    const auto* text = reinterpret_cast<const char*>(file.data());
+    const std::size_t at = std::string_view(text, file.size()).find(name) + name.size() + 4;
+    put(file, at + 8, width - 1, 4, false);
+    put(file, at + 12, height - 1, 4, false);
+    return file;
+}
+
+TEST(HostileImages, AHugeHeaderAsksForNoMemory) {
+    const std::uint64_t before = PeakMemory();
+    for (const std::string kind : {".png", ".jpg", ".jpeg", ".hdr", ".exr", ".exr tiled"})
+        for (const auto& [width, height] :
+             {std::pair{100000u, 100000u}, {1u, 4000000000u}, {16384u, 16384u}}) {
+            if (width == 1 && kind.starts_with(".jp")) continue; // at most 65500, which is little
+            std::string reason;
+            const FileBytes file = WithClaimedSize(kind, width, height);
+            EXPECT_TRUE(Decoded(file, kind.substr(0, kind.find(' ')), &reason).empty()) << kind << width;
+            EXPECT_FALSE(reason.empty());
+        }
+    EXPECT_LT(PeakMemory() - before, 32u << 20);
+}
+
+// Every prefix of small files of each kind, in an allocation of its own so that a tool sees a read past the
+// end.
+TEST(HostileImages, EveryTruncationEnds) {
+    ExrOptions tiled;
+    tiled.tiled = true;
+    std::vector<std::uint8_t> gradient;
+    for (int i = 0; i < 12 * 9 * 3; ++i) gradient.push_back(static_cast<std::uint8_t>(i * 7));
+    const std::pair<const char*, FileBytes> files[] = {
+        {".png", MakePng(12, 9, 8, PNG_COLOR_TYPE_RGB, gradient)},
+        {".png", MakePng(4, 1, 2, PNG_COLOR_TYPE_PALETTE, {0x1B})},
+        {".jpg", MakeJpeg(20, 20, {1, 2, 3}, false, false)},
+        {".jpg", MakeJpeg(20, 20, {1, 2, 3, 4}, true, true)},
+        {".hdr", ToBytes(RadianceFile("-Y 2 +X 3", std::string(24, 'x')))},
+        {".exr", MakeExr(9, 5, {})},
+        {".exr", MakeExr(9, 5, tiled)},
+    };
+    for (const auto& [extension, file] : files)
+        for (std::size_t length = 0; length < file.size(); ++length) {
+            const FileBytes part(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(length));
+            std::string reason;
+            const Image image = Decoded(part, extension, &reason);
+            EXPECT_TRUE(!image.empty() || !reason.empty()) << extension << " " << length;
+        }
+    const FileBytes dds = MakeDds({}, kFourColours);
+    std::string reason;
+    for (std::size_t length = 0; length < dds.size(); ++length)
+        EXPECT_FALSE(
+            ReadDds(Span(FileBytes(dds.begin(), dds.begin() + static_cast<std::ptrdiff_t>(length))), reason));
+}
+
+// A byte of each file replaced in turn: nothing crashes.
+TEST(HostileImages, EveryFlippedByteEnds) {
+    const std::pair<const char*, FileBytes> files[] = {
+        {".png", MakePng(4, 1, 2, PNG_COLOR_TYPE_PALETTE, {0x1B})},
+        {".jpg", MakeJpeg(16, 16, {1, 2, 3}, true, false)},
+        {".hdr", ToBytes(RadianceFile("-Y 2 +X 8", std::string(64, '\x02')))},
+        {".exr", MakeExr(5, 4, {})},
+    };
+    std::size_t images = 0;
+    for (const auto& [extension, file] : files)
+        for (std::size_t i = 0; i < file.size(); ++i)
+            for (const std::byte value : {std::byte{0x00}, std::byte{0x7F}, std::byte{0xFF}}) {
+                FileBytes changed = file;
+                changed[i] = value;
+                std::string reason;
+                images += Decoded(changed, extension, &reason).empty() ? 0 : 1;
+            }
+    EXPECT_GT(images, 0u);
+}
+
+} // namespace
+} // namespace velorin
