@@ -1,0 +1,387 @@
+#include "model/vector/PdfFont.h"
+
+#include "model/vector/PdfEncoding.h"
+
+#include <algorithm>
+#include <cmath>
+#include <fontconfig/fontconfig.h>
+#include <ft2build.h>
+#include FT_FREETYPE_H
+#include FT_CID_H
+#include FT_OUTLINE_H
+
+namespace velorin {
+
+namespace {
+
+struct Library {
+    FT_Library handle = nullptr;
+    Library() {
+        if (FT_Init_FreeType(&handle) != 0) handle = nullptr;
+    }
+    ~Library() {
+        if (handle) FT_Done_FreeType(handle);
+    }
+};
+
+// A file of an installed font that resembles the name; empty when the system has none.
+std::string SystemFontFile(std::string name, bool fixedPitch, bool serif) {
+    if (const std::size_t plus = name.find('+'); plus == 6) name.erase(0, 7); // the tag of a subset
+    const bool bold = name.find("Bold") != std::string::npos;
+    const bool italic = name.find("Italic") != std::string::npos || name.find("Oblique") != std::string::npos;
+    std::string family = name.substr(0, name.find_first_of("-,"));
+    if (family.ends_with("MT")) family.erase(family.size() - 2);
+    if (family == "TimesNewRoman" || family == "TimesNewRomanPS") family = "Times New Roman";
+    FcPattern* pattern = FcPatternCreate();
+    if (!pattern) return {};
+    FcPatternAddString(pattern, FC_FAMILY, reinterpret_cast<const FcChar8*>(family.c_str()));
+    FcPatternAddString(pattern, FC_FAMILY,
+                       reinterpret_cast<const FcChar8*>(fixedPitch ? "monospace"
+                                                        : serif    ? "serif"
+                                                                   : "sans-serif"));
+    FcPatternAddInteger(pattern, FC_WEIGHT, bold ? FC_WEIGHT_BOLD : FC_WEIGHT_REGULAR);
+    FcPatternAddInteger(pattern, FC_SLANT, italic ? FC_SLANT_ITALIC : FC_SLANT_ROMAN);
+    FcPatternAddBool(pattern, FC_OUTLINE, FcTrue);
+    FcConfigSubstitute(nullptr, pattern, FcMatchPattern);
+    FcDefaultSubstitute(pattern);
+    FcResult result = FcResultNoMatch;
+    FcPattern* match = FcFontMatch(nullptr, pattern, &result);
+    std::string file;
+    FcChar8* text = nullptr;
+    if (match && FcPatternGetString(match, FC_FILE, 0, &text) == FcResultMatch)
+        file = reinterpret_cast<const char*>(text);
+    if (match) FcPatternDestroy(match);
+    FcPatternDestroy(pattern);
+    return file;
+}
+
+// Gathers an outline as cubic contours, in units of the em.
+struct OutlineSink {
+    PdfContours contours;
+    double scale = 1;
+    [[nodiscard]] Point2 at(const FT_Vector* v) const {
+        return {static_cast<float>(static_cast<double>(v->x) * scale),
+                static_cast<float>(static_cast<double>(v->y) * scale)};
+    }
+    void curve(Point2 c1, Point2 c2, Point2 end) {
+        auto& contour = contours.back();
+        contour.back().tangentOut = c1 - contour.back().position;
+        contour.push_back({end, c2 - end, {}});
+    }
+};
+
+int MoveTo(const FT_Vector* to, void* sink) {
+    auto& out = *static_cast<OutlineSink*>(sink);
+    out.contours.push_back({{out.at(to), {}, {}}});
+    return 0;
+}
+int LineTo(const FT_Vector* to, void* sink) {
+    auto& out = *static_cast<OutlineSink*>(sink);
+    out.contours.back().push_back({out.at(to), {}, {}});
+    return 0;
+}
+int ConicTo(const FT_Vector* control, const FT_Vector* to, void* sink) { // raised to a cubic curve
+    auto& out = *static_cast<OutlineSink*>(sink);
+    const Point2 start = out.contours.back().back().position, c = out.at(control), end = out.at(to);
+    out.curve(start + (c - start) * (2.0f / 3), end + (c - end) * (2.0f / 3), end);
+    return 0;
+}
+int CubicTo(const FT_Vector* c1, const FT_Vector* c2, const FT_Vector* to, void* sink) {
+    auto& out = *static_cast<OutlineSink*>(sink);
+    out.curve(out.at(c1), out.at(c2), out.at(to));
+    return 0;
+}
+
+} // namespace
+
+struct PdfFont::Program {
+    Library library; // one a font: the tables of a face die with it
+    std::string bytes;
+    FT_Face face = nullptr;
+    std::map<std::uint32_t, std::uint32_t> glyphOfCid; // of a CID-keyed program
+    ~Program() {
+        if (face) FT_Done_Face(face);
+    }
+};
+
+PdfFont::PdfFont(PdfParser& parser, const PdfDictionary* font) : parser_(parser), font_(font) {
+    const std::string subtype = parser_.Name(font, "Subtype");
+    type3_ = subtype == "Type3";
+    composite_ = subtype == "Type0";
+    names_.resize(256);
+    characters_.resize(256);
+    const PdfDictionary* descriptor = parser_.Get<PdfDictionary>(font, "FontDescriptor");
+    if (composite_) {
+        const auto* descendants = parser_.Get<PdfArray>(font, "DescendantFonts");
+        const PdfDictionary* descendant =
+            descendants && !descendants->items.empty() ? parser_.Dictionary(descendants->items[0]) : nullptr;
+        descriptor = parser_.Get<PdfDictionary>(descendant, "FontDescriptor");
+        ReadComposite(descendant);
+    } else {
+        symbolic_ = (static_cast<int>(parser_.Number(descriptor, "Flags", 0)) & 4) != 0;
+        ReadSimpleEncoding();
+        ReadSimpleWidths();
+    }
+    defaultWidth_ = composite_ ? defaultWidth_ : parser_.Number(descriptor, "MissingWidth", 0);
+    if (!type3_) OpenProgram(descriptor);
+}
+
+PdfFont::~PdfFont() = default;
+
+void PdfFont::ReadSimpleEncoding() {
+    const PdfObject* encoding = parser_.Resolve(font_->raw("Encoding"));
+    const auto* dictionary = As<PdfDictionary>(encoding);
+    const auto* named = As<PdfName>(encoding);
+    std::string base = named ? named->name : parser_.Name(dictionary, "BaseEncoding");
+    hasEncoding_ = encoding != nullptr && (named || !base.empty() || (dictionary && !symbolic_));
+    const PdfEncodingTable& table = base == "WinAnsiEncoding"    ? WinAnsiEncoding()
+                                    : base == "MacRomanEncoding" ? MacRomanEncoding()
+                                                                 : StandardEncoding();
+    std::copy(table.begin(), table.end(), characters_.begin());
+    const auto* differences = parser_.Get<PdfArray>(dictionary, "Differences");
+    if (!differences) return;
+    std::size_t code = 0;
+    for (const PdfObject* item : differences->items) {
+        const PdfObject* value = parser_.Resolve(item);
+        if (const auto* number = As<PdfNumber>(value))
+            code = static_cast<std::size_t>(std::clamp(number->value, 0.0, 256.0));
+        const auto* name = As<PdfName>(value);
+        if (!name || code > 255) continue;
+        names_[code] = name->name;
+        characters_[code] = UnicodeOfGlyphName(name->name);
+        ++code;
+    }
+}
+
+void PdfFont::ReadSimpleWidths() {
+    const auto* widths = parser_.Get<PdfArray>(font_, "Widths");
+    if (!widths) return;
+    hasWidths_ = true;
+    const double first = parser_.Number(font_, "FirstChar", 0);
+    for (std::size_t i = 0; i < widths->items.size() && i < 256; ++i) {
+        const double code = first + static_cast<double>(i);
+        if (code >= 0 && code < 256)
+            widths_[static_cast<std::uint32_t>(code)] = parser_.Number(widths->items[i], 0);
+    }
+}
+
+void PdfFont::ReadComposite(const PdfDictionary* descendant) {
+    const PdfObject* encoding = parser_.Resolve(font_->raw("Encoding"));
+    if (const auto* stream = As<PdfStream>(encoding)) {
+        cidIdentity_ = false;
+        ReadCharacterMap(parser_.Decode(*stream));
+    }
+    if (codeRanges_.empty()) codeRanges_.push_back({0, 0xffff, 2});
+    if (const auto* map =
+            As<PdfStream>(parser_.Resolve(descendant ? descendant->raw("CIDToGIDMap") : nullptr)))
+        cidToGlyph_ = parser_.Decode(*map);
+    ReadCidWidths(descendant);
+}
+
+// "<00> <ff>" pairs of code spaces, and lines that map ranges or single codes to CIDs.
+void PdfFont::ReadCharacterMap(const std::string& text) {
+    PdfLexer lexer(text, 0, parser_.pool());
+    std::vector<const PdfObject*> operands;
+    std::string word;
+    const auto code = [](const PdfObject* object, int& bytes) {
+        std::uint32_t value = 0;
+        const auto* string = As<PdfString>(object);
+        bytes = string ? static_cast<int>(std::min<std::size_t>(string->bytes.size(), 4)) : 0;
+        for (int k = 0; k < bytes; ++k)
+            value = (value << 8) | static_cast<unsigned char>(string->bytes[static_cast<std::size_t>(k)]);
+        return value;
+    };
+    while (!lexer.atEnd()) {
+        if (const PdfObject* object = lexer.object(word, false)) {
+            operands.push_back(object);
+            if (operands.size() > 100'000) return;
+            continue;
+        }
+        int low = 0, high = 0;
+        if (word == "endcodespacerange")
+            for (std::size_t i = 0; i + 1 < operands.size(); i += 2) {
+                const std::uint32_t from = code(operands[i], low), to = code(operands[i + 1], high);
+                if (low > 0 && low == high) codeRanges_.push_back({from, to, low});
+            }
+        if (word == "endcidrange")
+            for (std::size_t i = 0; i + 2 < operands.size(); i += 3)
+                if (const auto* cid = As<PdfNumber>(operands[i + 2]))
+                    cidRanges_.push_back({code(operands[i], low), code(operands[i + 1], high),
+                                          static_cast<std::uint32_t>(std::clamp(cid->value, 0.0, 65535.0))});
+        if (word == "endcidchar")
+            for (std::size_t i = 0; i + 1 < operands.size(); i += 2)
+                if (const auto* cid = As<PdfNumber>(operands[i + 1])) {
+                    const std::uint32_t from = code(operands[i], low);
+                    cidRanges_.push_back(
+                        {from, from, static_cast<std::uint32_t>(std::clamp(cid->value, 0.0, 65535.0))});
+                }
+        operands.clear();
+    }
+}
+
+void PdfFont::ReadCidWidths(const PdfDictionary* descendant) {
+    defaultWidth_ = parser_.Number(descendant, "DW", 1000);
+    hasWidths_ = true;
+    const auto* list = parser_.Get<PdfArray>(descendant, "W");
+    if (!list) return;
+    // "first [w w w]" or "first last w".
+    for (std::size_t i = 0; i + 1 < list->items.size();) {
+        const double first = parser_.Number(list->items[i], -1);
+        if (const auto* run = As<PdfArray>(parser_.Resolve(list->items[i + 1]))) {
+            for (std::size_t k = 0;
+                 k < run->items.size() && first >= 0 && first + static_cast<double>(k) < 65536; ++k)
+                widths_[static_cast<std::uint32_t>(first) + static_cast<std::uint32_t>(k)] =
+                    parser_.Number(run->items[k], defaultWidth_);
+            i += 2;
+            continue;
+        }
+        const double last = std::min(parser_.Number(list->items[i + 1], -1), 65535.0);
+        const double width =
+            i + 2 < list->items.size() ? parser_.Number(list->items[i + 2], defaultWidth_) : defaultWidth_;
+        for (double cid = std::max(0.0, first); first >= 0 && cid <= last; ++cid)
+            widths_[static_cast<std::uint32_t>(cid)] = width;
+        i += 3;
+    }
+}
+
+void PdfFont::OpenProgram(const PdfDictionary* descriptor) {
+    program_ = std::make_unique<Program>();
+    if (!program_->library.handle) throw PdfError("ERROR: Library not initalized.");
+    FT_Error error = 0;
+    for (const char* key : {"FontFile", "FontFile2", "FontFile3"}) {
+        const auto* stream = parser_.Get<PdfStream>(descriptor, key);
+        if (!stream) continue;
+        program_->bytes = parser_.Decode(*stream);
+        error = FT_New_Memory_Face(program_->library.handle,
+                                   reinterpret_cast<const FT_Byte*>(program_->bytes.data()),
+                                   static_cast<FT_Long>(program_->bytes.size()), 0, &program_->face);
+        if (error == FT_Err_Unknown_File_Format) throw PdfError("ERROR: Unsupported font format.");
+        if (error) throw PdfError("ERROR: Opening font data buffer.");
+        embedded_ = true;
+        break;
+    }
+    if (!embedded_) {
+        const int flags = static_cast<int>(parser_.Number(descriptor, "Flags", 0));
+        const std::string name = parser_.Name(font_, "BaseFont");
+        const bool serif = (flags & 2) != 0 || name.find("Times") != std::string::npos;
+        const bool fixed = (flags & 1) != 0 || name.find("Courier") != std::string::npos;
+        error = FT_New_Face(program_->library.handle, SystemFontFile(name, fixed, serif).c_str(), 0,
+                            &program_->face);
+        if (error == FT_Err_Unknown_File_Format) throw PdfError("ERROR: Unsupported font format.");
+        if (error) throw PdfError("ERROR: Opening font file.");
+    }
+    if (!FT_IS_SCALABLE(program_->face)) throw PdfError("ERROR: Setting face size.");
+    if (composite_ && FT_IS_CID_KEYED(program_->face)) {
+        FT_UInt cid = 0;
+        FT_Bool keyed = 0;
+        if (FT_Get_CID_Is_Internally_CID_Keyed(program_->face, &keyed) == 0 && keyed)
+            for (FT_Long glyph = 0; glyph < program_->face->num_glyphs; ++glyph)
+                if (FT_Get_CID_From_Glyph_Index(program_->face, static_cast<FT_UInt>(glyph), &cid) == 0)
+                    program_->glyphOfCid.try_emplace(cid, static_cast<std::uint32_t>(glyph));
+    }
+}
+
+PdfFont::Code PdfFont::Next(std::string_view& text) const {
+    if (!composite_) {
+        const auto value = static_cast<std::uint32_t>(static_cast<unsigned char>(text[0]));
+        text.remove_prefix(1);
+        return {value, value == 32};
+    }
+    std::uint32_t value = 0;
+    for (int bytes = 1; bytes <= 4 && static_cast<std::size_t>(bytes) <= text.size(); ++bytes) {
+        value = (value << 8) | static_cast<unsigned char>(text[static_cast<std::size_t>(bytes) - 1]);
+        for (const CodeRange& range : codeRanges_)
+            if (range.bytes == bytes && value >= range.low && value <= range.high) {
+                text.remove_prefix(static_cast<std::size_t>(bytes));
+                return {value, bytes == 1 && value == 32};
+            }
+    }
+    const auto width = static_cast<std::size_t>(codeRanges_.front().bytes);
+    text.remove_prefix(std::min(width, text.size()));
+    return {value, false};
+}
+
+std::uint32_t PdfFont::CidOf(std::uint32_t code) const {
+    if (cidIdentity_) return code;
+    for (auto range = cidRanges_.rbegin(); range != cidRanges_.rend(); ++range)
+        if (code >= range->low && code <= range->high) return range->cid + (code - range->low);
+    return 0;
+}
+
+double PdfFont::Width(std::uint32_t code) const {
+    const auto known = widths_.find(composite_ ? CidOf(code) : code);
+    if (known != widths_.end()) return known->second / 1000;
+    if (hasWidths_ || !program_ || !program_->face) return defaultWidth_ / 1000;
+    const FT_UInt glyph = GlyphOfSimple(code);
+    if (FT_Load_Glyph(program_->face, glyph, FT_LOAD_NO_SCALE) != 0) return defaultWidth_ / 1000;
+    return static_cast<double>(program_->face->glyph->metrics.horiAdvance) / program_->face->units_per_EM;
+}
+
+std::uint32_t PdfFont::GlyphOf(std::uint32_t code) {
+    if (!composite_) return GlyphOfSimple(code);
+    const std::uint32_t cid = CidOf(code);
+    if (!program_->glyphOfCid.empty()) {
+        const auto glyph = program_->glyphOfCid.find(cid);
+        return glyph == program_->glyphOfCid.end() ? 0 : glyph->second;
+    }
+    const std::size_t place = static_cast<std::size_t>(cid) * 2;
+    if (place + 1 < cidToGlyph_.size())
+        return static_cast<std::uint32_t>(static_cast<unsigned char>(cidToGlyph_[place])) << 8 |
+               static_cast<unsigned char>(cidToGlyph_[place + 1]);
+    return cid;
+}
+
+std::uint32_t PdfFont::GlyphOfSimple(std::uint32_t code) const {
+    FT_Face face = program_->face;
+    code &= 255;
+    const std::string& name = names_[code];
+    if (!name.empty() && FT_HAS_GLYPH_NAMES(face))
+        if (const FT_UInt glyph = FT_Get_Name_Index(face, name.c_str())) return glyph;
+    // A symbolic font's own map goes before Unicode, as does a Type 1 font's built-in encoding when none is
+    // named.
+    const auto through = [&](FT_Encoding encoding, std::uint32_t character) -> FT_UInt {
+        return FT_Select_Charmap(face, encoding) == 0 ? FT_Get_Char_Index(face, character) : 0;
+    };
+    if (embedded_ && (symbolic_ || !hasEncoding_) && name.empty()) {
+        for (const FT_Encoding own :
+             {FT_ENCODING_MS_SYMBOL, FT_ENCODING_ADOBE_CUSTOM, FT_ENCODING_ADOBE_STANDARD})
+            for (const std::uint32_t offset : {0xF000u, 0u})
+                if (const FT_UInt glyph = through(own, offset + code)) return glyph;
+        if (const FT_UInt glyph = through(FT_ENCODING_APPLE_ROMAN, code)) return glyph;
+    }
+    if (characters_[code])
+        if (const FT_UInt glyph = through(FT_ENCODING_UNICODE, characters_[code])) return glyph;
+    if (const FT_UInt glyph = through(FT_ENCODING_APPLE_ROMAN, code)) return glyph;
+    if (embedded_ && face->num_charmaps == 0) return code; // a bare subset
+    return 0;
+}
+
+const PdfContours& PdfFont::Outline(std::uint32_t code) {
+    const auto known = outlines_.find(code);
+    if (known != outlines_.end()) return known->second;
+    PdfContours& result = outlines_[code];
+    if (!program_ || !program_->face) return result;
+    FT_Face face = program_->face;
+    if (FT_Load_Glyph(face, GlyphOf(code), FT_LOAD_NO_SCALE | FT_LOAD_NO_BITMAP) != 0)
+        throw PdfError("ERROR: Loading glyph.");
+    if (face->glyph->format != FT_GLYPH_FORMAT_OUTLINE) throw PdfError("ERROR: Glyph has no outline.");
+    OutlineSink sink;
+    sink.scale = 1.0 / (face->units_per_EM > 0 ? face->units_per_EM : 1000);
+    static const FT_Outline_Funcs functions = {MoveTo, LineTo, ConicTo, CubicTo, 0, 0};
+    FT_Outline_Decompose(&face->glyph->outline, &functions, &sink);
+    // The end of a contour that meets its start again is one point: its incoming curve moves there.
+    for (auto& contour : sink.contours)
+        if (contour.size() > 1 && contour.back().position == contour.front().position) {
+            contour.front().tangentIn = contour.back().tangentIn;
+            contour.pop_back();
+        }
+    result = std::move(sink.contours);
+    return result;
+}
+
+const PdfStream* PdfFont::Procedure(std::uint32_t code) {
+    const auto* procedures = parser_.Get<PdfDictionary>(font_, "CharProcs");
+    return procedures && code < 256 ? parser_.Get<PdfStream>(procedures, names_[code]) : nullptr;
+}
+
+} // namespace velorin

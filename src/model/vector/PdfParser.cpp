@@ -1,0 +1,366 @@
+#include "model/vector/PdfParser.h"
+
+#include "model/vector/PdfContent.h"
+#include "model/vector/PdfFilters.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <functional>
+
+namespace velorin {
+
+namespace {
+
+constexpr std::uint32_t kMostObjectNumbers = 8'388'607; // the format's own limit
+constexpr int kMostTables = 1024;                       // older versions of one document
+constexpr int kMostFilters = 16;
+constexpr std::size_t kDeepestLoad = 64; // objects that need another one to be read
+constexpr std::size_t kMostPagesWalked = 100'000;
+
+std::uint64_t BigEndian(std::string_view bytes) {
+    std::uint64_t value = 0;
+    for (const char c : bytes) value = (value << 8) | static_cast<unsigned char>(c);
+    return value;
+}
+
+} // namespace
+
+PdfParser::PdfParser() = default;
+PdfParser::~PdfParser() = default;
+
+PdfPage PdfParser::Read(const std::string& path) {
+    file_ = MappedFile::Open(path, FileAccess::Read);
+    if (!file_.valid()) throw PdfError("The file cannot be opened: " + file_.reason() + ".");
+    return ReadBytes(file_.bytes());
+}
+
+PdfPage PdfParser::ReadBytes(Bytes bytes) {
+    text_ = {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+    if (text_.substr(0, 5) != "%PDF-") throw PdfError("The file is not a PDF.");
+    if (!ReadCrossReferences() || !Get<PdfDictionary>(trailer_, "Root")) {
+        loaded_.clear();
+        SearchObjects();
+    }
+    if (trailer_ && trailer_->raw("Encrypt")) throw PdfError("The file is encrypted.");
+    const PdfDictionary* resources = nullptr;
+    const PdfDictionary* page = FirstPage(resources);
+    if (!page) throw PdfError("The file has no page.");
+    return PdfPage(*this, page, resources);
+}
+
+bool PdfParser::ReadCrossReferences() {
+    // The last "startxref" leads to the newest table; each names the one before it.
+    const std::size_t mark = text_.rfind("startxref");
+    if (mark == std::string_view::npos) return false;
+    PdfLexer lexer(text_, mark + 9, pool_);
+    std::uint64_t offset = 0;
+    if (!lexer.unsignedNumber(offset)) return false;
+    std::unordered_set<std::uint64_t> seen;
+    std::vector<std::uint64_t> waiting{offset};
+    for (int tables = 0; !waiting.empty() && tables < kMostTables; ++tables) {
+        offset = waiting.back();
+        waiting.pop_back();
+        if (offset >= text_.size() || !seen.insert(offset).second) continue;
+        lexer.seek(static_cast<std::size_t>(offset));
+        const PdfDictionary* trailer = nullptr;
+        const bool good = lexer.accept("xref")
+                              ? ReadTable(lexer, trailer)
+                              : ReadReferenceStream(static_cast<std::size_t>(offset), trailer);
+        if (!good || !trailer) return false;
+        if (!trailer_) trailer_ = trailer;
+        for (const char* key : {"Prev", "XRefStm"}) { // the hybrid stream is looked at first
+            const double at = Number(trailer->raw(key), -1);
+            if (at >= 0) waiting.push_back(static_cast<std::uint64_t>(at));
+        }
+    }
+    return trailer_ != nullptr;
+}
+
+bool PdfParser::ReadTable(PdfLexer& lexer, const PdfDictionary*& trailer) {
+    std::uint64_t first = 0, count = 0;
+    while (lexer.unsignedNumber(first)) {
+        if (!lexer.unsignedNumber(count) || first + count > kMostObjectNumbers) return false;
+        for (std::uint64_t i = 0; i < count; ++i) {
+            std::uint64_t offset = 0, generation = 0;
+            if (!lexer.unsignedNumber(offset) || !lexer.unsignedNumber(generation)) return false;
+            const std::string state = lexer.word();
+            if (state == "n")
+                places_.try_emplace(static_cast<std::uint32_t>(first + i), Place{offset, 0, false});
+        }
+    }
+    if (!lexer.accept("trailer")) return false;
+    std::string word;
+    trailer = As<PdfDictionary>(lexer.object(word, true));
+    return trailer != nullptr;
+}
+
+bool PdfParser::ReadReferenceStream(std::size_t offset, const PdfDictionary*& trailer) {
+    const auto* stream = As<PdfStream>(ParseObjectAt(offset, 0));
+    if (!stream) return false;
+    trailer = stream->dictionary;
+    const auto* widths = Get<PdfArray>(trailer, "W");
+    if (!widths || widths->items.size() < 3) return false;
+    std::array<std::size_t, 3> width{};
+    for (std::size_t k = 0; k < 3; ++k)
+        width[k] = static_cast<std::size_t>(std::clamp(Number(widths->items[k], 0), 0.0, 8.0));
+    const std::size_t row = width[0] + width[1] + width[2];
+    if (row == 0) return false;
+    const std::string data = Decode(*stream);
+    std::vector<double> sections;
+    if (const auto* index = Get<PdfArray>(trailer, "Index"))
+        for (const PdfObject* item : index->items) sections.push_back(Number(item, 0));
+    else
+        sections = {0, Number(trailer, "Size", 0)};
+    std::size_t position = 0;
+    for (std::size_t s = 0; s + 1 < sections.size(); s += 2) {
+        if (sections[s] < 0 || sections[s + 1] < 0 || sections[s] + sections[s + 1] > kMostObjectNumbers)
+            return false;
+        const auto first = static_cast<std::uint32_t>(sections[s]),
+                   count = static_cast<std::uint32_t>(sections[s + 1]);
+        for (std::uint32_t i = 0; i < count && data.size() - position >= row; ++i, position += row) {
+            const std::string_view entry = std::string_view(data).substr(position, row);
+            const std::uint64_t type = width[0] ? BigEndian(entry.substr(0, width[0])) : 1;
+            const std::uint64_t second = BigEndian(entry.substr(width[0], width[1]));
+            const std::uint64_t third = BigEndian(entry.substr(width[0] + width[1]));
+            if (type == 1) places_.try_emplace(first + i, Place{second, 0, false});
+            if (type == 2)
+                places_.try_emplace(first + i, Place{second, static_cast<std::uint32_t>(third), true});
+        }
+    }
+    return true;
+}
+
+// Without a usable table: every "n g obj" of the file counts, later ones in place of earlier ones.
+void PdfParser::SearchObjects() {
+    places_.clear();
+    const PdfDictionary* catalogue = nullptr;
+    for (std::size_t at = text_.find("obj"); at != std::string_view::npos; at = text_.find("obj", at + 3)) {
+        if (at >= 3 && text_.substr(at - 3, 3) == "end") continue;
+        std::size_t i = at;
+        const auto back = [&](auto&& accepts) {
+            const std::size_t end = i;
+            while (i > 0 && accepts(text_[i - 1])) --i;
+            return end - i;
+        };
+        const auto digit = [](char c) { return c >= '0' && c <= '9'; };
+        if (!back(IsPdfBlank) || !back(digit) || !back(IsPdfBlank) || !back(digit)) continue;
+        PdfLexer lexer(text_, i, pool_);
+        std::uint64_t number = 0;
+        if (lexer.unsignedNumber(number) && number <= kMostObjectNumbers)
+            places_[static_cast<std::uint32_t>(number)] = Place{i, 0, false};
+    }
+    std::vector<std::uint32_t> numbers;
+    for (const auto& [number, place] : places_) numbers.push_back(number);
+    std::sort(numbers.begin(), numbers.end());
+    for (const std::uint32_t number : numbers) {
+        const PdfObject* object = Load(number);
+        const PdfDictionary* dictionary = Dictionary(object);
+        if (!dictionary) continue;
+        const std::string type = Name(dictionary, "Type");
+        if (type == "Catalog") catalogue = dictionary;
+        if (type != "ObjStm" || !As<PdfStream>(object)) continue;
+        const double count = Number(dictionary, "N", 0);
+        const std::string text = Decode(*As<PdfStream>(object));
+        PdfLexer head(text, 0, pool_);
+        for (std::uint32_t k = 0; k < std::min(count, 100'000.0); ++k) {
+            std::uint64_t inner = 0, offset = 0;
+            if (!head.unsignedNumber(inner) || !head.unsignedNumber(offset)) break;
+            if (inner <= kMostObjectNumbers)
+                places_.try_emplace(static_cast<std::uint32_t>(inner), Place{number, k, true});
+            if (const auto* d = As<PdfDictionary>(Load(static_cast<std::uint32_t>(inner)));
+                d && Name(d, "Type") == "Catalog")
+                catalogue = d;
+        }
+    }
+    auto* trailer = pool_.make<PdfDictionary>();
+    if (catalogue) trailer->entries.emplace_back("Root", catalogue);
+    if (trailer_ && trailer_->raw("Encrypt"))
+        trailer->entries.emplace_back("Encrypt", trailer_->raw("Encrypt"));
+    trailer_ = trailer;
+}
+
+const PdfObject* PdfParser::ParseObjectAt(std::size_t offset, std::uint32_t expected) {
+    PdfLexer lexer(text_, offset, pool_);
+    std::uint64_t number = 0, generation = 0;
+    if (!lexer.unsignedNumber(number) || !lexer.unsignedNumber(generation) || !lexer.accept("obj"))
+        return nullptr;
+    if (expected != 0 && number != expected) return nullptr;
+    std::string word;
+    const PdfObject* object = lexer.object(word, true);
+    const auto* dictionary = As<PdfDictionary>(object);
+    if (dictionary && lexer.accept("stream")) return ReadStream(lexer, dictionary);
+    return object;
+}
+
+const PdfObject* PdfParser::ReadStream(PdfLexer& lexer, const PdfDictionary* dictionary) {
+    std::size_t start = lexer.position();
+    if (start < text_.size() && text_[start] == '\r') ++start;
+    if (start < text_.size() && text_[start] == '\n') ++start;
+    const double length = Number(dictionary->raw("Length"), -1);
+    // The length is believed when the stream's end stands behind it, else that end is searched for.
+    if (length >= 0 && length <= static_cast<double>(text_.size() - start)) {
+        const auto size = static_cast<std::size_t>(length);
+        PdfLexer behind(text_, start + size, pool_);
+        if (behind.accept("endstream"))
+            return pool_.make<PdfStream>(dictionary, std::as_bytes(std::span(text_.data() + start, size)));
+    }
+    std::size_t end = text_.find("endstream", start);
+    if (end == std::string_view::npos) end = text_.size();
+    return pool_.make<PdfStream>(dictionary, std::as_bytes(std::span(text_.data() + start, end - start)));
+}
+
+const PdfObject* PdfParser::Load(std::uint32_t number) {
+    if (const auto known = loaded_.find(number); known != loaded_.end()) return known->second;
+    const auto place = places_.find(number);
+    if (place == places_.end() || loading_.size() > kDeepestLoad || !loading_.insert(number).second)
+        return nullptr;
+    struct Leave {
+        std::unordered_set<std::uint32_t>& set;
+        std::uint32_t number;
+        ~Leave() { set.erase(number); }
+    } leave{loading_, number};
+    const PdfObject* object = place->second.inStream
+                                  ? LoadFromStream(place->second, number)
+                                  : ParseObjectAt(static_cast<std::size_t>(place->second.offset), number);
+    loaded_[number] = object;
+    return object;
+}
+
+const PdfObject* PdfParser::LoadFromStream(const Place& place, std::uint32_t number) {
+    auto& known = objectStreams_[place.offset];
+    if (!known) {
+        if (place.offset > kMostObjectNumbers) return nullptr;
+        const auto* stream = As<PdfStream>(Load(static_cast<std::uint32_t>(place.offset)));
+        auto fresh = std::make_unique<ObjectStream>();
+        if (stream) {
+            fresh->text = Decode(*stream);
+            const double count = Number(stream->dictionary, "N", 0),
+                         first = Number(stream->dictionary, "First", 0);
+            PdfLexer head(fresh->text, 0, pool_);
+            for (double k = 0; k < std::min(count, 100'000.0); ++k) {
+                std::uint64_t inner = 0, offset = 0;
+                if (!head.unsignedNumber(inner) || !head.unsignedNumber(offset)) break;
+                fresh->objects.emplace_back(static_cast<std::uint32_t>(inner),
+                                            static_cast<std::size_t>(std::max(0.0, first)) +
+                                                static_cast<std::size_t>(offset));
+            }
+        }
+        objectStreams_[place.offset] = std::move(fresh);
+    }
+    const ObjectStream& holder = *objectStreams_[place.offset];
+    const auto parse = [&](std::size_t offset) {
+        PdfLexer lexer(holder.text, offset, pool_);
+        std::string word;
+        return lexer.object(word, true);
+    };
+    if (place.index < holder.objects.size() && holder.objects[place.index].first == number)
+        return parse(holder.objects[place.index].second);
+    for (const auto& [inner, offset] : holder.objects)
+        if (inner == number) return parse(offset);
+    return nullptr;
+}
+
+const PdfObject* PdfParser::Resolve(const PdfObject* object) {
+    for (int steps = 0; steps < 32; ++steps) {
+        const auto* reference = As<PdfIndirect>(object);
+        if (!reference) return object;
+        object = Load(reference->number);
+    }
+    return nullptr;
+}
+
+double PdfParser::Number(const PdfObject* object, double otherwise) {
+    const auto* number = As<PdfNumber>(Resolve(object));
+    return number && std::isfinite(number->value) ? number->value : otherwise;
+}
+
+double PdfParser::Number(const PdfDictionary* dictionary, std::string_view name, double otherwise) {
+    return dictionary ? Number(dictionary->raw(name), otherwise) : otherwise;
+}
+
+std::string PdfParser::Name(const PdfDictionary* dictionary, std::string_view name) {
+    const auto* value = Get<PdfName>(dictionary, name);
+    return value ? value->name : std::string();
+}
+
+const PdfDictionary* PdfParser::Dictionary(const PdfObject* object) {
+    object = Resolve(object);
+    if (const auto* stream = As<PdfStream>(object)) return stream->dictionary;
+    return As<PdfDictionary>(object);
+}
+
+std::string PdfParser::Decode(const PdfStream& stream) {
+    std::string bytes(reinterpret_cast<const char*>(stream.bytes.data()), stream.bytes.size());
+    const auto list = [&](const char* name, const char* shortName) {
+        const PdfObject* value = Resolve(stream.dictionary->raw(name));
+        if (!value) value = Resolve(stream.dictionary->raw(shortName));
+        std::vector<const PdfObject*> items;
+        if (const auto* array = As<PdfArray>(value))
+            items = array->items;
+        else if (value)
+            items.push_back(value);
+        return items;
+    };
+    const auto filters = list("Filter", "F"), parameters = list("DecodeParms", "DP");
+    if (filters.size() > kMostFilters) throw PdfError("A stream of the file has too many filters.");
+    for (std::size_t i = 0; i < filters.size(); ++i) {
+        const auto* filter = As<PdfName>(Resolve(filters[i]));
+        if (!filter) continue;
+        PdfPredictor predictor;
+        if (i < parameters.size())
+            if (const PdfDictionary* d = Dictionary(parameters[i])) {
+                const auto whole = [&](const char* name, int otherwise) {
+                    return static_cast<int>(std::clamp(Number(d, name, otherwise), 0.0, 1e7));
+                };
+                predictor = {whole("Predictor", 1), whole("Colors", 1), whole("BitsPerComponent", 8),
+                             whole("Columns", 1), whole("EarlyChange", 1)};
+            }
+        bytes = DecodeFilter(filter->name, std::move(bytes), predictor, kMostDecodedBytes - decoded_);
+    }
+    decoded_ += bytes.size();
+    if (decoded_ > kMostDecodedBytes) throw PdfError("The streams of the file unpack to too many bytes.");
+    return bytes;
+}
+
+const PdfDictionary* PdfParser::FirstPage(const PdfDictionary*& resources) {
+    const auto* root = Get<PdfDictionary>(trailer_, "Root");
+    const auto* node = Get<PdfDictionary>(root, "Pages");
+    // Depth first along the first kids; resources are inherited down the tree.
+    struct Step {
+        const PdfDictionary* node;
+        const PdfDictionary* resources;
+    };
+    std::vector<Step> waiting{{node, nullptr}};
+    std::unordered_set<const PdfDictionary*> seen;
+    while (!waiting.empty() && seen.size() < kMostPagesWalked) {
+        const Step step = waiting.back();
+        waiting.pop_back();
+        if (!step.node || !seen.insert(step.node).second) continue;
+        const auto* own = Get<PdfDictionary>(step.node, "Resources");
+        const PdfDictionary* here = own ? own : step.resources;
+        const auto* kids = Get<PdfArray>(step.node, "Kids");
+        if (!kids) {
+            resources = here;
+            return step.node;
+        }
+        for (auto kid = kids->items.rbegin(); kid != kids->items.rend(); ++kid)
+            waiting.push_back({Dictionary(*kid), here});
+    }
+    return nullptr;
+}
+
+std::vector<std::vector<PathPoint>> PdfPage::Paths() const {
+    std::string content;
+    const PdfObject* contents = parser_.Resolve(page_->raw("Contents"));
+    if (const auto* stream = As<PdfStream>(contents)) content = parser_.Decode(*stream);
+    if (const auto* array = As<PdfArray>(contents))
+        for (const PdfObject* item : array->items)
+            if (const auto* part = As<PdfStream>(parser_.Resolve(item)))
+                content += parser_.Decode(*part) + "\n";
+    PdfContent runner(parser_);
+    runner.Run(content, resources_);
+    return runner.TakePaths();
+}
+
+} // namespace velorin

@@ -1,0 +1,308 @@
+#include "model/extrusion/Contours.h"
+#include "model/extrusion/FlattenPath.h"
+#include "model/vector/PdfEncoding.h"
+#include "model/vector/VectorFile.h"
+#include "services/MappedFile.h"
+
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include <cmath>
+#include <filesystem>
+
+namespace velorin {
+namespace {
+
+// Writes a document with a cross-reference table out of the bodies of its objects, numbered from 1; object 1
+// is the root.
+std::string Document(const std::vector<std::string>& objects, const std::string& trailer = "") {
+    std::string file = "%PDF-1.7\n";
+    std::vector<std::size_t> offsets;
+    for (std::size_t i = 0; i < objects.size(); ++i) {
+        offsets.push_back(file.size());
+        file += std::to_string(i + 1) + " 0 obj\n" + objects[i] + "\nendobj\n";
+    }
+    const std::size_t table = file.size();
+    file += "xref\n0 " + std::to_string(objects.size() + 1) + "\n0000000000 65535 f \n";
+    for (const std::size_t offset : offsets) {
+        char row[32];
+        std::snprintf(row, sizeof row, "%010zu 00000 n \n", offset);
+        file += row;
+    }
+    return file + "trailer << /Root 1 0 R /Size 9 " + trailer + " >>\nstartxref\n" + std::to_string(table) +
+           "\n%%EOF\n";
+}
+
+std::string Stream(const std::string& content, const std::string& entries = "") {
+    return "<< /Length " + std::to_string(content.size()) + " " + entries + " >>\nstream\n" + content +
+           "\nendstream";
+}
+
+std::string Page(const std::string& content, const std::string& resources = "<< >>",
+                 const std::vector<std::string>& more = {}) {
+    std::vector<std::string> objects = {"<< /Type /Catalog /Pages 2 0 R >>",
+                                        "<< /Type /Pages /Kids [3 0 R] /Count 1 /Resources " + resources +
+                                            " >>",
+                                        "<< /Type /Page /Parent 2 0 R /Contents 4 0 R >>", Stream(content)};
+    objects.insert(objects.end(), more.begin(), more.end());
+    return Document(objects);
+}
+
+struct Outcome {
+    bool read = false;
+    std::string reason;
+    PathSet set;
+};
+Outcome Load(const std::string& file) {
+    Outcome outcome;
+    outcome.read = LoadVectorBytes(outcome.set, AsBytes(file), outcome.reason);
+    return outcome;
+}
+
+double Area(const PathSet& set) { // of all contours, in the sense that they run
+    double area = 0;
+    for (const auto& path : set.paths)
+        area += SignedArea2(FlattenPath(path, false, PathResolution::Extreme, 0)) / 2;
+    return area;
+}
+
+TEST(VectorFile, PathOperatorsGiveTheirShapes) {
+    const struct {
+        const char* name;
+        std::string content;
+        std::size_t paths;
+        double area; // y down, so that a shape drawn counter-clockwise is negative
+    } rows[] = {
+        {"rectangle", "10 10 30 20 re f", 1, -600},
+        {"triangle", "0 0 m 10 0 l 0 10 l h f*", 1, -50},
+        {"scaled", "q 2 0 0 3 5 5 cm 0 0 10 10 re f Q 0 0 1 1 re f", 2, -601},
+        {"mirrored", "-1 0 0 1 0 0 cm 0 0 10 10 re f", 1, 100},
+        {"two subpaths", "0 0 10 10 re 20 20 5 5 re B", 2, -125},
+        {"not painted", "0 0 10 10 re n 0 0 m 4 0 l 4 4 l b", 1, -8},
+        {"one point", "3 3 m f 0 0 m 4 0 l 4 4 l s", 1, -8},
+        {"quarters of a circle",
+         "10 0 m 10 5.522847 5.522847 10 0 10 c -5.522847 10 -10 5.522847 -10 0 c "
+         "-10 -5.522847 -5.522847 -10 0 -10 c 5.522847 -10 10 -5.522847 10 0 c f",
+         1, -314.2},
+        // Each curve encloses 30 with its chord, by integrating (x dy - y dx) / 2.
+        {"v and y", "0 0 m 0 10 10 10 v 10 0 0 0 y f", 1, 60},
+        {"inline image", "BI /W 2 /H 1 ID \x01 0 0 9 9 re f \x02 EI 0 0 2 2 re f", 1, -4},
+        {"junk", "/Name (text) [1 2] << /A 1 >> unknown 5 gs 0 0 2 2 re f", 1, -4},
+    };
+    for (const auto& row : rows) {
+        const Outcome outcome = Load(Page(row.content));
+        ASSERT_TRUE(outcome.read) << row.name << ": " << outcome.reason;
+        EXPECT_EQ(outcome.set.paths.size(), row.paths) << row.name;
+        EXPECT_NEAR(Area(outcome.set), row.area, std::fabs(row.area) * 1e-3 + 1e-3) << row.name;
+    }
+}
+
+TEST(VectorFile, FormsAndInheritedResources) {
+    const std::string form = Stream("0 0 10 10 re f", "/Subtype /Form /Matrix [2 0 0 2 100 0]");
+    const Outcome outcome = Load(Page("/F Do 0 0 1 1 re f", "<< /XObject << /F 5 0 R >> >>", {form}));
+    ASSERT_EQ(outcome.set.paths.size(), 2u);
+    EXPECT_EQ(outcome.set.paths[0][2].position, (Point2{120, -20}));
+    // A form that draws itself ends.
+    const std::string self =
+        Stream("0 0 1 1 re f /F Do", "/Subtype /Form /Resources << /XObject << /F 5 0 R >> >>");
+    EXPECT_EQ(Load(Page("/F Do", "<< /XObject << /F 5 0 R >> >>", {self})).set.paths.size(), 15u);
+}
+
+TEST(VectorFile, TextOfASystemFontHasItsHeightAndAdvance) {
+    const std::string font =
+        "<< /Type /Font /Subtype /TrueType /BaseFont /DejaVuSans /Encoding /WinAnsiEncoding >>";
+    const std::string resources = "<< /Font << /F1 5 0 R >> >>";
+    const Outcome one = Load(Page("BT /F1 100 Tf 10 20 Td (I) Tj ET", resources, {font}));
+    if (one.set.paths.empty()) GTEST_SKIP() << "no font on this machine";
+    float top = 0, bottom = -1000;
+    for (const PathPoint& p : one.set.paths[0])
+        top = std::min(top, p.position.y), bottom = std::max(bottom, p.position.y);
+    EXPECT_FLOAT_EQ(bottom, -20);     // stands on its line
+    EXPECT_NEAR(bottom - top, 72, 6); // capitals are about 0.72 em high
+    // Spacing and scaling move the second letter: widths cancel in the difference.
+    const auto second = [&](const std::string& state) {
+        const Outcome two = Load(Page("BT /F1 100 Tf " + state + " (II) Tj ET", resources, {font}));
+        return two.set.paths.at(1)[0].position.x - two.set.paths.at(0)[0].position.x;
+    };
+    EXPECT_NEAR(second("7 Tc") - second(""), 7, 1e-3);
+    EXPECT_NEAR(second("50 Tz"), second("") / 2, 1e-3);
+    EXPECT_NEAR(second("9 Tw"), second(""), 1e-3); // no blank between them
+    const Outcome kerned = Load(Page("BT /F1 100 Tf [(I) -250 (I)] TJ ET", resources, {font}));
+    EXPECT_NEAR(kerned.set.paths.at(1)[0].position.x - kerned.set.paths.at(0)[0].position.x - second(""), 25,
+                1e-3);
+    EXPECT_TRUE(Load(Page("BT /F1 100 Tf 3 Tr (I) Tj ET", resources, {font})).set.paths.empty()); // invisible
+}
+
+TEST(VectorFile, FontsWithGlyphsAsContent) {
+    const std::string font =
+        "<< /Type /Font /Subtype /Type3 /FontMatrix [0.01 0 0 0.01 0 0] /CharProcs << /box 6 0 R >> "
+        "/Encoding << /Differences [65 /box] >> /FirstChar 65 /LastChar 65 /Widths [60] >>";
+    const Outcome outcome = Load(
+        Page("BT /F1 10 Tf (AA) Tj ET", "<< /Font << /F1 5 0 R >> >>", {font, Stream("0 0 50 100 re f")}));
+    ASSERT_EQ(outcome.set.paths.size(), 2u);
+    EXPECT_EQ(outcome.set.paths[0][2].position, (Point2{5, -10}));
+    EXPECT_NEAR(outcome.set.paths[1][0].position.x, 0.6f, 1e-5f); // width 60 thousandths of size 10
+}
+
+TEST(VectorFile, StructuresOfRealFiles) {
+    const std::string square = "0 0 10 10 re f";
+    // A length given by reference, a length that lies, and a damaged table that is searched around.
+    std::string file =
+        Document({"<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [3 0 R] >>",
+                  "<< /Type /Page /Contents 4 0 R >>",
+                  "<< /Length 5 0 R >>\nstream\n" + square + "\nendstream", std::to_string(square.size())});
+    EXPECT_EQ(Load(file).set.paths.size(), 1u);
+    EXPECT_EQ(Load(Document({"<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [3 0 R] >>",
+                             "<< /Type /Page /Contents 4 0 R >>",
+                             "<< /Length 3 >>\nstream\n" + square + "\nendstream"}))
+                  .set.paths.size(),
+              1u);
+    std::string moved = Page(square);
+    moved.insert(9, "% a line that shifts every offset\n");
+    EXPECT_EQ(Load(moved).set.paths.size(), 1u);
+    moved.resize(moved.rfind("xref\n"));
+    EXPECT_EQ(Load(moved).set.paths.size(), 1u);
+    // A later version of an object, in a table of its own.
+    std::string updated = Page(square);
+    const std::size_t old = updated.rfind("xref\n0"), at = updated.size();
+    updated += "4 0 obj\n" + Stream("0 0 1 1 re 5 5 1 1 re f") + "\nendobj\n";
+    const std::size_t table = updated.size();
+    char row[32];
+    std::snprintf(row, sizeof row, "%010zu 00000 n \n", at);
+    updated += std::string("xref\n4 1\n") + row + "trailer << /Root 1 0 R /Prev " + std::to_string(old) +
+               " >>\nstartxref\n" + std::to_string(table) + "\n%%EOF";
+    EXPECT_EQ(Load(updated).set.paths.size(), 2u);
+}
+
+TEST(VectorFile, ReferenceStreamsAndObjectStreams) {
+    // Objects 1 to 3 stand in an object stream, the table is a stream of rows of 1, 2 and 1 bytes.
+    const std::string inner = "<< /Type /Catalog /Pages 2 0 R >> << /Type /Pages /Kids [3 0 R] >> << /Type "
+                              "/Page /Contents 4 0 R >>";
+    const std::string head = "1 0 2 34 3 67 ";
+    ASSERT_EQ(inner.substr(34, 8), "<< /Type");
+    ASSERT_EQ(inner.substr(67, 8), "<< /Type");
+    std::string file = "%PDF-1.5\n";
+    const std::size_t content = file.size();
+    file += "4 0 obj\n" + Stream("0 0 10 10 re f") + "\nendobj\n";
+    const std::size_t holder = file.size();
+    file += "5 0 obj\n" + Stream(head + inner, "/Type /ObjStm /N 3 /First " + std::to_string(head.size())) +
+            "\nendobj\n";
+    const std::size_t table = file.size();
+    std::string rows;
+    const auto add = [&](int type, std::size_t second, int third) {
+        rows += static_cast<char>(type);
+        rows += static_cast<char>(second >> 8);
+        rows += static_cast<char>(second & 255);
+        rows += static_cast<char>(third);
+    };
+    add(2, 5, 0), add(2, 5, 1), add(2, 5, 2), add(1, content, 0), add(1, holder, 0);
+    file += "6 0 obj\n" + Stream(rows, "/Type /XRef /W [1 2 1] /Index [1 5] /Size 6 /Root 1 0 R") +
+            "\nendobj\nstartxref\n" + std::to_string(table) + "\n%%EOF";
+    const Outcome outcome = Load(file);
+    ASSERT_TRUE(outcome.read) << outcome.reason;
+    EXPECT_EQ(outcome.set.paths.size(), 1u);
+}
+
+TEST(VectorFile, HostileFilesEndInOneSentence) {
+    std::string deep = "%PDF-1.4\n1 0 obj\n";
+    deep.append(100'000, '[');
+    std::string bomb(64 << 20, ' ');
+    uLongf size = compressBound(static_cast<uLong>(bomb.size()));
+    std::string packed(size, '\0');
+    compress(reinterpret_cast<Bytef*>(packed.data()), &size, reinterpret_cast<const Bytef*>(bomb.data()),
+             static_cast<uLong>(bomb.size()));
+    packed.resize(size);
+    const std::string stream = Stream(packed, "/Filter /FlateDecode");
+    const std::string rows[] = {
+        "",
+        "%PDF",
+        "not a pdf at all",
+        "%PDF-1.4\n",
+        deep,
+        Document({"<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [2 0 R 2 0 R] >>"}),
+        Document({"1 0 R"}),
+        Document({"<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [3 0 R] >>",
+                  "<< /Type /Page /Contents [4 0 R 4 0 R 4 0 R 4 0 R 4 0 R] >>", stream}),
+    };
+    for (const std::string& row : rows) {
+        const Outcome outcome = Load(row);
+        EXPECT_FALSE(outcome.read) << row.substr(0, 80);
+        EXPECT_FALSE(outcome.reason.empty());
+        EXPECT_TRUE(outcome.set.paths.empty());
+    }
+    const Outcome locked = Load(Document(
+        {"<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [3 0 R] >>", "<< /Type /Page >>"},
+        "/Encrypt << /V 1 >>"));
+    EXPECT_EQ(locked.reason, "The file is encrypted.");
+    // Every truncation of a good file, in an allocation of its own.
+    const std::string good =
+        Page("q 1 0 0 1 0 0 cm 0 0 10 10 re f Q BT /F1 1 Tf (a) Tj ET", "<< /Font << >> >>");
+    for (std::size_t length = 0; length < good.size(); ++length) {
+        const std::vector<std::byte> cut(AsBytes(good).begin(),
+                                         AsBytes(good).begin() + static_cast<std::ptrdiff_t>(length));
+        PathSet set;
+        std::string reason;
+        static_cast<void>(LoadVectorBytes(set, cut, reason));
+    }
+}
+
+TEST(PdfEncoding, CodesAndNamesAgreeWithTheirCharacters) {
+    EXPECT_EQ(WinAnsiEncoding()[0x80], 0x20AC);
+    EXPECT_EQ(WinAnsiEncoding()[0xE9], 0xE9);
+    EXPECT_EQ(MacRomanEncoding()[0x8E], 0xE9);
+    EXPECT_EQ(MacRomanEncoding()[0xFF], 0x2C7);
+    EXPECT_EQ(StandardEncoding()[0xE1], 0xC6);
+    EXPECT_EQ(StandardEncoding()[0xFB], 0xDF);
+    EXPECT_EQ(StandardEncoding()[0x27], 0x2019);
+    const struct {
+        const char* name;
+        std::uint32_t character;
+    } names[] = {{"A", 'A'},          {"zero", '0'},       {"zcaron", 0x17E}, {"AE", 0xC6}, {"a.alt", 'a'},
+                 {"uni20AC", 0x20AC}, {"u1F600", 0x1F600}, {"nosuch", 0},     {"", 0}};
+    for (const auto& row : names) EXPECT_EQ(UnicodeOfGlyphName(row.name), row.character) << row.name;
+}
+
+// Bounds in points, y from the top of the page, as a viewer's rendering at 72 dots per inch shows them.
+TEST(VectorFile, FilesOfOthersLieWhereAViewerShowsThem) {
+    const std::filesystem::path folder = std::filesystem::path(VELORIN_SOURCE_DIR) / "../shared/data/vector";
+    if (!std::filesystem::exists(folder)) GTEST_SKIP() << "test data is not here";
+    const struct {
+        const char* file;
+        float left, top, right, bottom; // above the lower edge of the page
+    } rows[] = {{"american_flag.pdf", 0, -520, 988, 0},
+                {"fonts.pdf", 25, -259, 419, -35},
+                {"inkscape-abc.pdf", 47, -237, 243, -40},
+                {"reportlab-overlay.pdf", 226, -50, 567, -11},
+                {"type1.pdf", 72, -651, 539, -135}};
+    for (const auto& row : rows) {
+        const MappedFile file = MappedFile::Open((folder / row.file).string(), FileAccess::Read);
+        PathSet set;
+        std::string reason;
+        ASSERT_TRUE(LoadVectorBytes(set, file.bytes(), reason)) << row.file << ": " << reason;
+        Point2 low{1e9f, 1e9f}, high{-1e9f, -1e9f};
+        for (const auto& path : set.paths)
+            for (const Point2 p : FlattenPath(path, false, PathResolution::High, 0)) {
+                low = {std::min(low.x, p.x), std::min(low.y, p.y)};
+                high = {std::max(high.x, p.x), std::max(high.y, p.y)};
+            }
+        const float pixels = 2; // edges fade within a pixel
+        EXPECT_NEAR(low.x, row.left, pixels) << row.file;
+        EXPECT_NEAR(low.y, row.top, pixels) << row.file;
+        EXPECT_NEAR(high.x, row.right, pixels) << row.file;
+        EXPECT_NEAR(high.y, row.bottom, pixels) << row.file;
+    }
+}
+
+TEST(VectorFile, BrokenFilesOfOthersEnd) {
+    const std::filesystem::path folder = std::filesystem::path(VELORIN_SOURCE_DIR) / "../shared/data/broken";
+    if (!std::filesystem::exists(folder)) GTEST_SKIP() << "test data is not here";
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        const MappedFile file = MappedFile::Open(entry.path().string(), FileAccess::Read);
+        PathSet set;
+        std::string reason;
+        EXPECT_EQ(LoadVectorBytes(set, file.bytes(), reason), reason.empty()) << entry.path();
+    }
+}
+
+} // namespace
+} // namespace velorin
