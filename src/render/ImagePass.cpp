@@ -88,7 +88,14 @@ void VelorinRenderer::State::DrawTile(const RenderSettings& settings, const Draw
     glClearDepth(1);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     const bool preview = settings.blendOpacity != BlendOpacity::Normal;
+    if (output.singlePass) {
+        // What is half transparent stands alone, but premultiplied like everything that is resolved and
+        // filtered.
+        glEnable(GL_BLEND);
+        glBlendFuncSeparate(GL_SRC_ALPHA, GL_ZERO, GL_ONE, GL_ZERO);
+    }
     if (!preview) DrawSolid(settings, list, flags);
+    glDisable(GL_BLEND);
     if (settings.environment.showBackground && settings.output == Output::Composite)
         DrawBackground(settings, view);
     if (flags.hasTranslucent || preview) DrawTranslucent(settings, list, flags);

@@ -156,7 +156,9 @@ InitError Renderer::ReadLimits() {
         driver_.maxColourTextureSamples = GetInt(GL_MAX_COLOR_TEXTURE_SAMPLES);
         if (driver_.maxColourTextureSamples == 0) driver_.maxColourTextureSamples = 16;
     }
-    if (GLEW_EXT_texture_filter_anisotropic)
+    // The software rasteriser blurs even magnified textures when it is asked for anisotropy.
+    const bool software = driver_.make.find("llvmpipe") != std::string::npos;
+    if (GLEW_EXT_texture_filter_anisotropic && !software)
         glGetFloatv(GL_MAX_TEXTURE_MAX_ANISOTROPY_EXT, &driver_.maxAnisotropy);
     return gl::CheckGLError("Renderer::InitGL", __LINE__) == 0 ? InitError::Done : InitError::LimitsFault;
 }
