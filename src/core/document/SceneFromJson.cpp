@@ -320,7 +320,8 @@ private:
 
     bool ParseChannels(const json& object, const std::string& at, SceneMaterial& material) {
         if (!IsObject(object, at, "textures by channel")) return false;
-        for (const auto& [key, value] : object.items()) {
+        for (const auto& item : object.items()) {
+            const std::string& key = item.key();
             const auto* const found =
                 std::find_if(std::begin(kChannelKeys), std::end(kChannelKeys),
                              [&](const ChannelKey& known) { return key == known.name; });
@@ -329,7 +330,8 @@ private:
                 for (const ChannelKey& channel : kChannelKeys) known.emplace_back(channel.name);
                 return UnknownKey(at, key, known);
             }
-            if (!ParseChannel(value, at + PointerPart(key), material.channel(found->channel))) return false;
+            if (!ParseChannel(item.value(), at + PointerPart(key), material.channel(found->channel)))
+                return false;
         }
         return true;
     }
