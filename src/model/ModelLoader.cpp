@@ -4,7 +4,9 @@
 #include "model/LayerPlane.h"
 #include "model/ModelPaths.h"
 #include "model/ModelTools.h"
+#include "model/extrusion/BuildExtrusion.h"
 #include "model/obj/ModelObj.h"
+#include "model/vector/VectorFile.h"
 #include "services/Log.h"
 #include "services/Warnings.h"
 
@@ -62,6 +64,19 @@ bool LoadLayerPlane(const SceneModel&, const std::string&, ModelData& data) {
     return true;
 }
 
+// Stored paths go before the file that they came from.
+bool LoadPathExtrusion(const SceneModel& model, const std::string& dataFolder, ModelData& data) {
+    PathSet paths;
+    if (!model.storedPaths.empty()) {
+        paths.paths = model.storedPaths;
+        paths.scale = model.storedPathScale;
+    } else if (!LoadVectorFile(paths, ResolveModelPath(model.path, dataFolder))) {
+        return false;
+    }
+    BuildExtrusion(data, paths, model, {1, 1, 1});
+    return !data.vertices.empty();
+}
+
 // Where each kind of model has its geometry from; null: no generator is at hand.
 struct Source {
     ModelType type;
@@ -76,7 +91,7 @@ constexpr Source kSources[] = {
     {ModelType::LayerPlane, "layer plane", LoadLayerPlane},
     {ModelType::Sequence, "sequence", LoadFile},
     {ModelType::Primitive, "primitive", nullptr},
-    {ModelType::PathExtrusion, "path extrusion", nullptr},
+    {ModelType::PathExtrusion, "path extrusion", LoadPathExtrusion},
 };
 
 } // namespace
