@@ -103,6 +103,7 @@ PF_EffectWorld WorldBuffer::World(Rect part, bool writeable) const {
     const Rect inside = Intersect(part, area_);
     world.world_flags = (depth_ == 16 ? PF_WorldFlag_DEEP : 0) | (writeable ? PF_WorldFlag_WRITEABLE : 0);
     world.rowbytes = rowBytes_;
+    world.reserved_long1 = depth_; // the host's own note
     world.pix_aspect_ratio = {1, 1};
     if (inside.empty()) return world;
     // The interface has one record for what is read and what is written.

@@ -43,6 +43,8 @@ public:
     [[nodiscard]] PF_EffectWorld World(bool writeable) const { return World(area_, writeable); }
 
     [[nodiscard]] Rect area() const { return area_; }
+    // The same pixels, their first one at (left, top).
+    void MoveTo(int left, int top) { area_ = {left, top, left + area_.width(), top + area_.height()}; }
     [[nodiscard]] int depth() const { return depth_; }
     [[nodiscard]] int rowBytes() const { return rowBytes_; }
     [[nodiscard]] std::byte* row(int y); // from 0 on

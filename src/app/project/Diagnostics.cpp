@@ -5,6 +5,7 @@
 namespace velorin::app {
 
 std::string TextSource::Place(std::size_t offset) const {
+    if (kind_ == Kind::Argument) return name_ + ": ";
     const TextPlace place = PlaceOf(text_, offset);
     return name_ + ":" + std::to_string(place.line) + ":" + std::to_string(place.column) + ": ";
 }

@@ -17,8 +17,10 @@ struct Diagnostics {
 // One text under reading: turns byte offsets into `file:line:column`.
 class TextSource {
 public:
-    TextSource(std::string name, std::string_view text, Diagnostics& diagnostics)
-        : name_(std::move(name)), text_(text), diagnostics_(diagnostics) {}
+    // An argument of the command line has no lines: its name alone stands before the reason.
+    enum class Kind { File, Argument };
+    TextSource(std::string name, std::string_view text, Diagnostics& diagnostics, Kind kind = Kind::File)
+        : name_(std::move(name)), text_(text), diagnostics_(diagnostics), kind_(kind) {}
 
     void Error(std::size_t offset, const std::string& reason) const;
     void Warn(std::size_t offset, const std::string& reason) const;
@@ -32,6 +34,7 @@ private:
     std::string name_;
     std::string_view text_; // of the caller
     Diagnostics& diagnostics_;
+    Kind kind_;
 };
 
 } // namespace velorin::app

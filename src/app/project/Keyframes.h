@@ -28,7 +28,6 @@ struct AnimatedValue {
     AnimatedValue(double value) : constant{value} {}
     AnimatedValue(double x, double y, double z) : size(3), constant{x, y, z} {}
 
-    [[nodiscard]] bool varies() const { return keys.size() > 1; }
     // Before the first key its value, after the last the last's. `interpolates` false makes every key hold
     // (choices, switches, layers).
     [[nodiscard]] Components At(double seconds, bool interpolates = true) const;

@@ -22,7 +22,8 @@ std::string Absolute(const std::string& folder, const std::string& path) {
 
 class ProjectReader {
 public:
-    ProjectReader(const TextSource& source, Project& project) : source_(source), project_(project) {}
+    ProjectReader(const TextSource& source, Project& project, SizeOverride size)
+        : source_(source), project_(project), size_(size) {}
 
     void ReadAll() {
         ObjectReader root(source_, project_.document->root, "project");
@@ -31,6 +32,8 @@ public:
             root.Error(*version, "this is version " + std::to_string(std::llround(version->number)) +
                                      " of the format; version 1 is understood");
         if (const JsonNode* composition = root.Member("composition")) ReadComposition(*composition);
+        if (size_.width > 0)
+            project_.composition.width = size_.width, project_.composition.height = size_.height;
         clock_.framesPerSecond = project_.composition.frameRate.perSecond();
         if (const JsonNode* camera = root.Member("camera")) ReadCamera(*camera);
         if (const JsonNode* lights = root.Member("lights", JsonKind::Array))
@@ -236,12 +239,14 @@ private:
 
     const TextSource& source_;
     Project& project_;
+    SizeOverride size_;
     KeyframeClock clock_;
 };
 
 } // namespace
 
-std::optional<Project> ReadProjectText(const std::string& path, std::string text, Diagnostics& diagnostics) {
+std::optional<Project> ReadProjectText(const std::string& path, std::string text, Diagnostics& diagnostics,
+                                       SizeOverride size) {
     JsonError fault;
     std::optional<JsonDocument> document = ParseJson(std::move(text), fault);
     if (!document) {
@@ -256,12 +261,12 @@ std::optional<Project> ReadProjectText(const std::string& path, std::string text
     project.document = std::make_shared<const JsonDocument>(std::move(*document));
     const TextSource source(path, project.document->source, diagnostics);
     const std::size_t errorsBefore = diagnostics.errors.size();
-    ProjectReader(source, project).ReadAll();
+    ProjectReader(source, project, size).ReadAll();
     if (diagnostics.errors.size() != errorsBefore) return std::nullopt;
     return project;
 }
 
-std::optional<Project> ReadProjectFile(const std::string& path, Diagnostics& diagnostics) {
+std::optional<Project> ReadProjectFile(const std::string& path, Diagnostics& diagnostics, SizeOverride size) {
     const MappedFile file = MappedFile::Open(path, FileAccess::Read);
     if (!file.valid()) {
         diagnostics.errors.push_back(path + ": the project cannot be read: " + file.reason());
@@ -269,7 +274,7 @@ std::optional<Project> ReadProjectFile(const std::string& path, Diagnostics& dia
     }
     const Bytes bytes = file.bytes();
     return ReadProjectText(path, std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size()),
-                           diagnostics);
+                           diagnostics, size);
 }
 
 } // namespace velorin::app

@@ -8,12 +8,18 @@
 
 namespace velorin::app {
 
+// A size of the composition in place of the file's own; what depends on it follows.
+struct SizeOverride {
+    int width = 0, height = 0; // 0: the file's
+};
+
 // Reads a project file. Nothing, with at least one error, when it cannot be used; the errors are all that
 // were found.
-[[nodiscard]] std::optional<Project> ReadProjectFile(const std::string& path, Diagnostics& diagnostics);
+[[nodiscard]] std::optional<Project> ReadProjectFile(const std::string& path, Diagnostics& diagnostics,
+                                                     SizeOverride size = {});
 // The same from text; `path` names it in messages and is the base of relative paths.
 [[nodiscard]] std::optional<Project> ReadProjectText(const std::string& path, std::string text,
-                                                     Diagnostics& diagnostics);
+                                                     Diagnostics& diagnostics, SizeOverride size = {});
 
 // The text of a project that shows models: one file alone in the middle of the frame, several side by side,
 // each in a replicator group of its own (five at most). Paths are written relative to `folder` (absolute),

@@ -1,0 +1,121 @@
+#include "app/command/Commands.h"
+
+#include <CLI/CLI.hpp>
+
+namespace velorin::app {
+
+namespace {
+
+void AddPlugin(CLI::App& command, SessionOptions& session) {
+    command
+        .add_option("--plugin", session.plugin,
+                    "The plug-in module, in place of Velorin.aex beside this program")
+        ->type_name("FILE");
+}
+
+// What tests ask of the host beyond a plain run; not shown in the help.
+void AddHostModes(CLI::App& command, HostOptions& host) {
+    command.add_flag("--host-strict", host.strict)->group("");
+    command.add_flag("--host-two-copies", host.twoCopies)->group("");
+    command.add_option("--host-cancel-at", host.cancelAt)->group("");
+    command.add_option("--host-without-suite", host.missingSuites)->group("");
+}
+
+void DescribeRender(CLI::App& command, RenderOptions& options) {
+    command.add_option("INPUT", options.input, "A project (.json) or a model (.obj)")->required();
+    command
+        .add_option("-o,--output", options.output,
+                    "A .png or .exr file; #### in its name is the frame's number")
+        ->required()
+        ->type_name("OUTPUT");
+    command.add_option("--frames", options.frames, "Frames to render, counted from 0")
+        ->type_name("A-B[/STEP]");
+    command.add_option("--size", options.size, "Size of the composition in pixels")->type_name("WxH");
+    command.add_option("--depth", options.depth, "Bits of a colour channel")->type_name("8|16|32");
+    command.add_option("--set", options.session.settings, "Sets one parameter; may be repeated")
+        ->type_name("KEY=VALUE")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    command.add_flag("--json", options.json, "Prints a report as one JSON object at the end");
+    command.add_flag("--quiet", options.quiet, "Shows neither progress nor warnings");
+    AddPlugin(command, options.session);
+    AddHostModes(command, options.session.host);
+}
+
+void DescribeInspect(CLI::App& command, InspectOptions& options) {
+    command.add_option("WHAT", options.what, "params, scene, particles, mesh, draws or devices")
+        ->required()
+        ->check(CLI::IsMember({"params", "scene", "particles", "mesh", "draws", "devices"}));
+    command.add_option("INPUT", options.input, "A project (.json) or a model (.obj)");
+    command.add_option("--frame", options.frame, "Frame to look at, counted from 0")
+        ->type_name("N")
+        ->check(CLI::NonNegativeNumber);
+    command.add_option("--group", options.group, "Replicator group, 1 to 5")
+        ->type_name("G")
+        ->check(CLI::Range(1, 5));
+    command.add_option("--model", options.model, "Name of a model of the scene")->type_name("NAME");
+    command.add_flag("--prepared", options.prepared, "The mesh as it is drawn, after all processing");
+    command.add_flag("--json", options.json, "Prints JSON in place of a table");
+    AddPlugin(command, options.session);
+    AddHostModes(command, options.session.host);
+}
+
+int AnswerMissing(const char* what) {
+    Console console(false);
+    console.Error(std::string(what) + ": this version of the effect has no such operation yet");
+    return kFailed;
+}
+
+} // namespace
+
+int RunCommand(int argc, char** argv) {
+    CLI::App app("Renders projects and models with the Velorin effect.", "velorin");
+    app.require_subcommand(1);
+    app.failure_message([](const CLI::App* failed, const CLI::Error& error) {
+        return "velorin: error: " + std::string(error.what()) + "\nType `velorin " +
+               (failed->get_subcommands().empty() ? std::string()
+                                                  : failed->get_subcommands().front()->get_name() + " ") +
+               "--help` for the usage.\n";
+    });
+
+    RenderOptions render;
+    CLI::App* renderCommand = app.add_subcommand("render", "Renders frames of a project or a model");
+    DescribeRender(*renderCommand, render);
+    InspectOptions inspect;
+    CLI::App* inspectCommand = app.add_subcommand("inspect", "Prints what the system knows");
+    DescribeInspect(*inspectCommand, inspect);
+    NewOptions fresh;
+    CLI::App* newCommand = app.add_subcommand("new", "Writes a project that shows models");
+    newCommand->add_option("FILE", fresh.files, "Models (.obj), up to five")->required();
+    newCommand->add_option("-o,--output", fresh.output, "The project to write")
+        ->required()
+        ->type_name("PROJECT.json");
+    RenderOptions exported;
+    int group = 0, frame = 0;
+    CLI::App* exportCommand = app.add_subcommand("export", "Writes the models of a group as OBJ");
+    exportCommand->add_option("INPUT", exported.input, "A project (.json)")->required();
+    exportCommand->add_option("-o,--output", exported.output, "The file to write")
+        ->required()
+        ->type_name("OUT.obj");
+    exportCommand->add_option("--group", group, "Replicator group, 1 to 5")
+        ->type_name("G")
+        ->check(CLI::Range(1, 5));
+    exportCommand->add_option("--frame", frame, "Frame, counted from 0")
+        ->type_name("N")
+        ->check(CLI::NonNegativeNumber);
+    std::string setupProject;
+    CLI::App* setupCommand = app.add_subcommand("setup", "Opens the scene of a project in its window");
+    setupCommand->add_option("PROJECT", setupProject, "A project (.json)")->required();
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? kDone : kWrongUsage;
+    }
+    if (*renderCommand) return RunRender(render);
+    if (*inspectCommand) return RunInspect(inspect);
+    if (*newCommand) return RunNew(fresh);
+    return AnswerMissing(*exportCommand ? "export" : "setup");
+}
+
+} // namespace velorin::app

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "app/command/Session.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace velorin::app {
+
+enum ExitStatus : int { kDone = 0, kFailed = 1, kWrongUsage = 2 };
+
+struct FrameRange {
+    int first = 0, last = 0, step = 1;
+};
+// "A", "A-B" or "A-B/STEP".
+[[nodiscard]] std::optional<FrameRange> ParseFrameRange(const std::string& text);
+// "WxH".
+[[nodiscard]] std::optional<SizeOverride> ParseSize(const std::string& text);
+// The name with its last run of four or more '#' replaced by the frame's number, padded with zeros to the
+// run's length. Nothing when there is no such run.
+[[nodiscard]] std::optional<std::string> NumberedName(const std::string& name, int frame);
+
+struct RenderOptions {
+    std::string input, output;
+    std::string frames, size; // as typed
+    int depth = 0;
+    bool json = false, quiet = false;
+    SessionOptions session;
+};
+[[nodiscard]] int RunRender(RenderOptions options);
+
+struct InspectOptions {
+    std::string what, input;
+    int frame = 0;
+    int group = 1;
+    std::string model;
+    bool prepared = false, json = false;
+    SessionOptions session;
+};
+[[nodiscard]] int RunInspect(const InspectOptions& options);
+
+struct NewOptions {
+    std::vector<std::string> files;
+    std::string output;
+};
+[[nodiscard]] int RunNew(const NewOptions& options);
+
+// The whole command line, from argv to the exit status.
+[[nodiscard]] int RunCommand(int argc, char** argv);
+
+} // namespace velorin::app

@@ -1,0 +1,238 @@
+#include "app/command/Session.h"
+
+#include "app/host/ParameterInput.h"
+#include "app/project/Json.h"
+#include "app/project/ProjectReader.h"
+
+#include "platform/FileSystem.h"
+#include "platform/Process.h"
+
+#include "services/MappedFile.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <filesystem>
+
+namespace velorin::app {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kModelExtensions[] = {".obj"};
+constexpr double kModelDuration = 1; // seconds
+
+bool Tell(const Diagnostics& diagnostics, Console& console) {
+    for (const std::string& warning : diagnostics.warnings) console.Warn(warning);
+    for (const std::string& error : diagnostics.errors) console.Error(error);
+    return diagnostics.errors.empty();
+}
+
+// A text of the command line as a value: JSON when it reads as such, else the text itself.
+std::shared_ptr<const JsonDocument> ArgumentValue(const std::string& text) {
+    JsonError ignored;
+    if (auto document = ParseJson(text, ignored))
+        return std::make_shared<const JsonDocument>(std::move(*document));
+    auto plain = std::make_shared<JsonDocument>();
+    plain->source = text;
+    plain->root.kind = JsonKind::String;
+    plain->root.text = text;
+    plain->root.end = text.size();
+    return plain;
+}
+
+void ApplySetting(const ParameterSetting& setting, Host& host, EffectInstance& instance,
+                  const std::string& place, Diagnostics& diagnostics) {
+    const bool argument = setting.source == "--set";
+    const TextSource source(argument ? "--set " + setting.key : setting.source, setting.document->source,
+                            diagnostics, argument ? TextSource::Kind::Argument : TextSource::Kind::File);
+    std::string reason;
+    const ParameterRow* row = host.rows().Resolve(setting.key, reason);
+    if (!row) {
+        source.Error(setting.keyOffset, place + reason);
+        return;
+    }
+    AnimatedValue value;
+    if (ReadParameterValue(source, *row, *setting.value, host.comp(), value))
+        host.SetValue(instance, *row, value);
+}
+
+// The plug-in's answer to a scene it does not take: where, and why.
+bool IsRefusal(const std::string& answer, std::string& reason, std::string& pointer) {
+    if (answer.empty() || answer.front() != '{') return false;
+    const auto json = nlohmann::json::parse(answer, nullptr, false);
+    if (!json.is_object() || !json.contains("error")) return false;
+    reason = json["error"].is_string() ? json["error"].get<std::string>() : "the scene is refused";
+    if (const auto at = json.find("at"); at != json.end() && at->is_string())
+        pointer = at->get<std::string>();
+    constexpr std::string_view kPrefix = "/scene";
+    if (pointer.compare(0, kPrefix.size(), kPrefix) == 0) pointer.erase(0, kPrefix.size());
+    return true;
+}
+
+bool FlatScene(const Project& project, const Effect& effect, const std::string& place, Host& host,
+               std::string& flat, Diagnostics& diagnostics) {
+    const std::string& text = project.document->source;
+    const TextSource source(project.path, text, diagnostics);
+    const std::string request =
+        R"({"do":"sceneToFlat","folder":)" +
+        nlohmann::json(project.folder).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) +
+        ",\"scene\":" + text.substr(effect.scene->begin, effect.scene->end - effect.scene->begin) + "}";
+    std::string reason, pointer;
+    const auto answer = host.Introspect(nullptr, request, {}, reason);
+    if (!answer) {
+        source.Error(effect.scene->begin, place + "scene: " + reason);
+        return false;
+    }
+    if (IsRefusal(*answer, reason, pointer)) {
+        // The pointer leads on from the scene.
+        JsonDocument part;
+        part.root = *effect.scene;
+        source.Error(part.At(pointer).begin,
+                     place + "scene" + (pointer.empty() ? "" : " " + pointer) + ": " + reason);
+        return false;
+    }
+    flat = *answer;
+    return true;
+}
+
+void ApplyScene(const Project& project, const Effect& effect, const std::string& place, Host& host,
+                EffectInstance& instance, Diagnostics& diagnostics) {
+    const ParameterRow* row = host.arbitraryRow();
+    if (!row || (!effect.scene && effect.sceneFile.empty())) return;
+    std::string flat;
+    MappedFile file;
+    Bytes bytes;
+    if (effect.scene) {
+        if (!FlatScene(project, effect, place, host, flat, diagnostics)) return;
+        bytes = std::as_bytes(std::span(flat));
+    } else {
+        file = MappedFile::Open(effect.sceneFile, FileAccess::Read);
+        if (!file.valid()) {
+            diagnostics.errors.push_back(effect.sceneFile + ": the scene cannot be read: " + file.reason());
+            return;
+        }
+        bytes = file.bytes();
+    }
+    const HostResult result = host.SetArbitrary(instance, *row, bytes);
+    if (!result.good()) diagnostics.errors.push_back(project.path + ": " + place + "scene: " + result.text);
+}
+
+bool ApplyEffects(const Project& project, Host& host, Console& console) {
+    Diagnostics diagnostics;
+    for (std::size_t i = 0; i < project.effects.size(); ++i) {
+        const Effect& effect = project.effects[i];
+        const std::string place = "effects[" + std::to_string(i) + "].";
+        EffectInstance& instance = host.instance(i);
+        for (const ParameterSetting& setting : effect.parameters)
+            ApplySetting(setting, host, instance,
+                         setting.source == "--set" ? "" : place + "parameters: ", diagnostics);
+        ApplyScene(project, effect, place, host, instance, diagnostics);
+    }
+    return Tell(diagnostics, console);
+}
+
+bool AddSettings(const std::vector<std::string>& settings, Project& project, Console& console) {
+    for (const std::string& text : settings) {
+        const std::size_t equal = text.find('=');
+        if (equal == std::string::npos || equal == 0) {
+            console.Error("--set " + text + ": expected KEY=VALUE");
+            return false;
+        }
+        const auto document = ArgumentValue(text.substr(equal + 1));
+        for (Effect& effect : project.effects)
+            effect.parameters.push_back({text.substr(0, equal), "--set", document, 0, &document->root});
+    }
+    return true;
+}
+
+} // namespace
+
+bool Session::Tell(Console& console) {
+    const HostReports& reports = host->reports;
+    for (; toldMessages_ < reports.messages().size(); ++toldMessages_)
+        console.Warn(reports.messages()[toldMessages_]);
+    for (; toldFaults_ < reports.faults().size(); ++toldFaults_)
+        console.Error("the plug-in broke a rule of its host: " + reports.faults()[toldFaults_]);
+    return reports.faults().empty();
+}
+
+bool Session::Close(Console& console) {
+    host->Quit();
+    return Tell(console);
+}
+
+InputKind KindOfInput(const std::string& path) {
+    std::string extension = fs::path(path).extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); });
+    if (extension == ".json") return InputKind::Project;
+    const bool model = std::find(std::begin(kModelExtensions), std::end(kModelExtensions), extension) !=
+                       std::end(kModelExtensions);
+    return model ? InputKind::Model : InputKind::Unknown;
+}
+
+std::optional<Project> ReadInput(const std::string& path, SizeOverride size, Console& console) {
+    Diagnostics diagnostics;
+    std::optional<Project> project;
+    switch (KindOfInput(path)) {
+    case InputKind::Project:
+        project = ReadProjectFile(path, diagnostics, size);
+        break;
+    case InputKind::Model: {
+        const MappedFile probe = MappedFile::Open(path, FileAccess::Read);
+        if (!probe.valid()) {
+            diagnostics.errors.push_back(path + ": the model cannot be read: " + probe.reason());
+            break;
+        }
+        std::error_code ignored;
+        const std::string folder = fs::absolute(path, ignored).parent_path().lexically_normal().string();
+        project =
+            ReadProjectText(path, ProjectTextForModels({path}, folder, kModelDuration), diagnostics, size);
+        break;
+    }
+    case InputKind::Unknown:
+        diagnostics.errors.push_back(path + ": this is neither a project (.json) nor a model (.obj)");
+        break;
+    }
+    return Tell(diagnostics, console) ? std::move(project) : std::nullopt;
+}
+
+std::unique_ptr<Host> StartHost(const SessionOptions& options, Console& console) {
+    const std::string module = options.plugin.empty()
+                                   ? (fs::path(ExecutablePath()).parent_path() / "Velorin.aex").string()
+                                   : options.plugin;
+    std::error_code ignored;
+    const std::string absolute = fs::absolute(module, ignored).lexically_normal().string();
+    if (!IsRegularFile(absolute)) {
+        console.Error(module + ": the plug-in module does not exist");
+        return nullptr;
+    }
+    std::string error;
+    auto host = Host::Start(absolute, options.host, error);
+    if (!host) console.Error(error);
+    return host;
+}
+
+bool OpenSession(const std::string& input, const SessionOptions& options, Console& console,
+                 Session& session) {
+    std::optional<Project> project = ReadInput(input, options.size, console);
+    if (!project) return false;
+    session.project = std::move(*project);
+    if (options.depth != 0) session.project.composition.depth = options.depth;
+    if (!AddSettings(options.settings, session.project, console)) return false;
+    session.host = StartHost(options, console);
+    if (!session.host) return false;
+    Host& host = *session.host;
+    HostResult result = host.Open(session.project);
+    const bool applied = result.good() && ApplyEffects(session.project, host, console);
+    // What the values show or hide, and then what a save would do.
+    for (std::size_t i = 0; applied && result.good() && i < session.project.effects.size(); ++i)
+        result = host.UpdateParameterUI(host.instance(i));
+    if (applied && result.good()) result = host.Save();
+    if (!result.good()) console.Error(input + ": " + result.text);
+    return session.Tell(console) && applied && result.good();
+}
+
+} // namespace velorin::app

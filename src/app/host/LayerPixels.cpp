@@ -1,0 +1,211 @@
+#include "app/host/LayerPixels.h"
+
+#include "app/host/Outlines.h"
+
+#include "platform/FileSystem.h"
+
+#include <ft2build.h>
+#include FT_FREETYPE_H
+#include FT_OUTLINE_H
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace velorin::app {
+
+namespace {
+
+constexpr int kInputPadding = 3;
+constexpr double kLargestText = 16000; // pixels of a side that the scan converter's 26.6 numbers hold
+
+std::uint64_t Mix(std::uint64_t hash, std::uint64_t value) {
+    // A step of the generator of G. L. Steele, D. Lea, C. H. Flood, "Fast splittable pseudorandom number
+    // generators", 2014.
+    hash += value + 0x9e3779b97f4a7c15;
+    hash = (hash ^ (hash >> 30)) * 0xbf58476d1ce4e5b9;
+    hash = (hash ^ (hash >> 27)) * 0x94d049bb133111eb;
+    return hash ^ (hash >> 31);
+}
+
+std::uint64_t Mix(std::uint64_t hash, double value) {
+    std::uint64_t bits;
+    std::memcpy(&bits, &value, sizeof bits);
+    return Mix(hash, bits);
+}
+
+struct TextBounds {
+    double left = 1e30, top = 1e30, right = -1e30, bottom = -1e30;
+    void Add(double x, double y) {
+        left = std::min(left, x), right = std::max(right, x);
+        top = std::min(top, y), bottom = std::max(bottom, y);
+    }
+};
+
+// White letters with coverage as alpha. The rectangle in layer pixels; empty when nothing is drawn.
+Rect DrawText(const std::vector<Outline>& outlines, Picture& picture) {
+    TextBounds box;
+    for (const Outline& outline : outlines)
+        for (const PF_PathVertex& v : outline.vertices) {
+            box.Add(v.x, v.y);
+            box.Add(v.tan_in_x, v.tan_in_y);
+            box.Add(v.tan_out_x, v.tan_out_y);
+        }
+    if (box.right <= box.left || box.bottom <= box.top) return {};
+    const Rect area{static_cast<int>(std::floor(std::max(box.left, -kLargestText))),
+                    static_cast<int>(std::floor(std::max(box.top, -kLargestText))),
+                    static_cast<int>(std::ceil(std::min(box.right, kLargestText))),
+                    static_cast<int>(std::ceil(std::min(box.bottom, kLargestText)))};
+    if (area.empty()) return {};
+    std::vector<FT_Vector> points;
+    std::vector<char> tags;
+    std::vector<short> ends;
+    // Rows run downward in a bitmap of positive pitch when y grows upward.
+    const auto add = [&](double x, double y, int tag) {
+        points.push_back({std::lround((x - area.left) * 64), std::lround((area.bottom - y) * 64)});
+        tags.push_back(static_cast<char>(tag));
+    };
+    for (const Outline& outline : outlines) {
+        if (points.size() + 3 * outline.vertices.size() > 32000) break; // the outline's counts are 16 bits
+        for (std::size_t i = 0; i + 1 < outline.vertices.size(); ++i) {
+            const PF_PathVertex &from = outline.vertices[i], &to = outline.vertices[i + 1];
+            add(from.x, from.y, FT_CURVE_TAG_ON);
+            add(from.tan_out_x, from.tan_out_y, FT_CURVE_TAG_CUBIC);
+            add(to.tan_in_x, to.tan_in_y, FT_CURVE_TAG_CUBIC);
+        }
+        if (!points.empty()) ends.push_back(static_cast<short>(points.size() - 1));
+    }
+    FT_Library library = nullptr;
+    if (FT_Init_FreeType(&library) != 0) return {};
+    std::vector<unsigned char> coverage(static_cast<std::size_t>(area.width()) *
+                                        static_cast<std::size_t>(area.height()));
+    FT_Outline outline{static_cast<short>(ends.size()),
+                       static_cast<short>(points.size()),
+                       points.data(),
+                       tags.data(),
+                       ends.data(),
+                       0};
+    FT_Bitmap bitmap{};
+    bitmap.rows = static_cast<unsigned>(area.height());
+    bitmap.width = static_cast<unsigned>(area.width());
+    bitmap.pitch = area.width();
+    bitmap.buffer = coverage.data();
+    bitmap.num_grays = 256;
+    bitmap.pixel_mode = FT_PIXEL_MODE_GRAY;
+    const bool drawn = FT_Outline_Get_Bitmap(library, &outline, &bitmap) == 0;
+    FT_Done_FreeType(library);
+    if (!drawn) return {};
+    picture = Picture(area.width(), area.height(), 8);
+    for (std::size_t i = 0; i < coverage.size(); ++i) {
+        picture.pixels[4 * i] = picture.pixels[4 * i + 1] = picture.pixels[4 * i + 2] = std::byte{255};
+        picture.pixels[4 * i + 3] = static_cast<std::byte>(coverage[i]);
+    }
+    return area;
+}
+
+void Tint(Picture& picture, const Components& color) {
+    for (std::size_t i = 0; i < picture.pixels.size(); i += 4)
+        for (std::size_t c = 0; c < 3; ++c)
+            picture.pixels[i + c] = static_cast<std::byte>(std::lround(color[c]));
+}
+
+Picture SolidPicture(const Components& color) {
+    Picture picture(1, 1, 8);
+    Tint(picture, color);
+    picture.pixels[3] = std::byte{255};
+    return picture;
+}
+
+WorldBuffer SolidWorld(Rect area, const Components& color, int depth) {
+    WorldBuffer world(area, depth, kInputPadding);
+    const WorldBuffer pixel = WorldFromPicture(SolidPicture(color), depth, 1, 1, 0);
+    const auto bytes = static_cast<std::size_t>(PixelBytes(depth));
+    for (int y = 0; y < area.height(); ++y)
+        for (int x = 0; x < area.width(); ++x)
+            std::memcpy(world.row(y) + static_cast<std::size_t>(x) * bytes, pixel.row(0), bytes);
+    return world;
+}
+
+Rect Reduced(Rect r, int factorX, int factorY) {
+    const auto down = [](int v, int f) { return v >= 0 ? v / f : -((-v + f - 1) / f); };
+    const auto up = [](int v, int f) { return v >= 0 ? (v + f - 1) / f : -(-v / f); };
+    return {down(r.left, factorX), down(r.top, factorY), up(r.right, factorX), up(r.bottom, factorY)};
+}
+
+} // namespace
+
+LayerPixels::Entry& LayerPixels::Load(const HostLayer& layer) {
+    Entry& entry = entries_[layer.id];
+    if (entry.loaded) return entry;
+    entry.loaded = true;
+    entry.state = Mix(0, static_cast<std::uint64_t>(layer.id));
+    const Composition& settings = layer.comp->settings;
+    std::string reason;
+    if (layer.role == LayerRole::Image) {
+        if (!ReadPicture(layer.source.file, entry.picture, reason)) {
+            entry.picture = {};
+            warn_(context_, layer.source.file + ": the image of the layer \"" + layer.name +
+                                "\" cannot be used: " + reason);
+        }
+        entry.bounds = {0, 0, entry.picture.width, entry.picture.height};
+        if (const auto facts = GetFileFacts(layer.source.file))
+            entry.state = Mix(entry.state, facts->modifiedTime);
+    } else if (layer.role == LayerRole::Text) {
+        std::vector<Outline> outlines;
+        if (MakeTextOutlines(layer.source, outlines, reason))
+            entry.bounds = DrawText(outlines, entry.picture);
+        else
+            warn_(context_, "the text of the layer \"" + layer.name + "\" cannot be set: " + reason);
+    } else if (layer.role == LayerRole::Solid) {
+        entry.bounds = {0, 0, layer.source.width, layer.source.height};
+    } else if (layer.role == LayerRole::Effect) {
+        entry.bounds = {0, 0, settings.width, settings.height};
+    }
+    return entry;
+}
+
+Rect LayerPixels::Bounds(const HostLayer& layer, double layerSeconds, int factorX, int factorY) {
+    if (layerSeconds < 0 || layerSeconds >= layer.duration) return {};
+    const Rect bounds = Load(layer).bounds;
+    return bounds.empty() ? Rect{} : Reduced(bounds, factorX, factorY);
+}
+
+void LayerPixels::ReferenceSize(const HostLayer& layer, int& width, int& height) {
+    const Rect bounds = Load(layer).bounds;
+    width = bounds.width(), height = bounds.height();
+}
+
+std::uint64_t LayerPixels::State(const HostLayer& layer, double layerSeconds) {
+    std::uint64_t state = Load(layer).state;
+    if (layerSeconds < 0 || layerSeconds >= layer.duration) return Mix(state, std::uint64_t{1});
+    if (layer.role == LayerRole::Solid || layer.role == LayerRole::Text)
+        for (const double c : layer.source.color.At(layerSeconds)) state = Mix(state, c);
+    return state;
+}
+
+std::shared_ptr<const WorldBuffer> LayerPixels::At(const HostLayer& layer, double layerSeconds, int depth,
+                                                   int factorX, int factorY) {
+    const Rect bounds = Bounds(layer, layerSeconds, factorX, factorY);
+    if (bounds.empty()) return nullptr;
+    Entry& entry = Load(layer);
+    const std::uint64_t state = State(layer, layerSeconds);
+    if (entry.world && entry.worldState == state && entry.depth == depth && entry.factorX == factorX &&
+        entry.factorY == factorY)
+        return entry.world;
+    const Components color = layer.source.color.At(layerSeconds);
+    WorldBuffer world;
+    if (layer.role == LayerRole::Solid) {
+        world = SolidWorld(bounds, color, depth);
+    } else if (layer.role == LayerRole::Effect) {
+        world = WorldBuffer(bounds, depth, kInputPadding); // transparent: the effect draws all there is
+    } else {
+        if (layer.role == LayerRole::Text) Tint(entry.picture, color);
+        world = WorldFromPicture(entry.picture, depth, factorX, factorY, kInputPadding);
+        world.MoveTo(bounds.left, bounds.top);
+    }
+    entry.world = std::make_shared<const WorldBuffer>(std::move(world));
+    entry.worldState = state, entry.depth = depth, entry.factorX = factorX, entry.factorY = factorY;
+    return entry.world;
+}
+
+} // namespace velorin::app
