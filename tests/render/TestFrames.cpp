@@ -1,0 +1,400 @@
+#include "render/SceneFixture.h"
+
+#include "render/FrameBuffers.h"
+#include "render/LayerTexture.h"
+#include "render/PassTable.h"
+#include "render/Surroundings.h"
+#include "render/gl/GLStateScope.h"
+
+#include <GL/glew.h>
+
+#include <array>
+#include <cmath>
+
+namespace velorin {
+namespace {
+
+using test::Picture;
+using test::QuadMesh;
+using test::RectMesh;
+using test::SceneTest;
+
+using FrameTest = SceneTest;
+
+// Of the premultiplied colours and the coverage.
+float Difference(const Picture& a, const Picture& b) {
+    float worst = 0;
+    for (std::size_t i = 0; i < a.rgba.size(); ++i) {
+        const std::size_t alpha = i | 3;
+        const float x = i == alpha ? a.rgba[i] : a.rgba[i] * a.rgba[alpha];
+        const float y = i == alpha ? b.rgba[i] : b.rgba[i] * b.rgba[alpha];
+        worst = std::max(worst, std::abs(x - y));
+    }
+    return worst;
+}
+
+// The mean of `side` by `side` pixels of a larger picture; premultiplied, as filtering works on light.
+Picture BoxFiltered(const Picture& large, int side) {
+    Picture small{large.width / side, large.height / side, {}};
+    for (int y = 0; y < small.height; ++y)
+        for (int x = 0; x < small.width; ++x) {
+            Point4 sum;
+            for (int j = 0; j < side * side; ++j) {
+                const Point4 p = large.at(x * side + j % side, y * side + j / side);
+                sum = {sum.x + p.x * p.w, sum.y + p.y * p.w, sum.z + p.z * p.w, sum.w + p.w};
+            }
+            const float scale = sum.w > 0 ? 1 / sum.w : 0;
+            small.rgba.insert(small.rgba.end(), {sum.x * scale, sum.y * scale, sum.z * scale,
+                                                 sum.w / static_cast<float>(side * side)});
+        }
+    return small;
+}
+
+TEST(Tiles, CoverTheFrameWithoutAGap) {
+    for (const int size : {1, 7, 64, 1001, 4096})
+        for (const int count : {1, 2, 4, 8}) {
+            int next = 0;
+            for (int i = 0; i < count; ++i) {
+                const TileSpan tile = TileOf(size, count, i);
+                EXPECT_EQ(tile.start, next);
+                EXPECT_GE(tile.length, size / count);
+                EXPECT_LE(tile.length, (size + count - 1) / count);
+                next += tile.length;
+            }
+            EXPECT_EQ(next, size);
+        }
+}
+
+TEST_F(FrameTest, SupersamplingIsTheLargerPictureFiltered) {
+    test::MakeMatte(Add(QuadMesh({5, 3, 0}, {59, 11, 0}, {50, 44, 30}, {9, 39, -10})), {255, 128, 64, 255});
+    SceneMaterial& glass = Add(QuadMesh({20, 10, -20}, {60, 20, -20}, {44, 46, -20}, {16, 30, -20}));
+    test::MakeMatte(glass, {0, 128, 255, 255});
+    glass.forceOpacity = 0.5f;
+    constexpr int kWidth = 64, kHeight = 48;
+    for (const int value : {2, 3, 4}) {
+        const int side = 1 << (value - 1);
+        settings.supersampling = value;
+        ownCamera = false;
+        const Picture super = Draw(kWidth, kHeight);
+        settings.supersampling = 1;
+        settings.camera = test::CompCamera(kWidth, kHeight); // the same view on more pixels
+        ownCamera = true;
+        const Picture expected = BoxFiltered(Draw(kWidth * side, kHeight * side), side);
+        EXPECT_LT(Difference(super, expected), 0.004f) << "grid " << side;
+    }
+}
+
+// A plane whose value runs linearly over the picture shows any seam between tiles of unequal size.
+TEST_F(FrameTest, TilesOfOddSizesHaveNoSeams) {
+    Add(RectMesh(-50, -50, 200, 150, 0));
+    settings.output = Output::WorldPosition;
+    settings.matte.mode = MatteMode::Matte;
+    settings.matte.position = {0, 0, 0};
+    settings.matte.rotationY = 90; // the matte's direction lies along x, whichever way
+    settings.matte.doubleSided = true;
+    settings.matte.feather = 101;
+    settings.matte.gamma = 1;
+    for (const int value : {1, 2, 3, 4}) {
+        settings.supersampling = value;
+        const Picture picture = Draw(101, 67);
+        const float step = picture.at(51, 30).x - picture.at(50, 30).x;
+        EXPECT_NEAR(std::abs(step), 1 / 101.0f, 0.001f);
+        for (int x = 1; x < 101; ++x)
+            ASSERT_NEAR(picture.at(x, 66).x - picture.at(x - 1, 66).x, step, 0.0015f)
+                << x << " grid " << value;
+    }
+}
+
+TEST_F(FrameTest, ASecondFrameSendsAndCompilesNothing) {
+    Add(RectMesh(4, 4, 30, 30));
+    Add(RectMesh(8, 8, 40, 40, 5)).type = MaterialType::Physical;
+    settings.supersampling = 2;
+    (void)Draw(48, 48);
+    const RenderStatistics first = renderer().statistics();
+    (void)Draw(48, 48);
+    RenderStatistics second = renderer().statistics();
+    EXPECT_EQ(second.frames, first.frames); // ReadFrame is no delivery
+    EXPECT_GT(second.draws, first.draws);
+    second.draws = first.draws;
+    EXPECT_EQ(second, first);
+
+    // A changed material costs one block, and nothing else.
+    materials[0].diffuseColor = {1, 2, 3, 255};
+    (void)Draw(48, 48);
+    second = renderer().statistics();
+    EXPECT_EQ(second.uniformUploads, first.uniformUploads + 1);
+    EXPECT_EQ(second.meshUploads, first.meshUploads);
+    EXPECT_EQ(second.programsCompiled, first.programsCompiled);
+}
+
+// Everything that a guest may have set, read back.
+std::vector<GLint> StateNow() {
+    std::vector<GLint> state;
+    for (const GLenum what : {GL_CURRENT_PROGRAM,
+                              GL_VERTEX_ARRAY_BINDING,
+                              GL_ARRAY_BUFFER_BINDING,
+                              GL_PIXEL_PACK_BUFFER_BINDING,
+                              GL_PIXEL_UNPACK_BUFFER_BINDING,
+                              GL_UNIFORM_BUFFER_BINDING,
+                              GL_DRAW_FRAMEBUFFER_BINDING,
+                              GL_READ_FRAMEBUFFER_BINDING,
+                              GL_RENDERBUFFER_BINDING,
+                              GL_ACTIVE_TEXTURE,
+                              GL_BLEND,
+                              GL_DEPTH_TEST,
+                              GL_CULL_FACE,
+                              GL_SCISSOR_TEST,
+                              GL_MULTISAMPLE,
+                              GL_POLYGON_OFFSET_FILL,
+                              GL_DEPTH_CLAMP,
+                              GL_DEPTH_WRITEMASK,
+                              GL_BLEND_SRC_RGB,
+                              GL_BLEND_DST_RGB,
+                              GL_BLEND_SRC_ALPHA,
+                              GL_BLEND_DST_ALPHA,
+                              GL_DEPTH_FUNC,
+                              GL_CULL_FACE_MODE,
+                              GL_FRONT_FACE,
+                              GL_PACK_ALIGNMENT,
+                              GL_UNPACK_ALIGNMENT,
+                              GL_UNPACK_ROW_LENGTH,
+                              GL_POINT_SIZE,
+                              GL_TEXTURE_CUBE_MAP_SEAMLESS}) {
+        GLint value = 0;
+        glGetIntegerv(what, &value);
+        state.push_back(value);
+    }
+    std::array<GLint, 4> four{};
+    for (const GLenum what : {GL_VIEWPORT, GL_SCISSOR_BOX, GL_COLOR_WRITEMASK}) {
+        glGetIntegerv(what, four.data());
+        state.insert(state.end(), four.begin(), four.end());
+    }
+    std::array<GLfloat, 4> colour{};
+    for (const GLenum what : {GL_BLEND_COLOR, GL_COLOR_CLEAR_VALUE}) {
+        glGetFloatv(what, colour.data());
+        for (const GLfloat c : colour) state.push_back(static_cast<GLint>(c * 1000));
+    }
+    GLint active = 0;
+    glGetIntegerv(GL_ACTIVE_TEXTURE, &active);
+    for (GLenum unit = 0; unit < 18; ++unit) {
+        glActiveTexture(GL_TEXTURE0 + unit);
+        for (const GLenum what :
+             {GL_TEXTURE_BINDING_2D, GL_TEXTURE_BINDING_CUBE_MAP, GL_TEXTURE_BINDING_2D_ARRAY}) {
+            GLint name = 0;
+            glGetIntegerv(what, &name);
+            state.push_back(name);
+        }
+    }
+    glActiveTexture(static_cast<GLenum>(active));
+    for (GLuint i = 0; i < 6; ++i) {
+        GLint name = 0;
+        glGetIntegeri_v(GL_UNIFORM_BUFFER_BINDING, i, &name);
+        state.push_back(name);
+    }
+    return state;
+}
+
+TEST_F(FrameTest, AFrameLeavesTheStateOfItsContextAlone) {
+    const gl::GLStateScope clean; // what this test sets goes again
+    Add(RectMesh(4, 4, 30, 30)).forceOpacity = 0.5f;
+    (void)Draw(40, 40);
+    // A guest with habits of its own.
+    const gl::Texture texture = gl::Texture::New();
+    const gl::Buffer buffer = gl::Buffer::New();
+    glActiveTexture(GL_TEXTURE3);
+    glBindTexture(GL_TEXTURE_2D, texture.name());
+    glBindBuffer(GL_ARRAY_BUFFER, buffer.name());
+    glEnable(GL_BLEND);
+    glEnable(GL_SCISSOR_TEST);
+    glScissor(1, 2, 3, 4);
+    glViewport(5, 6, 7, 8);
+    glBlendFuncSeparate(GL_ONE, GL_DST_ALPHA, GL_ZERO, GL_SRC_ALPHA);
+    glClearColor(0.1f, 0.2f, 0.3f, 0.4f);
+    glColorMask(GL_TRUE, GL_FALSE, GL_TRUE, GL_FALSE);
+    glDepthMask(GL_FALSE);
+    glDepthFunc(GL_GEQUAL);
+    glCullFace(GL_FRONT);
+    glFrontFace(GL_CCW);
+    glPointSize(3);
+    glPixelStorei(GL_UNPACK_ROW_LENGTH, 77);
+    const std::vector<GLint> before = StateNow();
+
+    settings.supersampling = 2;
+    settings.picking = true;
+    settings.fxaa = 1;
+    settings.environment.showBackground = true;
+    (void)Draw(40, 40);
+    EXPECT_EQ(StateNow(), before);
+    LayerTexture layer;
+    std::array<std::uint8_t, 16> pixels{};
+    EXPECT_TRUE(renderer().UploadTexture({2, 2, 1, 8, pixels.data()}, layer));
+    EXPECT_EQ(StateNow(), before);
+}
+
+TEST_F(FrameTest, NoObjectIsLeakedOverFramesOfChangingSettings) {
+    Add(RectMesh(4, 4, 30, 30));
+    SceneMaterial& glass = Add(RectMesh(8, 8, 40, 40, 5));
+    glass.forceOpacity = 0.5f;
+    const auto frame = [&](int i) {
+        settings.supersampling = 1 + i % 3;
+        settings.sampleCount = i % 2 ? 4 : 0;
+        settings.picking = i % 5 == 0;
+        settings.fxaa = i % 3;
+        settings.output = static_cast<Output>(1 + i % 3);
+        settings.sphericalCapture = i % 7 == 0;
+        settings.environment.showBackground = i % 4 == 0;
+        glass.blendMode = static_cast<MaterialBlend>(i % 3);
+        settings.camera.nearPlane = 1;
+        (void)Draw(8 + i % 6, 8 + i % 4);
+        LayerTexture layer;
+        std::array<std::uint8_t, 64> pixels{};
+        ASSERT_TRUE(renderer().UploadTexture({2, 2, 1, 8, pixels.data()}, layer));
+    };
+    for (int i = 0; i < 60; ++i) frame(i);
+    settings = RenderSettings();
+    settings.sampleCount = 0;
+    (void)Draw(8, 8);
+    gl::FlushDeletedObjects();
+    const std::uint32_t live = gl::LiveObjects();
+    for (int i = 0; i < 120; ++i) frame(i);
+    settings = RenderSettings();
+    settings.sampleCount = 0;
+    (void)Draw(8, 8);
+    gl::FlushDeletedObjects();
+    EXPECT_EQ(gl::LiveObjects(), live);
+}
+
+TEST_F(FrameTest, PickingTellsPositionNormalAndObject) {
+    const float c = std::cos(kPi / 6), s = std::sin(kPi / 6);
+    Add(RectMesh(-20, -20, 100, 100, 60));
+    Add(QuadMesh({32 - 20 * c, 4, -20 * s}, {32 + 20 * c, 4, 20 * s}, {32 + 20 * c, 44, 20 * s},
+                 {32 - 20 * c, 44, -20 * s}))
+        .forceOpacity = 0.5f; // picks as if solid
+    instance(1).objectIndex = 7;
+    settings.picking = true;
+    (void)Draw(64, 48);
+    const Point3 eye = settings.camera.position;
+    struct Row {
+        int x, y;
+        Point3 point, normal; // of the plane that the pixel's ray meets
+        std::uint32_t object;
+    };
+    for (const Row& row : {Row{32, 24, {32, 24, 0}, {s, 0, -c}, 7}, Row{20, 8, {32, 24, 0}, {s, 0, -c}, 7},
+                           Row{2, 40, {0, 0, 60}, {0, 0, -1}, 0}}) {
+        PickResult hit;
+        ASSERT_TRUE(renderer().PickAt(row.x, row.y, hit));
+        const Point3 ray{static_cast<float>(row.x) + 0.5f - eye.x, static_cast<float>(row.y) + 0.5f - eye.y,
+                         -eye.z};
+        const Point3 expected = eye + ray * (Dot(row.point - eye, row.normal) / Dot(ray, row.normal));
+        EXPECT_NEAR(hit.worldX, expected.x, 0.05f);
+        EXPECT_NEAR(hit.worldY, expected.y, 0.05f);
+        EXPECT_NEAR(hit.worldZ, expected.z, 0.05f);
+        EXPECT_NEAR(hit.normalX, row.normal.x, 0.002f);
+        EXPECT_NEAR(hit.normalZ, row.normal.z, 0.002f);
+        ASSERT_LT(hit.objectId, scene->pickList().size());
+        EXPECT_EQ(scene->pickList()[hit.objectId].objectIndex, row.object);
+        EXPECT_EQ(scene->pickList()[hit.objectId].model, &model(row.object ? 1 : 0));
+    }
+    PickResult hit;
+    EXPECT_FALSE(renderer().PickAt(-1, 0, hit));
+    EXPECT_FALSE(renderer().PickAt(64, 0, hit));
+    settings.picking = false;
+    (void)Draw(64, 48);
+    EXPECT_FALSE(renderer().PickAt(32, 24, hit));
+}
+
+// A large cube around the eye, each side of another colour, must come out at its place of the panorama.
+TEST_F(FrameTest, ThePanoramaHasEachDirectionInItsPlace) {
+    constexpr int kWidth = 128, kHeight = 64;
+    settings.sphericalCapture = true;
+    const Point3 eye = test::CompCamera(kWidth, kHeight).position;
+    struct Side {
+        Point3 out, across;
+        Colour colour;
+        int x, y; // of the side's middle in the panorama
+    };
+    const std::vector<Side> sides{{{0, 0, 1}, {1, 0, 0}, {255, 0, 0, 255}, 64, 32},
+                                  {{1, 0, 0}, {0, 0, -1}, {0, 255, 0, 255}, 96, 32},
+                                  {{-1, 0, 0}, {0, 0, 1}, {0, 0, 255, 255}, 32, 32},
+                                  {{0, 0, -1}, {-1, 0, 0}, {255, 255, 0, 255}, 2, 32},
+                                  {{0, -1, 0}, {1, 0, 0}, {255, 0, 255, 255}, 64, 4},
+                                  {{0, 1, 0}, {1, 0, 0}, {0, 255, 255, 255}, 64, 60}};
+    for (const Side& side : sides) {
+        const Point3 down = Cross(side.out, side.across);
+        const Point3 middle = eye + side.out * 100;
+        const Point3 a = side.across * 100, d = down * 100;
+        test::MakeMatte(Add(QuadMesh(middle - a - d, middle + a - d, middle + a + d, middle - a + d)),
+                        side.colour);
+    }
+    const Picture picture = Draw(kWidth, kHeight);
+    for (const Side& side : sides) {
+        const Point4 pixel = picture.at(side.x, side.y);
+        EXPECT_NEAR(pixel.x, side.colour.r / 255.0f, 0.002f) << side.x << "," << side.y;
+        EXPECT_NEAR(pixel.y, side.colour.g / 255.0f, 0.002f) << side.x << "," << side.y;
+        EXPECT_NEAR(pixel.z, side.colour.b / 255.0f, 0.002f) << side.x << "," << side.y;
+    }
+    // The edge between ahead and right lies at three eighths to the right: 45 degrees.
+    EXPECT_GT(picture.at(79, 32).x, 0.9f);
+    EXPECT_GT(picture.at(81, 32).y, 0.9f);
+}
+
+// The environment fills what is empty, in the direction in which one looks.
+TEST_F(FrameTest, TheBackgroundShowsTheEnvironmentBehindTheScene) {
+    constexpr int kColumns = 64, kRows = 32;
+    std::vector<float> argb;
+    for (int y = 0; y < kRows; ++y)
+        for (int x = 0; x < kColumns; ++x) {
+            // Red grows to the right, green downwards.
+            argb.insert(argb.end(), {1, (static_cast<float>(x) + 0.5f) / kColumns,
+                                     (static_cast<float>(y) + 0.5f) / kRows, 0.25f});
+        }
+    LayerTexture layer;
+    ASSERT_TRUE(renderer().UploadTexture({kColumns, kRows, 4, kColumns * 16, argb.data()}, layer));
+    TextureChannel channel(Channel::Environment);
+    channel.enabled = true;
+    channel.path = "replaced by the layer";
+    channel.gamma = 1;
+    settings.environment.channel = &channel;
+    settings.environment.overrideLayer = &layer;
+    settings.environment.showBackground = true;
+    settings.textureGamma = 2.2f; // the factor on the channel's gamma is then 1
+    test::MakeMatte(Add(RectMesh(0, 0, 8, 48, 0)), {0, 0, 255, 255});
+    const Picture picture = Draw(64, 48);
+    EXPECT_NEAR(picture.at(2, 24).z, 1, 0.002f); // what is there stays
+    for (const auto& [x, y] : {std::pair{32, 24}, std::pair{56, 10}, std::pair{16, 40}}) {
+        const Point3 ray{static_cast<float>(x) + 0.5f - 32, static_cast<float>(y) + 0.5f - 24,
+                         64 * 50 / 36.0f};
+        const float u = std::atan2(ray.x, ray.z) / (2 * kPi) + 0.5f;
+        const float v = std::atan2(ray.y, std::hypot(ray.x, ray.z)) / kPi + 0.5f;
+        const Point4 pixel = picture.at(x, y);
+        EXPECT_NEAR(pixel.x, u, 0.02f) << x << "," << y;
+        EXPECT_NEAR(pixel.y, v, 0.02f) << x << "," << y;
+        EXPECT_NEAR(pixel.w, 1, 0.002f);
+    }
+}
+
+TEST_F(FrameTest, AMaterialTakesItsPictureFromAHostLayer) {
+    std::array<float, 16> argb{1, 1, 0, 0, 1, 0, 1, 0, 1, 0, 0, 1, 1, 1, 1, 0};
+    LayerTexture layer;
+    ASSERT_TRUE(renderer().UploadTexture({2, 2, 4, 32, argb.data()}, layer));
+    SceneMaterial& material = Add(RectMesh(0, 0, 64, 48));
+    TextureChannel& slot = material.channel(Channel::Diffuse);
+    slot.enabled = true;
+    slot.customLayer = 3;
+    slot.gamma = 1;
+    settings.textureGamma = 2.2f;
+    list.layers.resize(2 * kCustomLayers);
+    list.layers[kCustomLayers + 3] = &layer;
+    list.records[0].layerSet = 1;
+    Picture picture = Draw(64, 48);
+    EXPECT_GT(picture.at(16, 12).x, 0.95f); // red at the top left
+    EXPECT_LT(picture.at(16, 12).y, 0.05f);
+    EXPECT_GT(picture.at(48, 12).y, 0.95f); // green at the top right
+    EXPECT_GT(picture.at(16, 36).z, 0.95f); // blue at the lower left
+    list.records[0].layerSet = 0;           // another instance's layers: none, so white
+    picture = Draw(64, 48);
+    EXPECT_GT(picture.at(16, 12).y, 0.95f);
+}
+
+} // namespace
+} // namespace velorin

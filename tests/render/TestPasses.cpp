@@ -1,0 +1,214 @@
+#include "render/SceneFixture.h"
+
+#include <GL/glew.h>
+
+#include <cmath>
+
+namespace velorin {
+namespace {
+
+using test::BoxMesh;
+using test::Picture;
+using test::QuadMesh;
+using test::RectMesh;
+using test::SceneTest;
+
+using PassTest = SceneTest;
+
+constexpr int kWidth = 64, kHeight = 48;
+
+void ExpectColour(Point4 actual, Point4 expected, float tolerance = 0.002f) {
+    EXPECT_NEAR(actual.x, expected.x, tolerance);
+    EXPECT_NEAR(actual.y, expected.y, tolerance);
+    EXPECT_NEAR(actual.z, expected.z, tolerance);
+    EXPECT_NEAR(actual.w, expected.w, tolerance);
+}
+
+TEST_F(PassTest, APlaneOfTheCompLandsOnItsPixels) {
+    test::MakeMatte(Add(RectMesh(10, 5, 30, 20)), {255, 0, 0, 255});
+    for (const RenderMode mode : {RenderMode::Full, RenderMode::Draft}) {
+        settings.renderMode = mode;
+        const Picture picture = Draw(kWidth, kHeight);
+        for (int y = 0; y < kHeight; ++y)
+            for (int x = 0; x < kWidth; ++x) {
+                const bool inside = x >= 10 && x < 30 && y >= 5 && y < 20;
+                const Point4 pixel = picture.at(x, y);
+                ASSERT_NEAR(pixel.x, inside ? 1 : 0, 0.002f) << x << "," << y;
+                ASSERT_NEAR(pixel.w, inside ? 1 : 0, 0.002f) << x << "," << y;
+            }
+    }
+}
+
+TEST_F(PassTest, NearerSurfacesHideFartherOnesAndBackFacesAreCulled) {
+    test::MakeMatte(Add(RectMesh(0, 0, 64, 48, 50)), {0, 255, 0, 255});
+    test::MakeMatte(Add(RectMesh(8, 8, 24, 24, 0)), {255, 0, 0, 255});
+    // The same rectangle turned round shows its back.
+    SceneMaterial& back = Add(QuadMesh({40, 8, 0}, {40, 24, 0}, {56, 24, 0}, {56, 8, 0}));
+    test::MakeMatte(back, {0, 0, 255, 255});
+    Picture picture = Draw(kWidth, kHeight);
+    ExpectColour(picture.at(16, 16), {1, 0, 0, 1});
+    ExpectColour(picture.at(48, 16), {0, 1, 0, 1});
+    back.drawBackfaces = true;
+    picture = Draw(kWidth, kHeight);
+    ExpectColour(picture.at(48, 16), {0, 0, 1, 1});
+}
+
+TEST_F(PassTest, MirroredInstancesShowTheirFronts) {
+    // A box mirrored through x, then turned back by the model's own flip: both must look solid from outside.
+    settings.lights[0].type = LightType::Parallel;
+    settings.lights[0].direction = {0, 0, 1}; // into the scene
+    test::MakeMatte(
+        Add(BoxMesh({-8, -8, -8}, {8, 8, 8}), Matrix::Scale({-1, 1, 1}) * Matrix::Translation({16, 24, 0})),
+        kWhite);
+    instance(0).flip = true;
+    test::MakeMatte(Add(BoxMesh({-8, -8, -8}, {8, 8, 8}), Matrix::Translation({48, 24, 0})), kWhite);
+    model(1).flip[1] = true;
+    const Picture picture = Draw(kWidth, kHeight);
+    // The nearest face is at z = -8, straight towards the light: full diffuse light, not the dark inside.
+    ExpectColour(picture.at(16, 24), {1, 1, 1, 1});
+    ExpectColour(picture.at(48, 24), {1, 1, 1, 1});
+}
+
+TEST_F(PassTest, DiffuseLightFollowsTheCosine) {
+    settings.lights[0].type = LightType::Parallel;
+    settings.lights[0].direction = Normalized(Point3{0.3f, 0.4f, 0.8f});
+    settings.lights[0].colour = {1, 0.5f, 0.25f};
+    // Turned about the y axis by 30 degrees around its middle.
+    const float c = std::cos(kPi / 6), s = std::sin(kPi / 6);
+    test::MakeMatte(Add(QuadMesh({32 - 20 * c, 4, -20 * s}, {32 + 20 * c, 4, 20 * s},
+                                 {32 + 20 * c, 44, 20 * s}, {32 - 20 * c, 44, -20 * s})),
+                    {204, 102, 255, 255});
+    const Point3 normal{s, 0, -c}; // towards the viewer
+    const float cosine = Dot(normal, -settings.lights[0].direction);
+    ASSERT_GT(cosine, 0.3f);
+    ExpectColour(Draw(kWidth, kHeight).at(32, 24), {0.8f * cosine, 0.4f * 0.5f * cosine, 0.25f * cosine, 1},
+                 0.004f);
+}
+
+TEST_F(PassTest, DepthAndNormalOutputsAreNumbersOfTheScene) {
+    const float c = std::cos(kPi / 6), s = std::sin(kPi / 6);
+    Add(QuadMesh({32 - 20 * c, 4, -20 * s}, {32 + 20 * c, 4, 20 * s}, {32 + 20 * c, 44, 20 * s},
+                 {32 - 20 * c, 44, -20 * s}));
+    settings.gamma = 2.2f; // must not touch numbers
+    settings.output = Output::Normals;
+    ExpectColour(Draw(kWidth, kHeight).at(32, 24), {s * 0.5f + 0.5f, 0.5f, -c * 0.5f + 0.5f, 1}, 0.004f);
+
+    settings.output = Output::ZDepth;
+    settings.depthOutput.start = 50;
+    settings.depthOutput.end = 150;
+    const Picture depth = Draw(kWidth, kHeight);
+    for (const int x : {20, 32, 45}) {
+        // The ray of the pixel's centre meets the plane through (32, 24, 0) with normal (s, 0, -c).
+        const Point3 eye = settings.camera.position;
+        const Point3 ray{static_cast<float>(x) + 0.5f - eye.x, 24.5f - eye.y, -eye.z};
+        const Point3 normal{s, 0, -c};
+        const float t = Dot(Point3{32, 24, 0} - eye, normal) / Dot(ray, normal);
+        const float distance = Length(ray * t);
+        EXPECT_NEAR(depth.at(x, 24).x, (distance - 50) / 100, 0.002f) << x;
+    }
+    ExpectColour(depth.at(1, 1), {0, 0, 0, 0});
+}
+
+TEST_F(PassTest, TranslucentSurfacesLieOverSolidOnes) {
+    SceneMaterial& front = Add(RectMesh(8, 8, 40, 40, 0));
+    test::MakeMatte(front, {255, 0, 0, 255});
+    front.forceOpacity = 0.25f;
+    test::MakeMatte(Add(RectMesh(24, 8, 56, 40, 10)), {0, 0, 255, 255}); // listed later, lies behind
+    Picture picture = Draw(kWidth, kHeight);
+    ExpectColour(picture.at(30, 20), {0.25f, 0, 0.75f, 1});
+    ExpectColour(picture.at(12, 20), {1, 0, 0, 0.25f}); // straight colour
+    ExpectColour(picture.at(50, 20), {0, 0, 1, 1});
+
+    // The instance's own opacity multiplies, 0 draws nothing.
+    instance(0).opacity = 0.5f;
+    ExpectColour(Draw(kWidth, kHeight).at(30, 20), {0.125f, 0, 0.875f, 1});
+    instance(0).opacity = 0;
+    ExpectColour(Draw(kWidth, kHeight).at(30, 20), {0, 0, 1, 1});
+    instance(0).opacity = 1;
+    instance(0).visible = false;
+    ExpectColour(Draw(kWidth, kHeight).at(12, 20), {0, 0, 0, 0});
+
+    // Depth takes it as solid.
+    instance(0).visible = true;
+    settings.output = Output::Normals;
+    ExpectColour(Draw(kWidth, kHeight).at(12, 20), {0.5f, 0.5f, 0, 0.25f}, 0.004f);
+}
+
+TEST_F(PassTest, AdditiveAndScreenMaterialsWaitForTheirSteps) {
+    test::MakeMatte(Add(RectMesh(0, 0, 64, 48, 10)), {51, 51, 51, 255}); // 0.2
+    SceneMaterial& add = Add(RectMesh(8, 8, 24, 40, 0));
+    test::MakeMatte(add, {255, 0, 0, 255});
+    add.blendMode = MaterialBlend::Add;
+    SceneMaterial& screen = Add(RectMesh(40, 8, 56, 40, 0));
+    test::MakeMatte(screen, {0, 255, 0, 255});
+    screen.blendMode = MaterialBlend::Screen;
+    const Picture picture = Draw(kWidth, kHeight);
+    ExpectColour(picture.at(16, 24), {1.2f, 0.2f, 0.2f, 1});
+    ExpectColour(picture.at(48, 24), {0.2f, 1, 0.2f, 1}); // 1 + 0.2 * (1 - 1)
+    ExpectColour(picture.at(32, 24), {0.2f, 0.2f, 0.2f, 1});
+
+    // Behind something solid they stay hidden.
+    list.instances[1].modelMatrix = Matrix::Translation({0, 0, 20});
+    ExpectColour(Draw(kWidth, kHeight).at(16, 24), {0.2f, 0.2f, 0.2f, 1});
+}
+
+TEST_F(PassTest, TwoLayersMixByTheRecordsShare) {
+    test::MakeMatte(Add(RectMesh(8, 8, 56, 40)), {255, 0, 0, 255});
+    SceneMaterial second;
+    test::MakeMatte(second, {0, 255, 0, 255});
+    SceneModel finish;
+    finish.bindings.push_back({&second, 0, true});
+    list.records[0].finishModel = &finish;
+    list.records[0].finishGeometry = list.records[0].geometry;
+    test::MakeMatte(Add(RectMesh(0, 0, 64, 48, 10)), {0, 0, 0, 255});
+    instance(0).layerMix = 0.75f;
+    // Red at 0.25 over black, green at 0.75 over that.
+    ExpectColour(Draw(kWidth, kHeight).at(30, 20), {0.25f * 0.25f, 0.75f, 0, 1});
+    instance(0).layerMix = 1;
+    ExpectColour(Draw(kWidth, kHeight).at(30, 20), {0, 1, 0, 1});
+}
+
+// An edge from the lower left to the upper right at a slope that meets every sub-pixel offset.
+TEST_F(PassTest, SamplesMeasureTheCoverageOfASlantedEdge) {
+    const Point3 low{4, 40, 0}, high{60, 9, 0};
+    Add(QuadMesh(low, high, {high.x, 48, 0}, {low.x, 48, 0}));
+    settings.sampleCount = 4;
+    const Picture picture = Draw(kWidth, kHeight);
+    const float slope = (high.y - low.y) / (high.x - low.x);
+    double sum = 0, count = 0, worst = 0;
+    for (int x = 6; x < 58; ++x)
+        for (int y = 5; y < 44; ++y) {
+            // Area of the pixel below the line, by fine columns.
+            double area = 0;
+            for (int i = 0; i < 64; ++i) {
+                const double at = low.y + slope * (x + (i + 0.5) / 64 - low.x);
+                area += std::min(1.0, std::max(0.0, y + 1 - at)) / 64;
+            }
+            if (area <= 0 || area >= 1) continue;
+            const double error = std::abs(picture.at(x, y).w - area);
+            worst = std::max(worst, error);
+            sum += picture.at(x, y).w - area;
+            ++count;
+        }
+    EXPECT_GT(count, 40);
+    EXPECT_LT(std::abs(sum / count), 0.03); // unbiased
+    EXPECT_LE(worst, 0.25 + 0.01);          // a sample more or less
+}
+
+TEST_F(PassTest, EmptyListsGiveTheOutputsClearColour) {
+    struct Row {
+        Output output;
+        Point4 clear;
+    };
+    for (const Row& row : {Row{Output::Composite, {0, 0, 0, 0}}, Row{Output::AmbientOcclusion, {1, 1, 1, 1}},
+                           Row{Output::Shadows, {1, 1, 1, 1}}, Row{Output::Wireframe, {0, 0, 0, 1}},
+                           Row{Output::ZDepth, {0, 0, 0, 0}}}) {
+        settings.output = row.output;
+        const Picture picture = Draw(4, 4);
+        ExpectColour(picture.at(0, 0), row.clear);
+        ExpectColour(picture.at(3, 3), row.clear);
+    }
+}
+
+} // namespace
+} // namespace velorin
