@@ -1,0 +1,265 @@
+#include "render/MaterialHarness.h"
+
+#include <GL/glew.h>
+
+#include <cmath>
+
+namespace velorin::test {
+
+namespace {
+
+ModelVertex VertexAt(Point3 position, Point2 uv, Point3 normal, Point3 along, float side) {
+    return {position, uv, normal, {along.x, along.y, along.z, side}};
+}
+
+const void* Offset(std::size_t bytes) {
+    return reinterpret_cast<const void*>(bytes);
+}
+
+void SetSampling(GLenum target, GLint filter, GLint minFilter) {
+    glTexParameteri(target, GL_TEXTURE_MIN_FILTER, minFilter);
+    glTexParameteri(target, GL_TEXTURE_MAG_FILTER, filter);
+}
+
+} // namespace
+
+Surface Wall(float halfWidth, float halfHeight, float z) {
+    // Counter-clockwise as the viewer sees them. The bitangent is along growing v.
+    const Point3 normal{0, 0, -1}, along{1, 0, 0};
+    const float side = Cross(normal, along).y > 0 ? 1.0f : -1.0f;
+    Surface wall;
+    for (const auto& [x, y] : {std::pair{-1.0f, -1.0f}, {-1.0f, 1.0f}, {1.0f, 1.0f}, {1.0f, -1.0f}})
+        wall.vertices.push_back(VertexAt({x * halfWidth, y * halfHeight, z},
+                                         {x * 0.5f + 0.5f, y * 0.5f + 0.5f}, normal, along, side));
+    wall.triangles = {{0, 1, 2}, {0, 2, 3}};
+    return wall;
+}
+
+Surface Ball(float radius, int slices, int stacks) {
+    Surface ball;
+    for (int j = 0; j <= stacks; ++j)
+        for (int i = 0; i <= slices; ++i) {
+            const float u = static_cast<float>(i) / static_cast<float>(slices);
+            const float v = static_cast<float>(j) / static_cast<float>(stacks);
+            const float longitude = (u - 0.5f) * 2 * kPi, latitude = (v - 0.5f) * kPi;
+            const Point3 n{std::cos(latitude) * std::sin(longitude), std::sin(latitude),
+                           std::cos(latitude) * std::cos(longitude)};
+            const Point3 along{std::cos(longitude), 0, -std::sin(longitude)};
+            const Point3 down{-std::sin(latitude) * std::sin(longitude), std::cos(latitude),
+                              -std::sin(latitude) * std::cos(longitude)};
+            ball.vertices.push_back(
+                VertexAt(n * radius, {u, v}, n, along, Dot(Cross(n, along), down) > 0 ? 1.0f : -1.0f));
+        }
+    const auto index = [&](int i, int j) { return static_cast<std::uint32_t>(j * (slices + 1) + i); };
+    for (int j = 0; j < stacks; ++j)
+        for (int i = 0; i < slices; ++i)
+            for (const Triangle& t : {Triangle{index(i, j), index(i + 1, j), index(i + 1, j + 1)},
+                                      Triangle{index(i, j), index(i + 1, j + 1), index(i, j + 1)}}) {
+                const Point3 a = ball.vertices[t[0]].position, b = ball.vertices[t[1]].position,
+                             c = ball.vertices[t[2]].position;
+                const bool outward = Dot(Cross(b - a, c - a), a + b + c) > 0;
+                ball.triangles.push_back(outward ? t : Triangle{t[0], t[2], t[1]});
+            }
+    return ball;
+}
+
+Point3 CubeDirection(int face, float s, float t) {
+    const float a = 2 * s - 1, b = 2 * t - 1;
+    switch (face) {
+    case 0:
+        return Normalized({1, -b, -a});
+    case 1:
+        return Normalized({-1, -b, a});
+    case 2:
+        return Normalized({a, 1, b});
+    case 3:
+        return Normalized({a, -1, -b});
+    case 4:
+        return Normalized({a, -b, 1});
+    default:
+        return Normalized({-a, -b, -1});
+    }
+}
+
+MaterialHarness::MaterialHarness(int width, int height)
+    : manager(statistics),
+      width_(width),
+      height_(height),
+      depth_(gl::Renderbuffer::New()),
+      framebuffer_(gl::Framebuffer::New()),
+      array_(gl::VertexArray::New()),
+      vertices_(gl::Buffer::New()),
+      indices_(gl::Buffer::New()) {
+    material.type = MaterialType::Standard;
+    view = Matrix::Translation({0, 0, kEyeDistance}) * Matrix::Scale({1, 1, -1});
+    const float nearPlane = 10, farPlane = 10000, depth = farPlane - nearPlane;
+    projection.m = {2 * kEyeDistance / static_cast<float>(width),
+                    0,
+                    0,
+                    0,
+                    0,
+                    2 * kEyeDistance / static_cast<float>(height),
+                    0,
+                    0,
+                    0,
+                    0,
+                    -(farPlane + nearPlane) / depth,
+                    -1,
+                    0,
+                    0,
+                    -2 * farPlane * nearPlane / depth,
+                    0};
+
+    glBindFramebuffer(GL_FRAMEBUFFER, framebuffer_.name());
+    for (int i = 0; i < 2; ++i) {
+        targets_[i] = gl::Texture::New();
+        glBindTexture(GL_TEXTURE_2D, targets_[i].name());
+        glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA32F, width, height, 0, GL_RGBA, GL_FLOAT, nullptr);
+        SetSampling(GL_TEXTURE_2D, GL_NEAREST, GL_NEAREST);
+        glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0 + static_cast<GLenum>(i), GL_TEXTURE_2D,
+                               targets_[i].name(), 0);
+    }
+    glBindRenderbuffer(GL_RENDERBUFFER, depth_.name());
+    glRenderbufferStorage(GL_RENDERBUFFER, GL_DEPTH_COMPONENT24, width, height);
+    glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_RENDERBUFFER, depth_.name());
+
+    using enum TextureUnit;
+    for (const TextureUnit unit :
+         {Diffuse, Specular, Occlusion, Emissive, Reflect, TextureUnit::AmbientOcclusion})
+        SetTexture(unit, 1, 1, {{1, 1, 1, 1}});
+    SetTexture(Normal, 1, 1, {{0.5f, 0.5f, 1, 1}});
+    SetTexture(Environment, 1, 1, {{0, 0, 0, 1}});
+    SetTexture(ReflectionPlane, 1, 1, {{0, 0, 0, 0}});
+    SetArray(ShadowMaps, 1, 1, 1, {{1, 1, 1, 1}});
+    SetArray(RayShadows, 1, 1, 1, {{1, 0, 1, 0}});
+    for (const TextureUnit unit : {ReflectionCube, Ibl, PointShadows})
+        SetCube(unit, 1, 1, [&](Point3, int) {
+            return unit == PointShadows ? Point4{1, 1, 1, 1} : Point4{0, 0, 0, 0};
+        });
+}
+
+MaterialHarness::~MaterialHarness() {
+    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+    glBindVertexArray(0);
+    for (GLuint unit = 0; unit < 17; ++unit) {
+        glActiveTexture(GL_TEXTURE0 + unit);
+        for (const GLenum target : {GL_TEXTURE_2D, GL_TEXTURE_2D_ARRAY, GL_TEXTURE_CUBE_MAP})
+            glBindTexture(target, 0);
+    }
+    glActiveTexture(GL_TEXTURE0);
+}
+
+void MaterialHarness::Bind(TextureUnit unit, unsigned target, gl::Name texture) {
+    glActiveTexture(GL_TEXTURE0 + static_cast<GLenum>(unit));
+    glBindTexture(target, texture);
+}
+
+void MaterialHarness::SetTexture(TextureUnit unit, int w, int h, const std::vector<Point4>& pixels,
+                                 bool linear) {
+    textures_.push_back(gl::Texture::New());
+    Bind(unit, GL_TEXTURE_2D, textures_.back().name());
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA32F, w, h, 0, GL_RGBA, GL_FLOAT, pixels.data());
+    SetSampling(GL_TEXTURE_2D, linear ? GL_LINEAR : GL_NEAREST, linear ? GL_LINEAR : GL_NEAREST);
+}
+
+void MaterialHarness::SetArray(TextureUnit unit, int w, int h, int layers,
+                               const std::vector<Point4>& pixels) {
+    textures_.push_back(gl::Texture::New());
+    Bind(unit, GL_TEXTURE_2D_ARRAY, textures_.back().name());
+    glTexImage3D(GL_TEXTURE_2D_ARRAY, 0, GL_RGBA32F, w, h, layers, 0, GL_RGBA, GL_FLOAT, pixels.data());
+    SetSampling(GL_TEXTURE_2D_ARRAY, GL_NEAREST, GL_NEAREST);
+}
+
+void MaterialHarness::SetCube(TextureUnit unit, int side, int levels,
+                              const std::function<Point4(Point3, int)>& colour) {
+    textures_.push_back(gl::Texture::New());
+    Bind(unit, GL_TEXTURE_CUBE_MAP, textures_.back().name());
+    for (int level = 0; level < levels; ++level) {
+        const int n = std::max(1, side >> level);
+        for (int face = 0; face < 6; ++face) {
+            std::vector<Point4> pixels;
+            for (int y = 0; y < n; ++y)
+                for (int x = 0; x < n; ++x)
+                    pixels.push_back(
+                        colour(CubeDirection(face, (static_cast<float>(x) + 0.5f) / static_cast<float>(n),
+                                             (static_cast<float>(y) + 0.5f) / static_cast<float>(n)),
+                               level));
+            glTexImage2D(GL_TEXTURE_CUBE_MAP_POSITIVE_X + static_cast<GLenum>(face), level, GL_RGBA32F, n, n,
+                         0, GL_RGBA, GL_FLOAT, pixels.data());
+        }
+    }
+    glTexParameteri(GL_TEXTURE_CUBE_MAP, GL_TEXTURE_MAX_LEVEL, levels - 1);
+    SetSampling(GL_TEXTURE_CUBE_MAP, GL_LINEAR, levels > 1 ? GL_LINEAR_MIPMAP_LINEAR : GL_LINEAR);
+}
+
+void MaterialHarness::Upload(const Surface& surface) {
+    glBindVertexArray(array_.name());
+    glBindBuffer(GL_ARRAY_BUFFER, vertices_.name());
+    glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(surface.vertices.size() * sizeof(ModelVertex)),
+                 surface.vertices.data(), GL_STREAM_DRAW);
+    glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, indices_.name());
+    glBufferData(GL_ELEMENT_ARRAY_BUFFER,
+                 static_cast<GLsizeiptr>(surface.triangles.size() * sizeof(Triangle)),
+                 surface.triangles.data(), GL_STREAM_DRAW);
+    const std::pair<GLint, std::size_t> attributes[] = {{3, 0}, {2, 12}, {3, 20}, {4, 32}};
+    for (GLuint i = 0; i < 4; ++i) {
+        glEnableVertexAttribArray(i);
+        glVertexAttribPointer(i, attributes[i].first, GL_FLOAT, GL_FALSE, sizeof(ModelVertex),
+                              Offset(attributes[i].second));
+    }
+}
+
+Written MaterialHarness::Draw(MaterialPass pass, const Surface& surface) {
+    glBindFramebuffer(GL_FRAMEBUFFER, framebuffer_.name());
+    const GLenum buffers[] = {GL_COLOR_ATTACHMENT0, GL_COLOR_ATTACHMENT1};
+    glDrawBuffers(2, buffers);
+    glViewport(0, 0, width_, height_);
+    glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
+    glDepthMask(GL_TRUE);
+    glEnable(GL_DEPTH_TEST);
+    glDisable(GL_BLEND);
+    glEnable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
+    glFrontFace(GL_CW);
+    glCullFace(mirrored ? GL_FRONT : GL_BACK);
+    cull ? glEnable(GL_CULL_FACE) : glDisable(GL_CULL_FACE);
+    glClearColor(0, 0, 0, 0);
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+
+    Upload(surface);
+    manager.BindBuffers();
+    manager.SetFrame(settings);
+    if (renderBlock) {
+        if (!renderOverride_) renderOverride_ = gl::Buffer::New();
+        glBindBuffer(GL_UNIFORM_BUFFER, renderOverride_.name());
+        glBufferData(GL_UNIFORM_BUFFER, sizeof *renderBlock, &*renderBlock, GL_STREAM_DRAW);
+        glBindBufferBase(GL_UNIFORM_BUFFER, static_cast<GLuint>(UniformBlock::RenderProperties),
+                         renderOverride_.name());
+    }
+    manager.SetCamera(view, projection, eye);
+    RenderManager::UploadModel(modelBuffer_, FillModel(model));
+    RenderManager::UploadMaterial(materialBuffer_, materialBlock ? *materialBlock : MaterialBlock());
+    RenderManager::BindModel(modelBuffer_);
+    RenderManager::BindMaterial(materialBuffer_);
+    manager.SetPass(pass);
+    manager.SetMaterialKind(material.type == MaterialType::Physical, material.wireEnable);
+    manager.SetModelMatrices(modelMatrix, baseMatrix);
+    manager.state().frameBufferSize = {static_cast<float>(width_), static_cast<float>(height_)};
+    Written written{width_, height_, {}};
+    if (manager.ApplyShaderState())
+        glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(3 * surface.triangles.size()), GL_UNSIGNED_INT,
+                       nullptr);
+    else
+        ADD_FAILURE() << "no program for pass " << static_cast<int>(pass);
+    glBindVertexArray(0);
+    glUseProgram(0);
+    for (std::size_t i = 0; i < 2; ++i) {
+        written.colour[i].resize(static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_));
+        glReadBuffer(GL_COLOR_ATTACHMENT0 + static_cast<GLenum>(i));
+        glReadPixels(0, 0, width_, height_, GL_RGBA, GL_FLOAT, written.colour[i].data());
+    }
+    glDisable(GL_DEPTH_TEST);
+    glDisable(GL_CULL_FACE);
+    return written;
+}
+
+} // namespace velorin::test

@@ -1,0 +1,98 @@
+#pragma once
+
+#include "core/document/SceneMaterial.h"
+#include "core/document/SceneModel.h"
+#include "model/ModelData.h"
+#include "render/RenderManager.h"
+#include "render/RenderSettings.h"
+#include "render/RenderStatistics.h"
+#include "render/RendererFixture.h"
+#include "render/gl/Handles.h"
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace velorin::test {
+
+// Triangles as the material programs take them, in world space unless a matrix says otherwise.
+struct Surface {
+    std::vector<ModelVertex> vertices;
+    std::vector<Triangle> triangles;
+};
+
+// A rectangle around the origin in a plane of constant z that faces the viewer (-z); u grows with x, v with
+// y.
+[[nodiscard]] Surface Wall(float halfWidth, float halfHeight, float z = 0);
+// A sphere around the origin with exact normals; u runs once around y, v from up (-y) to down.
+[[nodiscard]] Surface Ball(float radius, int slices = 96, int stacks = 64);
+
+// What one pass wrote: two pictures of floats, row 0 on top; alpha 0 where nothing was drawn (the second one
+// is only of the property pass).
+struct Written {
+    int width = 0, height = 0;
+    std::array<std::vector<Point4>, 2> colour;
+    [[nodiscard]] Point4 at(int x, int y, std::size_t output = 0) const {
+        return colour[output][static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
+                              static_cast<std::size_t>(x)];
+    }
+};
+
+// Draws a surface by one material program into a float frame buffer, with the blocks that scene records give.
+// Nothing of the draw loop, the passes or the texture cache is between.
+class MaterialHarness {
+public:
+    MaterialHarness(int width, int height);
+    ~MaterialHarness();
+
+    // Eye at (0, 0, -distance), looking along +z, so that the plane z = 0 is seen with 1 unit a pixel and the
+    // origin in the middle.
+    static constexpr float kEyeDistance = 1000;
+
+    // Fills what is read by `unit` with a picture of w * h pixels; floats, repeating, nearest texel.
+    void SetTexture(TextureUnit unit, int w, int h, const std::vector<Point4>& pixels, bool linear = false);
+    void SetArray(TextureUnit unit, int w, int h, int layers, const std::vector<Point4>& pixels);
+    // A cube of `side`, the same in all of `levels` levels: `colour` of each direction.
+    void SetCube(TextureUnit unit, int side, int levels,
+                 const std::function<Point4(Point3, int level)>& colour);
+    // Binds a texture made elsewhere.
+    void Bind(TextureUnit unit, unsigned target, gl::Name texture);
+
+    [[nodiscard]] Written Draw(MaterialPass pass, const Surface& surface);
+    // As the blocks are filled for the next Draw.
+    [[nodiscard]] MaterialPropertiesBlock MaterialBlock() const { return FillMaterial(material, fill); }
+
+    RenderSettings settings;
+    SceneMaterial material;
+    SceneModel model;
+    MaterialFill fill;
+    std::optional<MaterialPropertiesBlock> materialBlock; // in place of the filled one
+    std::optional<RenderPropertiesBlock> renderBlock;     // likewise
+    Matrix modelMatrix, baseMatrix;
+    Matrix view, projection;
+    Point3 eye{0, 0, -kEyeDistance};
+    RenderStatistics statistics;
+    RenderManager manager;
+    bool cull = false;
+    bool mirrored = false; // the culled face is swapped, as for a mirroring matrix
+
+private:
+    void Upload(const Surface& surface);
+
+    int width_, height_;
+    gl::Texture targets_[2];
+    gl::Renderbuffer depth_;
+    gl::Framebuffer framebuffer_;
+    gl::VertexArray array_;
+    gl::Buffer vertices_, indices_, modelBuffer_, materialBuffer_;
+    std::vector<gl::Texture> textures_;
+    gl::Buffer renderOverride_;
+};
+
+// The direction of texel (x, y) of a cube's face, by the rules of GL.
+[[nodiscard]] Point3 CubeDirection(int face, float s, float t);
+
+} // namespace velorin::test

@@ -1,0 +1,553 @@
+#include "render/MaterialHarness.h"
+#include "render/ShadingReference.h"
+
+#include <functional>
+
+namespace velorin {
+namespace {
+
+namespace reference = test::reference;
+using test::Ball;
+using test::MaterialHarness;
+using test::Wall;
+using test::Written;
+
+constexpr int kSide = 48;
+constexpr float kEye = MaterialHarness::kEyeDistance;
+
+// Positions and normals come from the programs that write them; what is compared is what they are used for.
+class MaterialShading : public test::RendererTest {
+protected:
+    struct Point {
+        Point3 position, normal, eye;
+    };
+    using Formula = std::function<Point3(const Point&)>;
+
+    void SetUp() override {
+        RendererTest::SetUp();
+        h = std::make_unique<MaterialHarness>(kSide, kSide);
+        h->settings.gamma = 1;
+        h->fill.gamma = 1;
+        h->material.type = MaterialType::Standard;
+    }
+    void TearDown() override {
+        h.reset();
+        RendererTest::TearDown();
+    }
+
+    // Every drawn pixel against the formula.
+    void Expect(MaterialPass pass, const Formula& formula, double relative = 2e-3, double absolute = 2e-4) {
+        const Written positions = h->Draw(MaterialPass::WorldPosition, surface);
+        const Written normals = h->Draw(MaterialPass::Normals, surface);
+        const Written drawn = h->Draw(pass, surface);
+        int points = 0, faults = 0;
+        double largest = 0;
+        for (int y = 0; y < kSide; ++y)
+            for (int x = 0; x < kSide; ++x) {
+                if (positions.at(x, y).w == 0) continue;
+                ++points;
+                const Point4 p = positions.at(x, y), n = normals.at(x, y), c = drawn.at(x, y);
+                const Point3 position{p.x, p.y, p.z};
+                const Point3 want = formula(
+                    {position, Point3{n.x * 2 - 1, n.y * 2 - 1, n.z * 2 - 1}, Normalized(h->eye - position)});
+                for (const auto& [a, b] : {std::pair{c.x, want.x}, {c.y, want.y}, {c.z, want.z}}) {
+                    largest = std::max<double>(largest, b);
+                    if (!(std::abs(a - b) <= absolute + relative * std::abs(b)) && ++faults <= 3)
+                        ADD_FAILURE() << "pixel " << x << ' ' << y << ": " << a << " for " << b;
+                }
+            }
+        EXPECT_EQ(faults, 0);
+        EXPECT_GT(points, 500);
+        EXPECT_GT(largest, 0.005); // something was to be seen
+    }
+
+    void AddLight(const reference::Light& light) {
+        SceneLight scene;
+        scene.type = static_cast<LightType>(light.type);
+        scene.position = light.position;
+        scene.direction = light.travel;
+        scene.colour = light.colour;
+        scene.coneAngle = static_cast<float>(2 * light.halfCone);
+        scene.feather = static_cast<float>(light.feather);
+        scene.falloff = static_cast<float>(light.falloff / 0.000005);
+        h->settings.lightFalloff = 1;
+        h->settings.lights.push_back(scene);
+        lights.push_back(light);
+    }
+
+    Point3 Sum(const std::function<double(const reference::Light&)>& share) const {
+        Point3 sum;
+        for (const reference::Light& light : lights) sum += light.colour * static_cast<float>(share(light));
+        return sum;
+    }
+
+    std::unique_ptr<MaterialHarness> h;
+    test::Surface surface = Ball(22);
+    std::vector<reference::Light> lights;
+};
+
+const reference::Light kParallel{
+    .type = 1, .position = {}, .travel = Normalized({0.3f, 0.5f, 1}), .colour = {1, 0.5f, 0.25f}};
+const reference::Light kPoint{.position = {60, -40, -50}, .colour = {0.5f, 2, 1}, .falloff = 0.001};
+const reference::Light kHardSpot{
+    .type = 3, .position = {0, -10, -80}, .travel = Normalized({0, 0.1f, 1}), .halfCone = 0.15};
+const reference::Light kSoftSpot{.type = 3,
+                                 .position = {-30, -10, -60},
+                                 .travel = Normalized({0.4f, 0.1f, 1}),
+                                 .colour = {0, 1, 3},
+                                 .halfCone = 0.3,
+                                 .feather = 0.6};
+
+TEST_F(MaterialShading, DiffuseLightFollowsLambert) {
+    for (const auto& light : {kParallel, kPoint, kSoftSpot}) AddLight(light);
+    SceneLight ambient;
+    ambient.type = LightType::Ambient;
+    ambient.colour = {0.1f, 0.2f, 0.3f};
+    h->settings.lights.push_back(ambient);
+    h->settings.mixer.diffuse = 0.75f, h->settings.mixer.ambient = 0.5f;
+    h->material.diffuse = 1.5f, h->material.ambient = 2;
+    h->material.diffuseColor = {255, 51, 102, 255};
+    Expect(MaterialPass::Diffuse, [&](const Point& p) {
+        const Point3 diffuse =
+            Sum([&](const auto& l) { return Lambert(l, p.position, p.normal) * 0.75 * 1.5; });
+        return (diffuse + Point3{0.1f, 0.2f, 0.3f} * (0.5f * 2)) * Point3{1, 0.2f, 0.4f};
+    });
+}
+
+TEST_F(MaterialShading, HardSpotEndsAtItsCone) {
+    AddLight(kHardSpot);
+    const Written drawn = h->Draw(MaterialPass::Diffuse, surface);
+    const Written positions = h->Draw(MaterialPass::WorldPosition, surface);
+    int lit = 0, dark = 0;
+    for (int y = 0; y < kSide; ++y)
+        for (int x = 0; x < kSide; ++x) {
+            const Point4 p = positions.at(x, y);
+            if (p.w == 0) continue;
+            const Point3 to = Normalized(Point3{p.x, p.y, p.z} - kHardSpot.position);
+            const double angle = std::acos(Dot(to, kHardSpot.travel));
+            if (std::abs(angle - kHardSpot.halfCone) < 1e-4) continue;
+            (angle < kHardSpot.halfCone ? lit : dark)++;
+            EXPECT_EQ(drawn.at(x, y).x > 0, angle < kHardSpot.halfCone);
+        }
+    EXPECT_GT(lit, 50);
+    EXPECT_GT(dark, 50);
+}
+
+TEST_F(MaterialShading, StandardSpecularLobe) {
+    for (const auto& light : {kParallel, kPoint, kSoftSpot}) AddLight(light);
+    h->settings.mixer.specular = 0.5f;
+    h->material.specular = 1.5f;
+    h->material.specularColor = {255, 255, 51, 255};
+    struct Row {
+        float shininess, sharpness;
+    };
+    for (const Row& row : {Row{0.5f, 0}, Row{0.1f, 0}, Row{2, 0.1f}}) {
+        h->material.specularShininess = row.shininess;
+        h->material.specularSharpness = row.sharpness;
+        Expect(
+            MaterialPass::Specular,
+            [&](const Point& p) {
+                return Sum([&](const auto& l) {
+                           return StandardLobe(l, p.position, p.normal, p.eye, row.shininess * 64,
+                                               row.sharpness * 5 + 1);
+                       }) *
+                       Point3{0.75f, 0.75f, 0.15f};
+            },
+            1e-2, 1e-3);
+    }
+}
+
+// With nothing reflected the specular part is the lobe times the reflectivity of an insulator seen at that
+// angle.
+TEST_F(MaterialShading, PhysicalSpecularLobe) {
+    for (const auto& light : {kParallel, kPoint, kSoftSpot}) AddLight(light);
+    h->material.type = MaterialType::Physical;
+    h->settings.environment.lightingInfluence = 0;
+    struct Row {
+        float glossiness, reflectivity, compression;
+    };
+    for (const Row& row : {Row{0.2f, 0, 0}, Row{0.7f, 0, 0}, Row{0.9f, 0.5f, 1}, Row{1, 1, 0.5f}}) {
+        h->material.pbrGlossiness = row.glossiness;
+        h->material.pbrReflectivity = row.reflectivity;
+        h->settings.specularCompression = row.compression;
+        Expect(
+            MaterialPass::Specular,
+            [&](const Point& p) {
+                const double rough = 1 - row.glossiness, e = 1 - std::abs(Dot(p.normal, p.eye));
+                const double lightRough = std::pow(e, 8) * (1 - rough) + rough;
+                const double reflectRough = std::pow(e, 64) * (1 - rough) + rough;
+                const double edge = (1 - reflectRough * 0.6) * (1 - row.reflectivity) + row.reflectivity;
+                const double base = row.reflectivity * 0.99 + 0.01;
+                const double amount = std::pow(e, 5) * edge * (1 - base) + base;
+                return Sum([&](const auto& l) {
+                    return Microfacet(l, p.position, p.normal, p.eye, lightRough, row.compression) * amount;
+                });
+            },
+            1e-2, 1e-3);
+    }
+}
+
+TEST_F(MaterialShading, EmissionFollowsFresnel) {
+    h->material.illuminationIntensity = 2;
+    h->material.illuminationColor = {255, 102, 0, 255};
+    h->material.diffuseColor = {51, 255, 255, 255};
+    h->settings.mixer.emissive = 0.5f;
+    struct Row {
+        float fresnel, bias;
+        double exponent;
+        bool useDiffuse;
+    };
+    for (const Row& row : {Row{0, 0.5f, 2.5, false}, Row{1, 0.5f, 2.5, false}, Row{0.5f, 1, 5, true},
+                           Row{-1, 0.1f, 2, false}, Row{1, 0.001f, 0.005, false}}) {
+        h->material.illuminationFresnel = row.fresnel;
+        h->material.illuminationFresnelBias = row.bias;
+        h->material.useDiffuseColor = row.useDiffuse;
+        Expect(MaterialPass::Illumination, [&](const Point& p) {
+            const auto f = static_cast<float>(
+                reference::Fresnel(std::abs(Dot(p.normal, p.eye)), row.fresnel, row.exponent));
+            const Point3 emitted = Point3{1, 0.4f, 0} * f;
+            return row.useDiffuse ? emitted * Point3{0.2f, 1, 1} : emitted;
+        });
+    }
+}
+
+TEST_F(MaterialShading, FogInThreeForms) {
+    surface = Wall(24, 24);
+    // Tilted, so that depths differ over the picture.
+    h->modelMatrix(0, 2) = 20;
+    h->material.diffuseColor = {0, 0, 0, 255};
+    h->settings.fog.enabled = true;
+    h->settings.fog.colour = {1, 0.5f, 0.25f};
+    h->settings.fog.opacity = 0.8f;
+    struct Row {
+        FogFalloff falloff;
+        float start, range;
+        std::function<double(double)> opacity; // of the distance
+    };
+    const auto ramp = [](double d, double start, double range) {
+        return std::clamp((d - start) / range, 0.0, 1.0) * 0.8;
+    };
+    const Row rows[] = {
+        {FogFalloff::Linear, 600, 800, [&](double d) { return ramp(d, 600, 800); }},
+        {FogFalloff::Exponential, 600, 800, [&](double d) { return std::pow(ramp(d, 600, 800), 2); }},
+        {FogFalloff::Taper, 1000, 500,
+         [&](double d) { return std::pow((1 - std::min(1.0, std::abs(d - 1000) / 500)) * 0.8, 2); }},
+        {FogFalloff::Linear, 1000, 0.01f, [&](double d) { return ramp(d, 1000, 0.1); }},
+        {FogFalloff::Linear, 1400, -800, [&](double d) { return ramp(d, 1400, -800); }}, // nearer is denser
+    };
+    for (const Row& row : rows) {
+        h->settings.fog.falloff = row.falloff;
+        h->settings.fog.start = row.start, h->settings.fog.range = row.range;
+        Expect(
+            MaterialPass::Diffuse,
+            [&](const Point& p) {
+                return Point3{1, 0.5f, 0.25f} * static_cast<float>(row.opacity(Length(p.position - h->eye)));
+            },
+            2e-3, 2e-3);
+    }
+}
+
+TEST_F(MaterialShading, ChannelsAreGraded) {
+    surface = Wall(24, 24);
+    h->settings.renderMode = RenderMode::Draft;
+    std::vector<Point4> pixels;
+    for (int i = 0; i < 64; ++i) {
+        const float t = static_cast<float>(i) / 63;
+        pixels.push_back({t, t * t, 1.5f * (1 - t), 1});
+    }
+    h->SetTexture(TextureUnit::Diffuse, 8, 8, pixels);
+    TextureChannel plain(Channel::Diffuse);
+    plain.enabled = true, plain.path = "texture";
+    plain.gamma = 1;
+    const Written source = [&] {
+        h->material.channels[0] = plain;
+        return h->Draw(MaterialPass::Unlit, surface);
+    }();
+    struct Row {
+        std::function<void(TextureChannel&)> set;
+        reference::Grade grade;
+        bool invert = false;
+        double amount = 1;
+    };
+    const Row rows[] = {
+        {[](TextureChannel&) {}, {}},
+        {[](TextureChannel& c) { c.gamma = 2.2f; }, {.gamma = 2.2}},
+        {[](TextureChannel& c) { c.contrast = 0.5f; }, {.contrast = 2}},
+        {[](TextureChannel& c) { c.contrast = -0.5f; }, {.contrast = -0.5}},
+        {[](TextureChannel& c) { c.saturation = 0.5f; }, {.saturation = 2}},
+        {[](TextureChannel& c) { c.saturation = -1; }, {.saturation = 0}},
+        {[](TextureChannel& c) { c.brightness = 0.5f; }, {.brightness = 2}},
+        {[](TextureChannel& c) { c.brightness = -0.25f; }, {.brightness = 0.75}},
+        {[](TextureChannel& c) {
+             c.inputLevels = {0.2f, 0.5f, 0.8f};
+         },
+         {.inLow = 0.2, .inHigh = 0.8}},
+        {[](TextureChannel& c) { c.inputLevels[1] = 0.6f; }, {.gamma = 2}},
+        {[](TextureChannel& c) {
+             c.outputLevels = {0.9f, 0.1f};
+         },
+         {.outLow = 0.9, .outHigh = 0.1}},
+        {[](TextureChannel& c) { c.invert = true; }, {}, true},
+        {[](TextureChannel& c) { c.amount = 0.25f; }, {}, false, 0.25},
+        {[](TextureChannel& c) {
+             c.gamma = 1.5f, c.contrast = 0.25f, c.saturation = -0.5f, c.brightness = 0.25f, c.invert = true;
+             c.inputLevels = {0.1f, 0.5f, 1.2f}, c.outputLevels = {0.05f, 0.9f}, c.amount = 0.5f;
+         },
+         {.gamma = 1.5,
+          .contrast = 1.41421356,
+          .saturation = 0.5,
+          .brightness = 1.5,
+          .inLow = 0.1,
+          .inHigh = 1.2,
+          .outLow = 0.05,
+          .outHigh = 0.9},
+         true,
+         0.5},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        h->material.channels[0] = plain;
+        row.set(h->material.channels[0]);
+        const Written drawn = h->Draw(MaterialPass::Unlit, surface);
+        for (int y = 0; y < kSide; y += 3)
+            for (int x = 0; x < kSide; x += 3) {
+                const Point4 in = source.at(x, y), out = drawn.at(x, y);
+                Point3 want = Graded({in.x, in.y, in.z}, row.grade);
+                if (row.invert)
+                    want = {std::max(0.0f, 1 - want.x), std::max(0.0f, 1 - want.y),
+                            std::max(0.0f, 1 - want.z)};
+                const auto amount = static_cast<float>(row.amount);
+                want = want * amount + Point3{1, 1, 1} * (1 - amount);
+                EXPECT_NEAR(out.x, want.x, 1e-3);
+                EXPECT_NEAR(out.y, want.y, 1e-3);
+                EXPECT_NEAR(out.z, want.z, 1e-3);
+            }
+    }
+}
+
+// The picture's top row is up, its first column left; repeat and offset of channel, model and instance add
+// up.
+TEST_F(MaterialShading, TextureCoordinates) {
+    surface = Wall(24, 24);
+    const int n = 6;
+    std::vector<Point4> pixels;
+    for (int y = 0; y < n; ++y)
+        for (int x = 0; x < n; ++x)
+            pixels.push_back({static_cast<float>(x) / 8, static_cast<float>(y) / 8, 0, 1});
+    h->SetTexture(TextureUnit::Diffuse, n, n, pixels);
+    TextureChannel& channel = h->material.channels[0];
+    channel.enabled = true, channel.path = "texture", channel.gamma = 1;
+    struct Row {
+        Point2 repeat{1, 1}, offset{}, modelRepeat{1, 1}, modelOffset{}, instance{};
+    };
+    const Row rows[] = {
+        {},
+        {.repeat = {2, 1}},
+        {.offset = {0.5f, 0}},
+        {.modelRepeat = {1, 3}, .modelOffset = {0, 0.25f}},
+        {.repeat = {2, 2}, .offset = {0.125f, 0}, .modelOffset = {0.25f, 0}, .instance = {0, 0.5f}}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        channel.uvRepeat = row.repeat, channel.uvOffset = row.offset;
+        h->model.uvRepeat = row.modelRepeat, h->model.uvOffset = row.modelOffset;
+        h->manager.state().modelUvOffset = row.instance;
+        const Written drawn = h->Draw(MaterialPass::Unlit, surface);
+        for (int y = 1; y < kSide; y += 5)
+            for (int x = 1; x < kSide; x += 5) {
+                const double u =
+                    (((x + 0.5) / kSide) * row.modelRepeat.x + row.modelOffset.x) * row.repeat.x +
+                    row.offset.x + row.instance.x;
+                const double v =
+                    (((y + 0.5) / kSide) * row.modelRepeat.y + row.modelOffset.y) * row.repeat.y +
+                    row.offset.y + row.instance.y;
+                const auto texel = [&](double t) { return std::floor((t - std::floor(t)) * n) / 8; };
+                EXPECT_NEAR(drawn.at(x, y).x, texel(u), 1e-4);
+                EXPECT_NEAR(drawn.at(x, y).y, texel(v), 1e-4);
+            }
+    }
+}
+
+TEST_F(MaterialShading, AlphaThresholdCutsHoles) {
+    surface = Wall(24, 24);
+    h->SetTexture(TextureUnit::Diffuse, 2, 1, {{1, 1, 1, 0.3f}, {1, 1, 1, 0.7f}});
+    h->material.channels[0].enabled = true, h->material.channels[0].path = "texture";
+    for (const auto& [threshold, left, right] :
+         {std::tuple{0.0f, true, true}, {0.5f, false, true}, {0.8f, false, false}}) {
+        h->material.alphaThreshold = threshold;
+        const Written drawn = h->Draw(MaterialPass::WorldPosition, surface);
+        EXPECT_EQ(drawn.at(kSide / 4, 20).w != 0, left);
+        EXPECT_EQ(drawn.at(3 * kSide / 4, 20).w != 0, right);
+    }
+}
+
+TEST_F(MaterialShading, DataPasses) {
+    h->settings.depthOutput.start = 950, h->settings.depthOutput.end = 1010;
+    h->material.forceOpacity = 0.5f;
+    Expect(MaterialPass::ZDepth, [&](const Point& p) {
+        const float depth = std::clamp((Length(p.position - h->eye) - 950) / 60, 0.0f, 1.0f);
+        return Point3{depth, depth, depth};
+    });
+    h->settings.depthOutput.clamp = false;
+    h->settings.depthOutput.end = 951;
+    const Written depth = h->Draw(MaterialPass::ZDepth, surface);
+    EXPECT_GT(depth.at(kSide / 2, kSide / 2).x, 20);
+    EXPECT_NEAR(depth.at(kSide / 2, kSide / 2).w, 0.5f, 1e-5);
+
+    h->manager.state().objectId = 77;
+    const Written property = h->Draw(MaterialPass::Property, surface);
+    const Written positions = h->Draw(MaterialPass::WorldPosition, surface);
+    const int x = kSide / 2 + 9, y = kSide / 2 - 5;
+    const Point4 world = positions.at(x, y), n = property.at(x, y), view = property.at(x, y, 1);
+    // The pixel's own ray: 1 unit a pixel at the distance of the origin.
+    const Point3 ray = Normalized(
+        {static_cast<float>(x) + 0.5f - kSide / 2.0f, static_cast<float>(y) + 0.5f - kSide / 2.0f, kEye});
+    const Point3 along = Normalized(Point3{world.x, world.y, world.z} - h->eye);
+    EXPECT_NEAR(Length(along - ray), 0, 1e-5);
+    EXPECT_NEAR(Length(Point3{world.x, world.y, world.z}), 22, 0.05);
+    EXPECT_EQ(view.x, 77);
+    EXPECT_NEAR(view.y, world.x, 1e-3);
+    EXPECT_NEAR(view.z, world.y, 1e-3);
+    EXPECT_NEAR(view.w, -(world.z + kEye), 1e-2);
+    EXPECT_NEAR(n.w, 1 / (world.z + kEye), 1e-6);
+    EXPECT_NEAR(Length(Point3{n.x, n.y, n.z} - Normalized({world.x, world.y, world.z})), 0, 5e-3);
+
+    h->material.glowAmount = 0.75f;
+    h->material.illuminationIntensity = 2, h->material.illuminationColor = {51, 255, 0, 255};
+    const Written glow = h->Draw(MaterialPass::GlowProperty, surface);
+    EXPECT_NEAR(glow.at(x, y).x, 0.75f, 1e-5);
+    EXPECT_NEAR(glow.at(x, y).y, 2, 1e-4);
+}
+
+// A bump towards growing u or v tilts the normal to that side, on a plain and on a mirrored model, whichever
+// of its faces is seen.
+TEST_F(MaterialShading, NormalMaps) {
+    surface = Wall(24, 24);
+    TextureChannel& channel = h->material.channels[4];
+    channel.enabled = true, channel.path = "texture";
+    struct Row {
+        const char* what;
+        Point4 texel;
+        std::function<void(MaterialHarness&)> set;
+        Point3 expected; // world
+    };
+    const auto none = [](MaterialHarness&) {};
+    const float z = -std::sqrt(1 - 0.36f);
+    const Row rows[] = {
+        {"along u", {0.8f, 0.5f, 1, 1}, none, {0.6f, 0, z}},
+        {"along v", {0.5f, 0.8f, 1, 1}, none, {0, 0.6f, z}},
+        {"blue is rebuilt", {0.8f, 0.5f, 0, 1}, none, {0.6f, 0, z}},
+        {"two channels",
+         {0, 0.5f, 0, 0.8f},
+         [](MaterialHarness& m) { m.fill.twoChannelNormals = true; },
+         {0.6f, 0, z}},
+        {"swapped", {0.8f, 0.5f, 1, 1}, [](MaterialHarness& m) { m.material.swapXY = true; }, {0, 0.6f, z}},
+        {"inverted x",
+         {0.8f, 0.5f, 1, 1},
+         [](MaterialHarness& m) { m.material.invertX = true; },
+         {-0.6f, 0, z}},
+        {"inverted y",
+         {0.5f, 0.8f, 1, 1},
+         [](MaterialHarness& m) { m.material.invertY = true; },
+         {0, -0.6f, z}},
+        {"inverted depth",
+         {0.8f, 0.5f, 1, 1},
+         [](MaterialHarness& m) { m.material.invertDepth = true; },
+         {-0.6f, 0, z}},
+        {"half",
+         {0.8f, 0.5f, 1, 1},
+         [](MaterialHarness& m) { m.material.channels[4].amount = 0.5f; },
+         {0.3f, 0, -std::sqrt(1 - 0.09f)}},
+        {"mirrored by a flip",
+         {0.8f, 0.5f, 1, 1},
+         [](MaterialHarness& m) { m.model.flip[0] = true, m.mirrored = true; },
+         {-0.6f, 0, z}},
+        {"mirrored by its matrix",
+         {0.5f, 0.8f, 1, 1},
+         [](MaterialHarness& m) {
+             m.modelMatrix = Matrix::Scale({1, -1, 1});
+             m.mirrored = true;
+             m.manager.state().renderState.flipNormals = 1;
+         },
+         {0, -0.6f, z}},
+        {"turned and scaled unevenly",
+         {0.5f, 0.5f, 1, 1},
+         [](MaterialHarness& m) {
+             m.modelMatrix = Matrix::Scale({1, 1, 3});
+         },
+         {0, 0, -1}},
+    };
+    const Matrix plain;
+    const MaterialSettings before = h->material;
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        static_cast<MaterialSettings&>(h->material) = before;
+        h->fill.twoChannelNormals = false;
+        h->model.flip = {};
+        h->mirrored = false;
+        h->cull = true; // the face must be the one that is drawn
+        h->modelMatrix = plain;
+        h->manager.state().renderState.flipNormals = 0;
+        h->SetTexture(TextureUnit::Normal, 1, 1, {row.texel});
+        row.set(*h);
+        for (const bool twoSided : {true, false}) {
+            h->material.twoSidedLighting = twoSided;
+            const Point4 c = h->Draw(MaterialPass::Property, surface).at(kSide / 2, kSide / 2);
+            EXPECT_NEAR(c.x, row.expected.x, 1e-4);
+            EXPECT_NEAR(c.y, row.expected.y, 1e-4);
+            EXPECT_NEAR(c.z, row.expected.z, 1e-4);
+        }
+    }
+}
+
+TEST_F(MaterialShading, SidesOfASurface) {
+    struct Row {
+        bool back, twoSided, inverted;
+        float z; // of the normal; the viewer is at -z
+    };
+    for (const Row& row :
+         {Row{false, true, false, -1}, Row{false, false, false, -1}, Row{true, true, false, -1},
+          Row{true, false, false, 1}, Row{false, false, true, 1}, Row{false, true, true, -1}}) {
+        SCOPED_TRACE(testing::Message() << row.back << row.twoSided << row.inverted);
+        surface = Wall(24, 24);
+        h->modelMatrix = row.back ? Matrix::Scale({-1, 1, -1}) : Matrix(); // a half turn
+        h->material.twoSidedLighting = row.twoSided;
+        h->model.invertNormals = row.inverted;
+        for (const float smoothing : {1.0f, 0.5f, 0.0f}) {
+            h->material.smoothing = smoothing;
+            const Point4 c = h->Draw(MaterialPass::Property, surface).at(kSide / 2, kSide / 2);
+            EXPECT_NEAR(c.z, row.z, 1e-4) << smoothing;
+        }
+    }
+}
+
+// Without smoothing every triangle has the normal of its plane.
+TEST_F(MaterialShading, FlatShading) {
+    surface = Ball(22, 8, 6);
+    h->material.smoothing = 0;
+    const Written normals = h->Draw(MaterialPass::Property, surface);
+    const Written positions = h->Draw(MaterialPass::WorldPosition, surface);
+    int compared = 0;
+    for (int y = 1; y < kSide; ++y)
+        for (int x = 1; x < kSide; ++x) {
+            if (positions.at(x, y).w == 0) continue;
+            const Point3 p{positions.at(x, y).x, positions.at(x, y).y, positions.at(x, y).z};
+            // The triangle that the point lies on.
+            for (const Triangle& t : surface.triangles) {
+                const Point3 a = surface.vertices[t[0]].position, b = surface.vertices[t[1]].position,
+                             c = surface.vertices[t[2]].position;
+                const Point3 n = Normalized(Cross(b - a, c - a));
+                if (n == Point3{} || n.z > -0.2f || std::abs(Dot(p - a, n)) > 0.01f) continue;
+                const auto inside = [&](Point3 from, Point3 to) {
+                    return Dot(Cross(to - from, p - from), n) > 12;
+                };
+                if (!inside(a, b) || !inside(b, c) || !inside(c, a)) continue;
+                ++compared;
+                const Point4 got = normals.at(x, y);
+                EXPECT_NEAR(Length(Point3{got.x, got.y, got.z} - n), 0, 0.02);
+            }
+        }
+    EXPECT_GT(compared, 100);
+}
+
+} // namespace
+} // namespace velorin
