@@ -41,19 +41,19 @@ private:
     class GroupObj final : public FileGroup {
     public:
         std::uint32_t materialIndex = 0;
-        std::size_t triangleCount = 0;
+        std::uint32_t triangleCount = 0;
         const Triangle* triangles = nullptr; // in ModelObj::triangles_
-        [[nodiscard]] std::uint32_t TriangleCount() const override;
+        [[nodiscard]] std::uint32_t TriangleCount() const override { return triangleCount; }
         [[nodiscard]] const Triangle* Indices() const override { return triangles; }
         [[nodiscard]] std::uint32_t MaterialIndex() const override { return materialIndex; }
     };
     class MeshObj final : public FileMesh {
     public:
         std::string name;
-        std::size_t groupCount = 0;
+        std::uint32_t groupCount = 0;
         const GroupObj* groups = nullptr; // in ModelObj::groups_
         [[nodiscard]] const std::string& Name() const override { return name; }
-        [[nodiscard]] std::uint32_t GroupCount() const override;
+        [[nodiscard]] std::uint32_t GroupCount() const override { return groupCount; }
         [[nodiscard]] const FileGroup& Group(std::uint32_t index) const override { return groups[index]; }
         [[nodiscard]] std::uint32_t TrackCount() const override { return 0; }
         [[nodiscard]] const FileAnimationLayer* Track(std::uint32_t) const override { return nullptr; }
@@ -62,7 +62,6 @@ private:
     void LoadLayers(const std::string& path);
     void LoadMaterials();
     void Build(obj::ObjText& text);
-    void BuildVertices(obj::ObjText& text);
 
     std::string reason_, folder_, mtlLibrary_;
     std::vector<obj::MaterialObj> materials_;
