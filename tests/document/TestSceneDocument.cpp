@@ -475,12 +475,13 @@ TEST(SceneDocument, FollowsTheRulesOfOldVersions) {
 
 TEST(SceneDocument, SendsTagsToTheRecordThatWasStartedLast) {
     const Buffer document =
-        Magic(4) + Narrow(501, Zero("nobody")) + Narrow(102, Zero("nobody")) +      // neither is there yet
-        Narrow(500, U8({0})) + Narrow(501, Zero("first")) +                         //
-        Narrow(500, U32(77)) + Narrow(501, Zero("second")) +                        //
-        Narrow(100, U8({0})) + Narrow(102, Zero("a")) + Narrow(200, U32(1)) +       //
-        Narrow(200, U32(2)) + Narrow(200, U32(0xFFFFFFFF)) + Narrow(201, U8({0})) + // of the binding before
-        Narrow(200, U32(0)) + Narrow(700, U32(0)) +                                 //
+        Magic(4) + Narrow(501, Zero("nobody")) + Narrow(102, Zero("nobody")) + // neither is there yet
+        Narrow(500, U8({0})) + Narrow(501, Zero("first")) +                    //
+        Narrow(500, U32(77)) + Narrow(501, Zero("second")) +                   //
+        Narrow(100, U8({0})) + Narrow(102, Zero("a")) + Narrow(200, U32(1)) +  //
+        Narrow(200, U32(2)) + Narrow(200, U32(0xFFFFFFFF)) +
+        Narrow(201, U8({0})) +                                             // of the one that was dropped
+        Narrow(200, U32(0)) + Narrow(201, U8({0})) + Narrow(700, U32(0)) + //
         Narrow(100, U8({0})) + Narrow(501, Zero("renamed")) + Narrow(102, Zero("b")) + //
         Narrow(160, U32(1)) + Narrow(161, F32({8})) + Narrow(160, U32(9)) + Narrow(161, F32({9}));
     const auto scene = ReadScene(document);
@@ -491,7 +492,8 @@ TEST(SceneDocument, SendsTagsToTheRecordThatWasStartedLast) {
     const SceneModel& a = *scene->models[0];
     ASSERT_EQ(a.bindings.size(), 2u) << "an index that is not there binds nothing";
     EXPECT_EQ(a.bindings[0].material, scene->materials[1].get());
-    EXPECT_FALSE(a.bindings[0].enabled);
+    EXPECT_TRUE(a.bindings[0].enabled);
+    EXPECT_FALSE(a.bindings[1].enabled);
     EXPECT_EQ(a.bindings[1].material, scene->materials[0].get());
     const SceneModel& b = *scene->models[1];
     EXPECT_EQ(b.name, "b");

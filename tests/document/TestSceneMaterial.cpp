@@ -163,8 +163,7 @@ TEST(SceneMaterial, PutsEachTagIntoItsField) {
          [](Material m) {
              return m.diffuseColor == Colour{9, 0, 0, 0};
          }},
-        {701, Zero("x.png"),
-         [](Material m) { return m.channels[0].path == "x.png"; }}, // the first one is selected
+        {701, Zero("x.png"), [](Material m) { return m.channels[0].path.empty(); }}, // no channel is selected
         {663, U8({1}), [](Material) { return true; }},
         {101, Zero("x"), [](Material m) { return m.name == "Default"; }},
     };

@@ -176,7 +176,8 @@ TEST(SceneTree, KeepsTheWorldTransformOnAMove) {
         const Matrix world = a.LocalMatrix();
         ASSERT_TRUE(f.Attach(g, &scene, false) && g.Attach(a, &scene, true));
         float largest = 1;
-        for (const float element : (f.LocalMatrix() * world).m) largest = std::max(largest, std::fabs(element));
+        for (const float element : (f.LocalMatrix() * world).m)
+            largest = std::max(largest, std::fabs(element));
         ExpectNear(a.LocalMatrix(), world, 2e-5f * largest);
         scene.AttachTop(a, true);
         ExpectNear(a.LocalMatrix(), world, 2e-5f * largest);

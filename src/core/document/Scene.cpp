@@ -11,7 +11,7 @@ namespace velorin {
 
 namespace {
 
-enum Tag : std::uint32_t { kModelStart = 100, kBinding = 200, kMaterialStart = 500 };
+enum Tag : std::uint32_t { kModelStart = 100, kBinding = 200, kBindingEnabled = 201, kMaterialStart = 500 };
 
 // A chunk of five bytes makes a record of a thousand: bounds on what a hostile document can make of its
 // bytes, far above any scene that was made by hand.
@@ -59,7 +59,9 @@ public:
             if (const Field* const field = kChannelFields.Find(tag - kEnvironmentTags + kChannelTags))
                 ReadFields(kChannelFields, *field, &scene_.environment, payload, version_);
         } else if (tag == kBinding) {
-            Bind(PayloadReader(payload).Take<std::uint32_t>());
+            bound_ = Bind(PayloadReader(payload).Take<std::uint32_t>());
+        } else if (tag == kBindingEnabled && !bound_) {
+            return; // of a binding that was dropped
         } else if (!model_ || !model_->ReadChunk(tag, payload, version_)) {
             if (material_) material_->ReadChunk(tag, payload);
         }
@@ -94,9 +96,10 @@ private:
         model_ = models_.back().get();
     }
 
-    void Bind(std::uint32_t index) {
-        if (!model_ || index >= scene_.materials.size()) return;
+    bool Bind(std::uint32_t index) {
+        if (!model_ || index >= scene_.materials.size()) return false;
         model_->bindings.push_back({scene_.materials[index].get(), index, true});
+        return true;
     }
 
     void AttachTo(SceneModel& folder, const Ref<SceneModel>& model) {
@@ -134,6 +137,7 @@ private:
     std::uint32_t version_;
     SceneMaterial* material_ = nullptr;
     SceneModel* model_ = nullptr;
+    bool bound_ = false;                  // the last binding was taken
     std::vector<Ref<SceneModel>> models_; // in the document's order
     std::vector<SceneModel*> open_;       // folders that later models may stand in, outermost first
 };

@@ -44,7 +44,7 @@ void SceneMaterial::StartReading() {
     reflectionBlend = ReflectionBlend::Normal;
     refractionBlend = ReflectionBlend::Normal;
     needsTextures = true;
-    currentChannel = 0;
+    currentChannel = kNoChannel;
 }
 
 void SceneMaterial::ReadChunk(std::uint32_t tag, Bytes payload) {
