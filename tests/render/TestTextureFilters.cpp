@@ -1,0 +1,459 @@
+#include "TextureFixture.h"
+
+#include "render/SampleRows.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <numeric>
+#include <vector>
+
+namespace velorin {
+namespace {
+
+using namespace test;
+
+using Vector = std::array<double, 3>;
+
+double Dot(const Vector& a, const Vector& b) {
+    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
+Vector Unit(const Vector& v) {
+    const double length = std::sqrt(Dot(v, v));
+    return {v[0] / length, v[1] / length, v[2] / length};
+}
+
+GLenum Face(int face) {
+    return GL_TEXTURE_CUBE_MAP_POSITIVE_X + static_cast<GLenum>(face);
+}
+
+// A cube in memory: its texels with their directions and solid angles.
+struct Cube {
+    int side = 0;
+    std::vector<Vector> colour, direction;
+    std::vector<double> solidAngle;
+};
+
+Vector TexelDirection(int face, int x, int y, int side) {
+    const auto d = FaceDirection(face, (2 * static_cast<float>(x) + 1) / static_cast<float>(side) - 1,
+                                 (2 * static_cast<float>(y) + 1) / static_cast<float>(side) - 1);
+    return Unit({d[0], d[1], d[2]});
+}
+
+class TextureFiltersTest : public TextureTest {
+protected:
+    static Cube ReadCube(gl::Name texture, int level) {
+        Cube cube;
+        for (int face = 0; face < 6; ++face) {
+            const auto texels = Read(texture, level, Face(face));
+            cube.side = static_cast<int>(std::lround(std::sqrt(static_cast<double>(texels.size()) / 4)));
+            for (int y = 0; y < cube.side; ++y)
+                for (int x = 0; x < cube.side; ++x) {
+                    const std::size_t i = 4 * static_cast<std::size_t>(y * cube.side + x);
+                    cube.colour.push_back({texels[i], texels[i + 1], texels[i + 2]});
+                    cube.direction.push_back(TexelDirection(face, x, y, cube.side));
+                    // Of a texel: its area on the face by the cube of the distance.
+                    const double s = (2.0 * x + 1) / cube.side - 1, t = (2.0 * y + 1) / cube.side - 1;
+                    cube.solidAngle.push_back(4.0 / (cube.side * cube.side) /
+                                              std::pow(1 + s * s + t * t, 1.5));
+                }
+        }
+        return cube;
+    }
+
+    // A cube whose level 0 is painted with `colour(direction)`.
+    template <class Colour>
+    static gl::Texture PaintCube(int side, Colour colour) {
+        gl::Texture cube = gl::Texture::New();
+        glBindTexture(GL_TEXTURE_CUBE_MAP, cube.name());
+        for (int face = 0; face < 6; ++face) {
+            std::vector<float> texels;
+            for (int y = 0; y < side; ++y)
+                for (int x = 0; x < side; ++x) {
+                    const Vector c = colour(TexelDirection(face, x, y, side));
+                    for (const double v : c) texels.push_back(static_cast<float>(v));
+                    texels.push_back(1);
+                }
+            glTexImage2D(Face(face), 0, GL_RGBA16F, side, side, 0, GL_RGBA, GL_FLOAT, texels.data());
+        }
+        glTexParameteri(GL_TEXTURE_CUBE_MAP, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+        glBindTexture(GL_TEXTURE_CUBE_MAP, 0);
+        return cube;
+    }
+};
+
+// A sky with a bright soft sun, a horizon and a coloured ground; y points down.
+Vector Sky(const Vector& d) {
+    const double sun = std::exp(20 * (Dot(d, Unit({0.5, -0.6, 0.4})) - 1));
+    const double up = 0.5 - 0.5 * d[1];
+    return {0.2 + 0.5 * up + 6 * sun, 0.15 + 0.4 * up * up + 5 * sun + 0.1 * d[0],
+            0.3 * up + 0.2 + 4 * sun + 0.1 * d[2]};
+}
+
+TEST(SampleRows, FollowTheGgxDistribution) {
+    const std::vector<float> rows = MakeSampleRows();
+    ASSERT_EQ(rows.size(), 512u * 24 * 4);
+    struct Case {
+        int row, samples;
+        double roughness;
+    };
+    std::vector<Case> cases;
+    for (int r = 1; r <= 6; ++r) {
+        cases.push_back({r - 1, 512, std::pow(r / 6.0, 2.8)});
+        cases.push_back({r + 5, 128, std::pow(r / 6.0, 2.8)});
+    }
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.row);
+        // Share of the distribution within 10 to 80 degrees, by quadrature of D(h) cos(h) over the sphere's
+        // cap.
+        const double a2 = c.roughness * c.roughness;
+        for (const double limit : {0.2, 0.6, 1.2}) {
+            double share = 0;
+            constexpr int steps = 20000;
+            for (int i = 0; i < steps; ++i) {
+                const double theta = (i + 0.5) * limit / steps, cosine = std::cos(theta);
+                const double denominator = cosine * cosine * (a2 - 1) + 1;
+                share += a2 / (M_PI * denominator * denominator) * cosine * 2 * M_PI * std::sin(theta) *
+                         limit / steps;
+            }
+            int inside = 0;
+            double balanceX = 0, balanceY = 0;
+            for (int i = 0; i < c.samples; ++i) {
+                const float* s =
+                    &rows[(static_cast<std::size_t>(c.row) * 512 + static_cast<std::size_t>(i)) * 4];
+                EXPECT_NEAR(s[0] * s[0] + s[1] * s[1] + s[2] * s[2], 1, 1e-5);
+                inside += s[2] > std::cos(limit);
+                balanceX += s[0], balanceY += s[1];
+            }
+            EXPECT_NEAR(inside / static_cast<double>(c.samples), share, 1.5 / c.samples + 1e-3);
+            EXPECT_NEAR(balanceX / c.samples, 0, 0.02);
+            EXPECT_NEAR(balanceY / c.samples, 0, 0.02);
+        }
+        for (int i = c.samples; i < 512; ++i)
+            EXPECT_EQ(rows[(static_cast<std::size_t>(c.row) * 512 + static_cast<std::size_t>(i)) * 4 + 2], 0);
+    }
+    for (int row = 12; row < 24; ++row) {
+        const int samples = row < 18 ? 196 : 512;
+        float least = 2, most = -1;
+        for (int i = 0; i < samples; ++i) {
+            const float z = rows[(static_cast<std::size_t>(row) * 512 + static_cast<std::size_t>(i)) * 4 + 2];
+            least = std::min(least, z), most = std::max(most, z);
+        }
+        EXPECT_NEAR(least, 0, 1e-6) << row;
+        EXPECT_NEAR(most, 1, 1e-6) << row;
+    }
+}
+
+// The picture holds its own directions, so that each texel of the cube must hold the direction that it lies
+// in.
+TEST_F(TextureFiltersTest, CubeFacesLookWhereTheyShould) {
+    const gl::Texture environment = Paint(1024, 512, [](float u, float v) {
+        const float longitude = (u - 0.5f) * 6.2831853f, latitude = (v - 0.5f) * 3.1415927f;
+        return std::array<float, 4>{std::cos(latitude) * std::sin(longitude), std::sin(latitude),
+                                    std::cos(latitude) * std::cos(longitude), 1};
+    });
+    const gl::Texture cube = manager().EnvToCubeMap(environment.name());
+    ASSERT_TRUE(cube);
+    EXPECT_EQ(LevelValue(cube.name(), 0, GL_TEXTURE_WIDTH, Face(3)), 512);
+    EXPECT_EQ(LevelValue(cube.name(), 0, GL_TEXTURE_INTERNAL_FORMAT, Face(3)), GL_RGBA16F);
+    EXPECT_EQ(LevelValue(cube.name(), 6, GL_TEXTURE_WIDTH, Face(3)), 8);
+    EXPECT_EQ(Parameter(cube.name(), GL_TEXTURE_MAX_LEVEL, GL_TEXTURE_CUBE_MAP), 6);
+    EXPECT_EQ(Parameter(environment.name(), GL_TEXTURE_WRAP_T), GL_REPEAT) << "put back";
+    const Cube texels = ReadCube(cube.name(), 0);
+    double worst = 0, sum = 0;
+    for (std::size_t i = 0; i < texels.colour.size(); ++i) {
+        for (std::size_t c = 0; c < 3; ++c)
+            worst = std::max(worst, std::abs(texels.colour[i][c] - texels.direction[i][c]));
+        sum += std::abs(texels.colour[i][0] - texels.direction[i][0]);
+    }
+    EXPECT_LT(worst,
+              0.03); // also at the poles, whose rows must not mix with those of the other, and at the seam
+    EXPECT_LT(sum / static_cast<double>(texels.colour.size()), 0.002);
+}
+
+TEST_F(TextureFiltersTest, OnePixelGivesAConstantCube) {
+    for (const bool floats : {true, false}) {
+        const float colour[4] = {0.25f, 0.5f, 8, 1};
+        const std::uint8_t bytes[4] = {51, 102, 255, 255};
+        const gl::Texture pixel =
+            floats ? manager().LoadFloatTexture(colour, 1, 1) : manager().LoadTexture(bytes, 1, 1, false);
+        const gl::Texture cube = manager().EnvToCubeMap(pixel.name());
+        ASSERT_TRUE(cube);
+        for (int level = 0; level <= 6; ++level)
+            for (int face = 0; face < 6; ++face) {
+                const auto texels = Read(cube.name(), level, Face(face));
+                ASSERT_EQ(texels.size(), std::size_t{4} * (512u >> level) * (512u >> level));
+                for (std::size_t c = 0; c < 4; ++c) {
+                    const double expected = floats ? colour[c] : bytes[c] / 255.0;
+                    ASSERT_NEAR(texels[c], expected, 1e-3) << level;
+                    ASSERT_NEAR(texels[texels.size() - 4 + c], expected, 1e-3) << level;
+                }
+            }
+        EXPECT_EQ(manager().DefaultCube(pixel.name()), manager().DefaultCube(pixel.name()));
+        EXPECT_NE(manager().DefaultCube(pixel.name()), 0u);
+    }
+}
+
+// What a level must hold: the level above, seen through the GGX lobe with N = V = R, by quadrature over all
+// its texels. A weight of D(h) / 4 * (n.l) a solid angle, since dh = dl / (4 h.v) and D is distributed by
+// cos(h) = h.v.
+Vector BruteForce(const Cube& source, const Vector& n, double roughness) {
+    const double a2 = roughness * roughness;
+    Vector sum{};
+    double total = 0;
+    for (std::size_t i = 0; i < source.colour.size(); ++i) {
+        const double nl = Dot(n, source.direction[i]);
+        if (nl <= 0) continue;
+        const double cosine2 = (1 + nl) / 2; // of half the angle
+        const double denominator = cosine2 * (a2 - 1) + 1;
+        const double weight = a2 / (denominator * denominator) * nl * source.solidAngle[i];
+        for (std::size_t c = 0; c < 3; ++c) sum[c] += source.colour[i][c] * weight;
+        total += weight;
+    }
+    return {sum[0] / total, sum[1] / total, sum[2] / total};
+}
+
+// The level's texels at most this many apart are compared, to keep the time down.
+double MeanError(const Cube& level, const Cube& source, double roughness) {
+    const std::size_t stride = std::max<std::size_t>(level.colour.size() / 300, 1);
+    double error = 0, scale = 0;
+    for (std::size_t i = 0; i < level.colour.size(); i += stride) {
+        const Vector expected = BruteForce(source, level.direction[i], roughness);
+        for (std::size_t c = 0; c < 3; ++c) {
+            error += std::abs(level.colour[i][c] - expected[c]);
+            scale += expected[c];
+        }
+    }
+    return error / scale;
+}
+
+TEST_F(TextureFiltersTest, FilteredLevelsAreGgxConvolutions) {
+    const gl::Texture cube = PaintCube(256, Sky);
+    manager().FilterCubeMap(cube.name(), 256, GL_RGBA16F, false);
+    std::vector<Cube> levels;
+    for (int level = 0; level <= 6; ++level) levels.push_back(ReadCube(cube.name(), level));
+    for (std::size_t level = 1; level <= 6; ++level) {
+        ASSERT_EQ(levels[level].side, 256 >> level);
+        // The lobe of the first level is narrower than a texel of the quadrature: it shows the level above.
+        const double roughness = std::pow(static_cast<double>(level) / 6, 2.8);
+        const double error = MeanError(levels[level], levels[level - 1], std::max(roughness, 0.02));
+        RecordProperty("meanErrorOfLevel" + std::to_string(level), std::to_string(error));
+        EXPECT_LT(error, 0.03) << "level " << level;
+    }
+}
+
+TEST_F(TextureFiltersTest, QuickLevelsEndWithTheRoughest) {
+    const gl::Texture cube = PaintCube(256, Sky);
+    const Cube sharp = ReadCube(cube.name(), 0);
+    manager().FilterCubeMap(cube.name(), 256, GL_RGBA16F, true);
+    EXPECT_EQ(Parameter(cube.name(), GL_TEXTURE_MAX_LEVEL, GL_TEXTURE_CUBE_MAP), 6);
+    EXPECT_EQ(Parameter(cube.name(), GL_TEXTURE_BASE_LEVEL, GL_TEXTURE_CUBE_MAP), 0);
+    double last = 1e9;
+    for (int level = 0; level <= 6; ++level) {
+        const Cube cells = ReadCube(cube.name(), level);
+        ASSERT_EQ(cells.side, 256 >> level);
+        double least = 1e9, most = 0, mean = 0, solid = 0;
+        for (std::size_t i = 0; i < cells.colour.size(); ++i) {
+            least = std::min(least, cells.colour[i][0]);
+            most = std::max(most, cells.colour[i][0]);
+            mean += cells.colour[i][0] * cells.solidAngle[i], solid += cells.solidAngle[i];
+        }
+        EXPECT_LT(most - least, last * 1.02) << "no level is sharper than the one above: " << level;
+        EXPECT_NEAR(mean / solid, 0.71, 0.15) << level;
+        last = most - least;
+    }
+    // The roughest looks all around: the sun of 6 is a glow of less than half a unit.
+    EXPECT_LT(last, 0.6);
+}
+
+TEST_F(TextureFiltersTest, SmallCubesEndWhereTheirLevelsEnd) {
+    for (const int side : {1, 2, 32, 64})
+        for (const bool quick : {false, true}) {
+            const gl::Texture cube = PaintCube(side, [](const Vector&) { return Vector{0.25, 0.5, 4}; });
+            manager().FilterCubeMap(cube.name(), static_cast<std::uint32_t>(side), GL_RGBA16F, quick);
+            for (int level = 0; side >> level > 0; ++level) {
+                const Cube cells = ReadCube(cube.name(), level);
+                ASSERT_EQ(cells.side, side >> level);
+                for (const Vector& c : cells.colour) ASSERT_NEAR(c[2], 4, 4e-3) << side << " " << level;
+            }
+        }
+}
+
+TEST_F(TextureFiltersTest, SphereLevelsKeepFlatColoursAndCompressBrightOnes) {
+    const gl::Texture flat = Paint(64, 32, [](float, float) { return std::array<float, 4>{0.5f, 1, 4, 1}; });
+    manager().FilterSphereMap(flat.name(), 64, 32, false);
+    double bright = 4;
+    for (int level = 1; level <= 6; ++level) {
+        bright = 1 + std::log2(bright);
+        const auto texels = Read(flat.name(), level);
+        ASSERT_EQ(texels.size(), 4u * std::max(64u >> level, 1u) * std::max(32u >> level, 1u));
+        EXPECT_NEAR(texels[0], 0.5, 1e-3) << level;
+        EXPECT_NEAR(texels[1], 1, 1e-3) << level;
+        EXPECT_NEAR(texels[2], bright, 0.01) << level;
+    }
+    // A blur is symmetric: the mirror of a stripe in the middle is itself, and it widens.
+    for (const bool quick : {false, true}) {
+        const gl::Texture stripe = Paint(128, 128, [](float u, float) {
+            const float on = std::abs(u - 0.5f) < 0.1f ? 1.0f : 0.0f;
+            return std::array<float, 4>{on, on, on, 1};
+        });
+        manager().FilterSphereMap(stripe.name(), 128, 128, quick);
+        const auto texels = Read(stripe.name(), 3);
+        for (std::size_t x = 0; x < 8; ++x)
+            EXPECT_NEAR(texels[4 * (16 * 8 + x)], texels[4 * (16 * 8 + 15 - x)], 0.05);
+        EXPECT_GT(texels[4 * (16 * 8 + 8)], texels[4 * (16 * 8 + 2)]);
+    }
+}
+
+TEST_F(TextureFiltersTest, NormalsLeanAgainstTheSlope) {
+    // Heights rise by 0.5 over the width and fall by 0.25 over the height: a Sobel kernel gives 8 times the
+    // step of a texel.
+    constexpr std::uint32_t width = 40, height = 20;
+    const gl::Texture bump = Paint(width, height, [](float u, float v) {
+        const float h = 0.25f + 0.5f * u - 0.25f * v;
+        return std::array<float, 4>{h * 1.5f, h, h * 0.5f, 1}; // the mean is h
+    });
+    const gl::Texture normals = manager().BumpToNormal(bump.name());
+    ASSERT_TRUE(normals);
+    const auto texels = Read(normals.name());
+    ASSERT_EQ(texels.size(), 4u * width * height);
+    const double x = -8 * 0.5 / width, y = 8 * 0.25 / height, z = 0.5;
+    const double length = std::sqrt(x * x + y * y + z * z);
+    for (std::uint32_t row = 1; row + 1 < height; ++row)
+        for (std::uint32_t column = 1; column + 1 < width; ++column) {
+            const float* n = &texels[4 * (row * width + column)];
+            ASSERT_NEAR(n[0], (x / length + 1) / 2, 3e-3);
+            ASSERT_NEAR(n[1], (y / length + 1) / 2, 3e-3);
+            ASSERT_NEAR(n[2], (z / length + 1) / 2, 3e-3);
+            ASSERT_EQ(n[3], 1);
+        }
+    EXPECT_EQ(LevelValue(normals.name(), 5, GL_TEXTURE_WIDTH), 1) << "mip levels are there";
+}
+
+TEST_F(TextureFiltersTest, SphereBlurStaysInPlaceAndCrossesPoles) {
+    constexpr std::uint32_t width = 64, height = 32;
+    const auto at = [&](std::uint32_t px, std::uint32_t py) {
+        return Paint(width, height, [=](float u, float v) {
+            const bool on =
+                static_cast<std::uint32_t>(u * width) == px && static_cast<std::uint32_t>(v * height) == py;
+            return on ? std::array<float, 4>{1, 1, 1, 1} : std::array<float, 4>{0, 0, 0, 1};
+        });
+    };
+    const auto value = [](const std::vector<float>& texels, std::uint32_t x, std::uint32_t y) {
+        return texels[4 * (y * width + x % width)];
+    };
+    { // In the middle: the peak stays, and both sides are alike; beside the seam as well.
+        for (const std::uint32_t x : {20u, 63u}) {
+            const auto texels = Read(manager().BlurSphere(at(x, 16).name(), 5).name());
+            const float peak = value(texels, x, 16);
+            EXPECT_EQ(peak, *std::max_element(texels.begin(), texels.end(), [](float a, float b) {
+                          return (a < 1 ? a : 0) < (b < 1 ? b : 0);
+                      }));
+            for (std::uint32_t d = 1; d < 5; ++d) {
+                EXPECT_NEAR(value(texels, x + d, 16), value(texels, x + width - d, 16), 2e-3) << d;
+                EXPECT_NEAR(value(texels, x, 16 + d), value(texels, x, 16 - d), 2e-3) << d;
+                EXPECT_LT(value(texels, x + d, 16), peak);
+            }
+            EXPECT_EQ(value(texels, x, 16 + 7), 0);
+        }
+    }
+    { // At the upper pole it reaches the other side of the sphere.
+        const auto texels = Read(manager().BlurSphere(at(10, 1).name(), 5).name());
+        EXPECT_GT(value(texels, 10 + width / 2, 2), 0);
+        EXPECT_GT(value(texels, 10, 3), 0);
+        const auto below = Read(manager().BlurSphere(at(10, height - 2).name(), 5).name());
+        EXPECT_GT(value(below, 10 + width / 2, height - 3), 0);
+    }
+    { // A flat picture stays flat, also with a radius larger than the picture.
+        const gl::Texture flat = Paint(width, height, [](float, float) {
+            return std::array<float, 4>{0.5f, 2, 0, 1};
+        });
+        for (const float radius : {0.0f, 3.0f, 1000.0f}) {
+            const auto texels = Read(manager().BlurSphere(flat.name(), radius).name());
+            for (std::size_t i = 0; i < texels.size(); i += 4) {
+                ASSERT_NEAR(texels[i], 0.5, 1e-3) << radius;
+                ASSERT_NEAR(texels[i + 1], 2, 4e-3) << radius;
+            }
+        }
+    }
+}
+
+// What a caller has set must stand afterwards.
+TEST_F(TextureFiltersTest, TheStateOfTheCallerStays) {
+    const gl::Texture a = Paint(8, 8, [](float u, float v) { return std::array<float, 4>{u, v, 0, 1}; });
+    const gl::Texture other = Paint(2, 2, [](float, float) { return std::array<float, 4>{1, 1, 1, 1}; });
+    const gl::Framebuffer framebuffer = gl::Framebuffer::New();
+    glBindFramebuffer(GL_FRAMEBUFFER, framebuffer.name());
+    glViewport(3, 4, 50, 60);
+    glFrontFace(GL_CCW);
+    glCullFace(GL_FRONT);
+    glDisable(GL_CULL_FACE);
+    glEnable(GL_BLEND);
+    glEnable(GL_DEPTH_TEST);
+    glEnable(GL_SCISSOR_TEST);
+    glColorMask(GL_TRUE, GL_FALSE, GL_TRUE, GL_FALSE);
+    glPolygonMode(GL_FRONT_AND_BACK, GL_LINE);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 2);
+    for (const GLenum unit : {30, 31, 5}) {
+        glActiveTexture(GL_TEXTURE0 + unit);
+        glBindTexture(GL_TEXTURE_2D, other.name());
+    }
+    const auto state = [] {
+        std::vector<GLint> values;
+        for (const GLenum name :
+             {GL_CURRENT_PROGRAM, GL_VERTEX_ARRAY_BINDING, GL_DRAW_FRAMEBUFFER_BINDING,
+              GL_READ_FRAMEBUFFER_BINDING, GL_ACTIVE_TEXTURE, GL_FRONT_FACE, GL_CULL_FACE_MODE, GL_CULL_FACE,
+              GL_BLEND, GL_DEPTH_TEST, GL_SCISSOR_TEST, GL_VIEWPORT, GL_COLOR_WRITEMASK, GL_POLYGON_MODE,
+              GL_UNPACK_ALIGNMENT, GL_PIXEL_UNPACK_BUFFER_BINDING, GL_TEXTURE_CUBE_MAP_SEAMLESS}) {
+            GLint v[4]{};
+            glGetIntegerv(name, v);
+            values.insert(values.end(), v, v + 4);
+        }
+        GLint active = 0;
+        glGetIntegerv(GL_ACTIVE_TEXTURE, &active);
+        for (const GLenum unit : {30, 31, 5}) {
+            GLint v[2]{};
+            glActiveTexture(GL_TEXTURE0 + unit);
+            glGetIntegerv(GL_TEXTURE_BINDING_2D, &v[0]);
+            glGetIntegerv(GL_TEXTURE_BINDING_CUBE_MAP, &v[1]);
+            values.insert(values.end(), v, v + 2);
+        }
+        glActiveTexture(static_cast<GLenum>(active));
+        return values;
+    };
+    const auto before = state();
+    const std::uint8_t pixel[4] = {1, 2, 3, 4};
+    {
+        const gl::Texture plain = manager().LoadTexture(pixel, 1, 1, true);
+        EXPECT_EQ(state(), before) << "upload";
+        const gl::Texture cube = manager().EnvToCubeMap(a.name());
+        EXPECT_EQ(state(), before) << "cube";
+        manager().FilterCubeMap(cube.name(), 512, GL_RGBA16F, true);
+        EXPECT_EQ(state(), before) << "cube levels";
+        manager().FilterSphereMap(a.name(), 8, 8, true);
+        EXPECT_EQ(state(), before) << "sphere levels";
+        const gl::Texture normals = manager().BumpToNormal(a.name());
+        EXPECT_EQ(state(), before) << "normals";
+        const gl::Texture blurred = manager().BlurSphere(a.name(), 2);
+        EXPECT_EQ(state(), before) << "blur";
+        // Line mode, colour mask and scissor of the caller did not reach the pictures.
+        const auto texels = Read(normals.name());
+        EXPECT_NEAR(texels[4 * 9 + 3], 1, 1e-6);
+        EXPECT_GT(texels[4 * 9 + 2], 0.5f);
+    }
+    for (const GLenum unit : {30, 31, 5}) {
+        glActiveTexture(GL_TEXTURE0 + unit);
+        glBindTexture(GL_TEXTURE_2D, 0);
+    }
+    glActiveTexture(GL_TEXTURE0);
+    for (const GLenum capability : {GL_BLEND, GL_DEPTH_TEST, GL_SCISSOR_TEST}) glDisable(capability);
+    glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
+    glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
+    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+}
+
+} // namespace
+} // namespace velorin

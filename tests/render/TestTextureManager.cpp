@@ -1,0 +1,389 @@
+#include "ImageSamples.h"
+#include "TextureFixture.h"
+#include "services/TemporaryFolder.h"
+
+#include "render/images/Dds.h"
+#include "render/images/Image.h"
+#include "services/Warnings.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <png.h>
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace velorin {
+namespace {
+
+using namespace test;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+const std::string kData = std::string(VELORIN_SOURCE_DIR) + "/../shared/data/";
+
+std::string AsText(const FileBytes& file) {
+    return {reinterpret_cast<const char*>(file.data()), file.size()};
+}
+
+// An 8-bit RGB picture of a gradient, as a PNG file.
+FileBytes GradientPng(std::uint32_t width, std::uint32_t height) {
+    std::vector<std::uint8_t> packed;
+    for (std::uint32_t y = 0; y < height; ++y)
+        for (std::uint32_t x = 0; x < width; ++x)
+            for (const std::uint32_t c : {x * 255 / width, y * 255 / height, 40u})
+                packed.push_back(static_cast<std::uint8_t>(c));
+    return MakePng(width, height, 8, PNG_COLOR_TYPE_RGB, packed);
+}
+
+// One block of DXT1 in one colour (5:6:5) repeated.
+FileBytes PlainDds(std::uint32_t side, std::uint32_t mips, std::vector<std::uint16_t> coloursByLevel) {
+    std::vector<std::uint8_t> data;
+    for (std::uint32_t level = 0; level < std::max(mips, 1u); ++level) {
+        const std::uint32_t blocks = std::max((std::max(side >> level, 1u) + 3) / 4, 1u);
+        const std::uint16_t c = coloursByLevel[std::min<std::size_t>(level, coloursByLevel.size() - 1)];
+        for (std::uint32_t i = 0; i < blocks * blocks; ++i)
+            data.insert(data.end(),
+                        {static_cast<std::uint8_t>(c), static_cast<std::uint8_t>(c >> 8), 0, 0, 0, 0, 0, 0});
+    }
+    DdsOptions options;
+    options.width = options.height = side;
+    options.mips = mips;
+    return MakeDds(options, data);
+}
+
+class TextureManagerTest : public TextureTest {
+protected:
+    std::string Put(std::string_view name, const FileBytes& file) { return folder.Put(name, AsText(file)); }
+    TemporaryFolder folder;
+};
+
+TEST_F(TextureManagerTest, OneTextureForOneFileAndFlags) {
+    const std::string path = Put("a.png", GradientPng(8, 4));
+    TextureEntry* first = manager().GetTexture(path, kTexturePlain);
+    ASSERT_TRUE(first);
+    EXPECT_EQ(first->width, 8u);
+    EXPECT_EQ(first->height, 4u);
+    EXPECT_EQ(manager().GetTexture(path, kTexturePlain), first);
+    EXPECT_EQ(first->refCount, 2);
+    EXPECT_EQ(statistics_.textureUploads, 1u);
+    TextureEntry* other = manager().GetTexture(path, kTexturePlain | kTextureBump);
+    EXPECT_NE(other, first);
+    EXPECT_EQ(manager().entryCount(), 2u);
+    manager().ReleaseTexture(first);
+    EXPECT_EQ(manager().entryCount(), 2u);
+    manager().ReleaseTexture(first);
+    manager().ReleaseTexture(other);
+    manager().ReleaseTexture(nullptr);
+    EXPECT_EQ(manager().entryCount(), 0u);
+}
+
+TEST_F(TextureManagerTest, WeakerMatches) {
+    const std::string path = Put("a.png", GradientPng(8, 8));
+    const auto shares = [&](std::uint32_t made, std::uint32_t wanted) {
+        TextureEntry* first = manager().GetTexture(path, made);
+        TextureEntry* second = manager().GetTexture(path, wanted);
+        const bool same = first == second;
+        manager().ReleaseTexture(first);
+        manager().ReleaseTexture(second);
+        return same;
+    };
+    EXPECT_TRUE(shares(kTexturePlain, kTexturePlain | kTextureLowResolution));
+    EXPECT_TRUE(shares(kTexturePlain, kTexturePlain | kTextureLowResolution | kTextureCompress));
+    EXPECT_TRUE(shares(kTextureCompress, kTextureCompress | kTextureLowResolution));
+    EXPECT_TRUE(shares(kTexturePlain, kTexturePlain | kTextureCompress));
+    EXPECT_FALSE(shares(kTexturePlain | kTextureLowResolution, kTexturePlain));
+    EXPECT_FALSE(shares(kTextureCompress, 0));
+    EXPECT_FALSE(shares(kTexturePlain, kTexturePlain | kTextureNormalSlot));
+}
+
+TEST_F(TextureManagerTest, TheTopRowIsRowZero) {
+    std::vector<std::uint8_t> packed = {10, 20, 30, 40, 50, 60}; // 2 columns, 3 rows of grey
+    TextureEntry* entry =
+        manager().GetTexture(Put("a.png", MakePng(2, 3, 8, PNG_COLOR_TYPE_GRAY, packed)), kTexturePlain);
+    ASSERT_TRUE(entry);
+    const auto texels = Read(entry->texture.name());
+    for (std::size_t i = 0; i < 6; ++i) EXPECT_NEAR(texels[4 * i] * 255, packed[i], 0.01) << i;
+    EXPECT_EQ(Parameter(entry->texture.name(), GL_TEXTURE_WRAP_S), GL_REPEAT);
+    EXPECT_EQ(Parameter(entry->texture.name(), GL_TEXTURE_MIN_FILTER), GL_LINEAR_MIPMAP_LINEAR);
+    manager().ReleaseTexture(entry);
+}
+
+TEST_F(TextureManagerTest, SixteenBitsStayExact) {
+    const std::vector<std::uint8_t> packed = {0x12, 0x34, 0x80, 0x00, 0x00, 0x10, 0x40, 0x00};
+    TextureEntry* entry =
+        manager().GetTexture(Put("a.png", MakePng(1, 1, 16, PNG_COLOR_TYPE_RGBA, packed)), kTextureCompress);
+    ASSERT_TRUE(entry);
+    EXPECT_EQ(LevelValue(entry->texture.name(), 0, GL_TEXTURE_INTERNAL_FORMAT), GL_RGBA16F);
+    const auto texel = Read(entry->texture.name());
+    const double expected[] = {0x1234 / 65535.0, 0x8000 / 65535.0, 0x10 / 65535.0, 0x4000 / 65535.0};
+    for (std::size_t c = 0; c < 4; ++c)
+        EXPECT_NEAR(texel[c], expected[c], expected[c] / 2048) << c; // half's precision
+    manager().ReleaseTexture(entry);
+}
+
+TEST_F(TextureManagerTest, LargePicturesAreHalved) {
+    const std::string path = Put("a.png", GradientPng(2400, 600)),
+                      thin = Put("thin.png", GradientPng(100, 1500));
+    struct Case {
+        std::string path;
+        int detail;
+        std::uint32_t flags, width, height;
+    };
+    const Case cases[] = {{path, 0, kTexturePlain, 600, 150},
+                          {path, 1, kTexturePlain, 1200, 300},
+                          {path, 2, kTexturePlain, 2400, 600},
+                          {path, 2, kTexturePlain | kTextureLowResolution, 300, 75},
+                          {thin, 0, kTexturePlain, 100, 1500}};
+    for (const Case& c : cases) {
+        manager().SetTextureDetail(c.detail);
+        TextureEntry* entry = manager().GetTexture(c.path, c.flags);
+        ASSERT_TRUE(entry);
+        EXPECT_EQ(entry->width, c.width) << c.detail << " " << c.flags;
+        EXPECT_EQ(entry->height, c.height);
+        EXPECT_EQ(LevelValue(entry->texture.name(), 0, GL_TEXTURE_WIDTH), static_cast<int>(c.width));
+        manager().ReleaseTexture(entry);
+    }
+}
+
+TEST_F(TextureManagerTest, OwnMipChainIsTheHalvedPicture) {
+    driver_.isAti = true;
+    Image image(13, 6, Image::Format::Rgba8);
+    for (std::size_t i = 0; i < image.byteCount(); ++i) image.bytes()[i] = static_cast<std::uint8_t>(i * 37);
+    const gl::Texture texture = manager().LoadTexture(image.bytes(), 13, 6, false);
+    ASSERT_TRUE(texture);
+    EXPECT_EQ(Parameter(texture.name(), GL_TEXTURE_MAX_LEVEL), 3);
+    for (int level = 0; level < 4; ++level, image = Halved(image)) {
+        const auto texels = Read(texture.name(), level);
+        ASSERT_EQ(texels.size(), image.byteCount()) << level;
+        for (std::size_t i = 0; i < texels.size(); ++i) EXPECT_NEAR(texels[i] * 255, image.bytes()[i], 0.01);
+    }
+}
+
+TEST_F(TextureManagerTest, CompressionIsUsedWhereItIsAllowed) {
+    if (!GLEW_EXT_texture_compression_s3tc) GTEST_SKIP() << "the driver cannot compress";
+    const std::string path = Put("a.png", GradientPng(64, 64));
+    const auto compressed = [&](std::uint32_t flags) {
+        TextureEntry* entry = manager().GetTexture(path, flags);
+        const int value = LevelValue(entry->texture.name(), 0, GL_TEXTURE_COMPRESSED);
+        const auto texels = Read(entry->texture.name());
+        for (const auto& [x, y] : {std::pair{5, 9}, {40, 60}}) {
+            const std::size_t i = 4 * static_cast<std::size_t>(y * 64 + x);
+            EXPECT_NEAR(texels[i], static_cast<float>(x) / 64, 0.03);
+            EXPECT_NEAR(texels[i + 1], static_cast<float>(y) / 64, 0.03);
+        }
+        manager().ReleaseTexture(entry);
+        return value != 0;
+    };
+    EXPECT_FALSE(compressed(kTexturePlain));
+    EXPECT_TRUE(compressed(kTextureCompress));
+    EXPECT_FALSE(compressed(kTextureCompress | kTextureNormalSlot));
+}
+
+TEST_F(TextureManagerTest, AnisotropyIsTheDrivers) {
+    if (!GLEW_EXT_texture_filter_anisotropic) GTEST_SKIP();
+    driver_.maxAnisotropy = 4;
+    const std::uint8_t pixel[4] = {1, 2, 3, 4};
+    const gl::Texture texture = manager().LoadTexture(pixel, 1, 1, false);
+    EXPECT_EQ(Parameter(texture.name(), GL_TEXTURE_MAX_ANISOTROPY_EXT), 4);
+}
+
+TEST_F(TextureManagerTest, ACompressedSiblingIsPreferred) {
+    const std::string path = Put("a.png", GradientPng(16, 16));
+    Put("a.DDS", PlainDds(8, 0, {0xF800}));
+    const auto widthOf = [&](std::uint32_t flags) {
+        TextureEntry* entry = manager().GetTexture(path, flags);
+        const std::uint32_t width = entry ? entry->width : 0;
+        const bool blocks = entry && entry->fromBlocks;
+        manager().ReleaseTexture(entry);
+        EXPECT_EQ(blocks, width == 8);
+        return width;
+    };
+    EXPECT_EQ(widthOf(kTexturePlain), 16u);
+    EXPECT_EQ(widthOf(kTextureCompress), 8u);
+    EXPECT_EQ(widthOf(kTextureLowResolution), 8u);
+    Put("a.dds", ToBytes("not a DDS file"));
+    EXPECT_EQ(widthOf(kTextureCompress), 0u) << "the small letters come first, and nothing else is tried";
+    EXPECT_THAT(TakeWarnings(), ElementsAre(path + ": the texture cannot be used: it is no DDS file."));
+}
+
+TEST_F(TextureManagerTest, DdsLevelsComeAsTheyAreStored) {
+    // Red, green, blue from the largest level on.
+    const std::string path = Put("a.dds", PlainDds(1024, 3, {0xF800, 0x07E0, 0x001F}));
+    TextureEntry* entry = manager().GetTexture(path, kTexturePlain);
+    ASSERT_TRUE(entry);
+    EXPECT_EQ(Parameter(entry->texture.name(), GL_TEXTURE_MAX_LEVEL), 2);
+    EXPECT_THAT(std::vector(Read(entry->texture.name(), 0)).at(0), 1);
+    EXPECT_THAT(std::vector(Read(entry->texture.name(), 1)).at(1), 1);
+    EXPECT_THAT(std::vector(Read(entry->texture.name(), 2)).at(2), 1);
+    manager().ReleaseTexture(entry);
+
+    entry = manager().GetTexture(path, kTexturePlain | kTextureLowResolution);
+    ASSERT_TRUE(entry);
+    EXPECT_EQ(entry->width, 512u) << "levels above the preview's size are left out";
+    EXPECT_EQ(Parameter(entry->texture.name(), GL_TEXTURE_MAX_LEVEL), 1);
+    EXPECT_THAT(std::vector(Read(entry->texture.name(), 0)).at(1), 1);
+    manager().ReleaseTexture(entry);
+
+    entry = manager().GetTexture(Put("b.dds", PlainDds(8, 0, {0xFFFF})), kTexturePlain);
+    ASSERT_TRUE(entry);
+    EXPECT_EQ(Parameter(entry->texture.name(), GL_TEXTURE_MIN_FILTER), GL_LINEAR);
+    manager().ReleaseTexture(entry);
+}
+
+TEST_F(TextureManagerTest, EachFaultIsToldOnce) {
+    const std::string absent = folder.file("absent.png"),
+                      broken = Put("broken.exr", ToBytes("no such thing"));
+    for (int i = 0; i < 3; ++i)
+        for (const std::uint32_t flags : {1u, 2u, 64u}) {
+            EXPECT_FALSE(manager().GetTexture(absent, flags));
+            EXPECT_FALSE(manager().GetTexture(broken, flags));
+            EXPECT_FALSE(manager().GetTexture("", flags));
+        }
+    EXPECT_THAT(TakeWarnings(),
+                ElementsAre(absent + ": the texture cannot be used: No such file or directory.",
+                            broken + ": the texture cannot be used: the OpenEXR header is damaged."));
+    EXPECT_EQ(manager().entryCount(), 0u);
+}
+
+TEST_F(TextureManagerTest, ACutJpegIsUsedWithAWarning) {
+    FileBytes file = MakeJpeg(256, 256, {200, 100, 50}, false, false);
+    file.resize(file.size() - 300);
+    const std::string path = Put("cut.jpg", file);
+    TextureEntry* entry = manager().GetTexture(path, kTexturePlain);
+    ASSERT_TRUE(entry);
+    EXPECT_NEAR(Read(entry->texture.name())[0] * 255, 200, 2);
+    EXPECT_THAT(TakeWarnings(), ElementsAre(HasSubstr("what could be read is shown")));
+    manager().ReleaseTexture(entry);
+}
+
+TEST_F(TextureManagerTest, BrokenFilesFallBackWithOneWarningEach) {
+    if (!std::filesystem::exists(kData)) GTEST_SKIP() << "no shared data";
+    std::size_t files = 0;
+    for (const auto& file : std::filesystem::directory_iterator(kData + "broken")) {
+        const std::string extension = file.path().extension().string();
+        if (extension != ".png" && extension != ".jpg" && extension != ".exr" && extension != ".hdr" &&
+            extension != ".dds")
+            continue;
+        ++files;
+        for (const std::uint32_t flags : {1u, 2u, 64u}) {
+            TextureEntry* entry = manager().GetTexture(file.path().string(), flags);
+            EXPECT_EQ(entry != nullptr, extension == ".jpg") << file.path();
+            manager().ReleaseTexture(entry);
+        }
+        EXPECT_EQ(TakeWarnings().size(), 1u) << file.path();
+    }
+    EXPECT_EQ(files, 10u);
+}
+
+TEST_F(TextureManagerTest, MemoryServesAsAFile) {
+    const FileBytes png = GradientPng(8, 4);
+    EXPECT_TRUE(manager().LoadFromMemory("inside.png", Span(png), kTexturePlain));
+    EXPECT_TRUE(manager().LoadFromMemory("inside.dds", Span(PlainDds(4, 0, {1})), kTexturePlain));
+    EXPECT_FALSE(manager().LoadFromMemory("inside.exr", Span(png), kTexturePlain));
+    EXPECT_THAT(TakeWarnings(), ElementsAre(HasSubstr("inside.exr: the texture cannot be used")));
+}
+
+TEST_F(TextureManagerTest, ImpossibleSizesAreRefused) {
+    const float pixel[4] = {};
+    EXPECT_FALSE(manager().LoadFloatTexture(pixel, 0, 1));
+    EXPECT_FALSE(manager().LoadFloatTexture(pixel, 1, 0));
+    EXPECT_FALSE(
+        manager().LoadFloatTexture(pixel, static_cast<std::uint32_t>(driver_.maxTextureSize) + 1, 1));
+}
+
+class TextureListTest : public TextureManagerTest {
+protected:
+    void SetTime(const std::string& path, double seconds) {
+        using namespace std::chrono;
+        const auto base = file_clock::now() - hours(1);
+        std::filesystem::last_write_time(
+            path, base + duration_cast<file_clock::duration>(duration<double>(seconds)));
+        if (base_ == file_clock::time_point()) base_ = base;
+        std::filesystem::last_write_time(
+            path, base_ + duration_cast<file_clock::duration>(duration<double>(seconds)));
+    }
+    std::chrono::file_clock::time_point base_{};
+};
+
+TEST_F(TextureListTest, AChangedFileIsLoadedAtTheNextFrame) {
+    const std::string path = Put("a.png", GradientPng(8, 8));
+    SetTime(path, 0);
+    TextureList list(manager());
+    list.MarkUnused();
+    ASSERT_TRUE(list.Find(path, kTexturePlain));
+    EXPECT_EQ(list.Find(path, kTexturePlain)->width, 8u);
+
+    Put("a.png", GradientPng(16, 16));
+    SetTime(path, 0.9);
+    list.MarkUnused();
+    EXPECT_EQ(list.Find(path, kTexturePlain)->width, 8u) << "within a second it is not noticed";
+    SetTime(path, 1.5);
+    EXPECT_EQ(list.Find(path, kTexturePlain)->width, 8u) << "nor twice in a frame";
+    list.MarkUnused();
+    EXPECT_EQ(list.Find(path, kTexturePlain)->width, 16u);
+    list.ReleaseUnused();
+    EXPECT_EQ(manager().entryCount(), 1u) << "the old texture is gone";
+    EXPECT_EQ(statistics_.textureUploads, 2u);
+}
+
+TEST_F(TextureListTest, AFaultyFileIsTriedAgainWhenItChanges) {
+    const std::string path = folder.file("late.png");
+    TextureList list(manager());
+    list.MarkUnused();
+    EXPECT_FALSE(list.Find(path, kTexturePlain));
+    Put("late.png", GradientPng(8, 8));
+    EXPECT_FALSE(list.Find(path, kTexturePlain)) << "not in this frame";
+    list.MarkUnused();
+    EXPECT_TRUE(list.Find(path, kTexturePlain));
+}
+
+TEST_F(TextureListTest, UnusedTexturesAreGivenBack) {
+    const std::string a = Put("a.png", GradientPng(4, 4)), b = Put("b.png", GradientPng(4, 4));
+    TextureList list(manager()), other(manager());
+    for (TextureList* l : {&list, &other}) l->MarkUnused();
+    ASSERT_TRUE(list.Find(a, kTexturePlain) && list.Find(b, kTexturePlain) && other.Find(b, kTexturePlain));
+    EXPECT_EQ(manager().entryCount(), 2u);
+    list.MarkUnused();
+    other.MarkUnused();
+    ASSERT_TRUE(list.Find(a, kTexturePlain));
+    list.ReleaseUnused();
+    EXPECT_EQ(manager().entryCount(), 2u) << "the other list holds it still";
+    other.ReleaseUnused();
+    EXPECT_EQ(manager().entryCount(), 1u);
+    EXPECT_EQ(statistics_.textureUploads, 2u);
+}
+
+TEST_F(TextureListTest, ManyFramesLoadNothingTwice) {
+    const std::string path = Put("a.png", GradientPng(4, 4));
+    TextureEntry* held = manager().GetTexture(path, kTexturePlain);
+    {
+        TextureList list(manager());
+        for (int frame = 0; frame < 50; ++frame) {
+            list.MarkUnused();
+            // Three requests that one texture serves.
+            for (const std::uint32_t flags : {1u, 3u, 17u}) EXPECT_EQ(list.Find(path, flags), held);
+            list.ReleaseUnused();
+            EXPECT_EQ(held->refCount, 2);
+        }
+    }
+    EXPECT_EQ(held->refCount, 1);
+    EXPECT_EQ(statistics_.textureUploads, 1u);
+    manager().ReleaseTexture(held);
+}
+
+TEST_F(TextureListTest, WhatNeedsNoTextureGetsNone) {
+    const std::string path = Put("a.png", GradientPng(4, 4));
+    TextureList list(manager());
+    list.MarkUnused();
+    EXPECT_FALSE(list.Find("", kTexturePlain));
+    EXPECT_FALSE(list.Find(path, kTexturePlain, 0));
+    EXPECT_TRUE(list.Find(path, kTexturePlain, 0, true)) << "the environment counts without its amount";
+    EXPECT_THAT(TakeWarnings(), IsEmpty());
+}
+
+} // namespace
+} // namespace velorin
