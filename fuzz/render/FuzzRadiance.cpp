@@ -1,0 +1,3 @@
+#include "FuzzImage.h"
+
+VELORIN_FUZZ_DECODER(velorin::DecodeRadiance)
