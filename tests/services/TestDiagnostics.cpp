@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -261,24 +262,40 @@ TEST(CrashReport, WithoutTheParentFolderTheReportGoesToStderr) {
     EXPECT_NE(text.find("unrecoverable error"), std::string::npos);
 }
 
+// The message of the first crash cannot be written before the second thread has crashed too: stderr is a full
+// pipe, which the parent reads once both files are there.
 TEST(CrashReport, TwoThreadsAtOnceWriteTwoFiles) {
     if (kSanitized) GTEST_SKIP();
     const TemporaryFolder folder;
     std::filesystem::create_directories(folder.file("Documents/Quenmarworks"));
-    const int status = StatusOfCrash(folder, [] {
-        std::atomic<int> ready{0};
-        const auto run = [&] {
-            ready.fetch_add(1);
-            while (ready.load() < 2) {
-            }
-            Segfault();
-        };
-        std::thread first(run), second(run);
+    const ScopedVariable home("HOME", folder.path()), config("XDG_CONFIG_HOME", folder.path());
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        fcntl(ends[1], F_SETFL, O_NONBLOCK);
+        while (write(ends[1], "x", 1) == 1) {
+        }
+        fcntl(ends[1], F_SETFL, 0);
+        dup2(ends[1], STDERR_FILENO);
+        InstallCrashReport();
+        std::thread first(Segfault), second(Segfault);
         first.join();
         second.join();
-    });
-    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGSEGV);
+        _exit(77);
+    }
+    close(ends[1]);
+    for (int i = 0; i < 500 && Reports(folder.file("Documents")).size() < 2; ++i) usleep(10000);
     EXPECT_EQ(Reports(folder.file("Documents")).size(), 2u);
+    char drained[4096];
+    while (read(ends[0], drained, sizeof drained) > 0) {
+    }
+    close(ends[0]);
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGSEGV) << status;
+    for (const std::string& report : Reports(folder.file("Documents")))
+        EXPECT_NE(ReadWhole(report).find("back-trace:\n"), std::string::npos) << "complete";
 }
 
 TEST(CrashReport, AnEarlierHandlerGetsTheSignalAfterwards) {
