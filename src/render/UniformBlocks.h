@@ -179,7 +179,7 @@ struct ShaderStateBlock {
 };
 
 struct DynamicReflectionBlock {
-    std::int32_t clipMirror = 0; // 0 off, 1 nothing above, 2 nothing below the plane
+    std::int32_t clipMirror = 0; // 0 off, 1 only above, 2 only below the plane
     BlockBool disableEnvironment = 0;
     float pad0 = 0, pad1 = 0;
     Point4 offset;           // model space

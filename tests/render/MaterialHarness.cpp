@@ -235,7 +235,7 @@ Written MaterialHarness::Draw(MaterialPass pass, const Surface& surface) {
         glBindBufferBase(GL_UNIFORM_BUFFER, static_cast<GLuint>(UniformBlock::RenderProperties),
                          renderOverride_.name());
     }
-    manager.SetCamera(view, projection, eye);
+    manager.SetCamera(view, projection, eye, viewportScale, viewportOffset);
     RenderManager::UploadModel(modelBuffer_, FillModel(model));
     RenderManager::UploadMaterial(materialBuffer_, materialBlock ? *materialBlock : MaterialBlock());
     RenderManager::BindModel(modelBuffer_);

@@ -74,6 +74,7 @@ public:
     Matrix modelMatrix, baseMatrix;
     Matrix view, projection;
     Point3 eye{0, 0, -kEyeDistance};
+    Point2 viewportScale{1, 1}, viewportOffset;
     RenderStatistics statistics;
     RenderManager manager;
     bool cull = false;

@@ -40,7 +40,7 @@ layout(std140) uniform TransformMatrices {
 };
 
 struct DynamicReflection {
-    int clipMirror; // 0 off, 1 above, 2 below
+    int clipMirror; // 0 off, 1 only above, 2 only below the plane
     bool disableEnvironment;
     vec4 offset;
     vec4 reflectDirection;

@@ -1,0 +1,481 @@
+#include "render/MaterialHarness.h"
+#include "render/ShadingReference.h"
+#include "render/TextureManager.h"
+
+#include <GL/glew.h>
+
+#include <algorithm>
+
+namespace velorin {
+namespace {
+
+namespace reference = test::reference;
+using test::Ball;
+using test::MaterialHarness;
+using test::Wall;
+using test::Written;
+
+constexpr int kSide = 48;
+
+// A colour that tells its direction.
+Point3 ColourOf(Point3 d) {
+    return Point3{0.5f, 0.5f, 0.5f} + d * 0.4f;
+}
+
+class MaterialEnvironment : public test::RendererTest {
+protected:
+    void SetUp() override {
+        RendererTest::SetUp();
+        h = std::make_unique<MaterialHarness>(kSide, kSide);
+        h->settings.gamma = 1;
+        h->fill.gamma = 1;
+        h->settings.environment.lightingInfluence = 0;
+        channel.enabled = true, channel.path = "environment", channel.gamma = 1;
+        h->settings.environment.channel = &channel;
+        h->material.diffuseColor = {0, 0, 0, 255};
+    }
+    void TearDown() override {
+        h.reset();
+        RendererTest::TearDown();
+    }
+
+    void SetPicture(const std::function<Point3(Point3)>& colour, int width = 256) {
+        std::vector<Point4> pixels;
+        const int height = width / 2;
+        for (int y = 0; y < height; ++y)
+            for (int x = 0; x < width; ++x) {
+                const Point3 c =
+                    colour(DirectionOf((static_cast<float>(x) + 0.5f) / static_cast<float>(width),
+                                       (static_cast<float>(y) + 0.5f) / static_cast<float>(height)));
+                pixels.push_back({c.x, c.y, c.z, 1});
+            }
+        h->SetTexture(TextureUnit::Environment, width, height, pixels, true);
+    }
+    static Point3 DirectionOf(float u, float v) {
+        const float longitude = (u - 0.5f) * 2 * kPi, latitude = (v - 0.5f) * kPi;
+        return {std::cos(latitude) * std::sin(longitude), std::sin(latitude),
+                std::cos(latitude) * std::cos(longitude)};
+    }
+    // A mirror by the Standard shading.
+    void MakeMirror() {
+        h->material.type = MaterialType::Standard;
+        h->material.reflectionIntensity = 1;
+        h->material.reflectionBlend = ReflectionBlend::Add;
+    }
+    void MakePhysical(float glossiness, float reflectivity, Colour tint = kWhite) {
+        h->material.type = MaterialType::Physical;
+        h->material.pbrGlossiness = glossiness;
+        h->material.pbrReflectivity = reflectivity;
+        h->material.pbrReflectivityColor = tint;
+    }
+
+    struct Point {
+        Point3 position, normal, eye, colour;
+    };
+    // Pixels of a pass with what they show.
+    std::vector<Point> Points(MaterialPass pass, const test::Surface& surface) {
+        const Written positions = h->Draw(MaterialPass::WorldPosition, surface);
+        const Written normals = h->Draw(MaterialPass::Property, surface);
+        const Written drawn = h->Draw(pass, surface);
+        std::vector<Point> points;
+        for (int y = 0; y < kSide; ++y)
+            for (int x = 0; x < kSide; ++x) {
+                const Point4 p = positions.at(x, y), n = normals.at(x, y), c = drawn.at(x, y);
+                if (p.w == 0) continue;
+                points.push_back({{p.x, p.y, p.z},
+                                  {n.x, n.y, n.z},
+                                  Normalized(h->eye - Point3{p.x, p.y, p.z}),
+                                  {c.x, c.y, c.z}});
+            }
+        EXPECT_GT(points.size(), 500u);
+        return points;
+    }
+
+    std::unique_ptr<MaterialHarness> h;
+    TextureChannel channel{Channel::Environment};
+    test::Surface ball = Ball(22);
+};
+
+void ExpectColour(Point3 got, Point3 want, float tolerance) {
+    EXPECT_NEAR(got.x, want.x, tolerance);
+    EXPECT_NEAR(got.y, want.y, tolerance);
+    EXPECT_NEAR(got.z, want.z, tolerance);
+}
+
+TEST_F(MaterialEnvironment, PictureStandsUpright) {
+    SetPicture([](Point3 d) { return ColourOf(d); });
+    MakeMirror();
+    for (const Point& p : Points(MaterialPass::Image, ball))
+        ExpectColour(p.colour, ColourOf(reference::Reflected(-p.eye, p.normal)), 0.02f);
+    // What is up in the world is the top row of the picture, in the upper part of the ball.
+    h->SetTexture(TextureUnit::Environment, 2, 4,
+                  {{1, 0, 0, 1},
+                   {1, 0, 0, 1},
+                   {0, 0, 0, 1},
+                   {0, 0, 0, 1},
+                   {0, 0, 0, 1},
+                   {0, 0, 0, 1},
+                   {0, 1, 0, 1},
+                   {0, 1, 0, 1}});
+    const Written drawn = h->Draw(MaterialPass::Image, ball);
+    EXPECT_EQ(drawn.at(kSide / 2, kSide / 2 - 15).x, 1);
+    EXPECT_EQ(drawn.at(kSide / 2, kSide / 2 + 15).y, 1);
+}
+
+TEST_F(MaterialEnvironment, PictureTurns) {
+    SetPicture([](Point3 d) { return ColourOf(d); });
+    MakeMirror();
+    h->settings.environment.rotation = ToMatrix(QuaternionFromEuler(0.3f, -0.7f, 0.2f));
+    for (const Point& p : Points(MaterialPass::Image, ball)) {
+        const Point3 d =
+            TransformDirection(reference::Reflected(-p.eye, p.normal), h->settings.environment.rotation);
+        ExpectColour(p.colour, ColourOf(d), 0.02f);
+    }
+}
+
+TEST_F(MaterialEnvironment, BackgroundShowsWhatLiesBehind) {
+    SetPicture([](Point3 d) { return ColourOf(d); });
+    MakeMirror();
+    h->fill.environmentDirection = -1;
+    h->material.twoSidedLighting = true;
+    h->modelMatrix = Matrix::Translation(h->eye); // around the viewer
+    for (const Point& p : Points(MaterialPass::Image, Ball(5000)))
+        ExpectColour(p.colour, ColourOf(-p.eye), 0.02f);
+}
+
+TEST_F(MaterialEnvironment, RepeatsAndGrades) {
+    SetPicture([](Point3 d) { return ColourOf(d); });
+    MakeMirror();
+    channel.uvRepeat = {2, 1}, channel.uvOffset = {0.25f, 0};
+    channel.gamma = 2;
+    h->settings.environment.exposure = 0.5f;
+    h->settings.environment.gamma = 0.75f;
+    h->settings.environment.tint = {1, 0.5f, 0.25f};
+    int compared = 0;
+    for (const Point& p : Points(MaterialPass::Image, ball)) {
+        const Point2 uv = reference::PictureOf(reference::Reflected(-p.eye, p.normal));
+        const Point3 texel = ColourOf(DirectionOf(uv.x * 2 + 0.25f, uv.y));
+        const Point3 want =
+            reference::Graded(texel, {.gamma = 1.5, .brightness = 0.5}) * Point3{1, 0.5f, 0.25f};
+        if (uv.y < 0.05f || uv.y > 0.95f) continue; // two directions side by side
+        ExpectColour(p.colour, want, 0.03f);
+        ++compared;
+    }
+    EXPECT_GT(compared, 400);
+}
+
+TEST_F(MaterialEnvironment, RefractionBendsBySnellius) {
+    SetPicture([](Point3 d) { return ColourOf(d); });
+    h->material.type = MaterialType::Standard;
+    h->material.refractionIntensity = 1;
+    h->material.refractionBlend = ReflectionBlend::Add;
+    h->material.refractionIoR = 1.25f;
+    for (const Point& p : Points(MaterialPass::Image, ball)) {
+        const float cosine = Dot(p.eye, p.normal);
+        const float sine = std::sqrt(1 - cosine * cosine) / 1.25f; // behind the surface
+        const Point3 across = Normalized(p.normal * cosine - p.eye);
+        const Point3 bent = p.normal * -std::sqrt(1 - sine * sine) + across * sine;
+        ExpectColour(p.colour, ColourOf(bent), 0.02f);
+    }
+}
+
+TEST_F(MaterialEnvironment, ReflectionOverAndAdded) {
+    SetPicture([](Point3) { return Point3{0.5f, 1, 2}; });
+    h->material.type = MaterialType::Standard;
+    h->material.diffuseColor = {255, 255, 255, 255};
+    SceneLight ambient;
+    ambient.type = LightType::Ambient;
+    ambient.colour = {0.3f, 0.3f, 0.3f};
+    h->settings.lights = {ambient};
+    struct Row {
+        ReflectionBlend mode;
+        float intensity;
+        double below, above; // shares
+    };
+    for (const Row& row :
+         {Row{ReflectionBlend::Normal, 0.25f, 0.75, 0.25}, Row{ReflectionBlend::Normal, 3, 0, 3},
+          Row{ReflectionBlend::NormalClamp, 3, 0, 1}, Row{ReflectionBlend::Add, 3, 1, 3}}) {
+        h->material.reflectionBlend = row.mode;
+        h->material.reflectionIntensity = row.intensity;
+        const Point4 c = h->Draw(MaterialPass::Image, ball).at(kSide / 2, kSide / 2);
+        EXPECT_NEAR(c.x, 0.3 * row.below + 0.5 * row.above, 1e-4);
+        EXPECT_NEAR(c.z, 0.3 * row.below + 2 * row.above, 1e-4);
+    }
+}
+
+// A white body in even light is not to be told from its surroundings, however it reflects.
+TEST_F(MaterialEnvironment, WhiteFurnace) {
+    h->SetCube(TextureUnit::Ibl, 64, 7, [](Point3, int) { return Point4{1, 1, 1, 1}; });
+    for (const bool conserving : {false, true})
+        for (const float glossiness : {0.0f, 0.3f, 0.7f, 1.0f})
+            for (const float reflectivity : {0.0f, 0.4f, 1.0f}) {
+                MakePhysical(glossiness, reflectivity);
+                h->material.pbrDiffuseColor = kWhite;
+                h->material.energyConservation = conserving;
+                for (const Point& p : Points(MaterialPass::Image, ball))
+                    ExpectColour(p.colour, {1, 1, 1}, 1e-3f);
+            }
+    // A refracting one neither.
+    h->material.pbrRefraction = 0.6f;
+    for (const Point& p : Points(MaterialPass::Image, ball)) ExpectColour(p.colour, {1, 1, 1}, 1e-3f);
+    // Without the environment there is no light.
+    h->model.disableEnvironment = true;
+    for (const Point& p : Points(MaterialPass::Image, ball)) ExpectColour(p.colour, {0, 0, 0}, 1e-6f);
+}
+
+TEST_F(MaterialEnvironment, RoughnessChoosesTheLevel) {
+    h->SetCube(TextureUnit::Ibl, 64, 7, [](Point3, int level) {
+        const auto l = static_cast<float>(level);
+        return Point4{l / 8, 1 - l / 8, 0, 1};
+    });
+    for (const float glossiness : {1.0f, 0.75f, 0.5f, 0.0f}) {
+        MakePhysical(glossiness, 1);
+        for (const Point& p : Points(MaterialPass::Reflection, ball)) {
+            const float e = 1 - std::abs(Dot(p.normal, p.eye));
+            const float rough = (1 - glossiness) + glossiness * std::pow(e, 64.0f);
+            ExpectColour(p.colour, {rough * 6 / 8, 1 - rough * 6 / 8, 0}, 5e-3f);
+        }
+    }
+}
+
+TEST_F(MaterialEnvironment, IblRepeatsAsThePictureDoes) {
+    h->SetCube(TextureUnit::Ibl, 64, 1, [](Point3 d, int) {
+        const Point3 c = ColourOf(d);
+        return Point4{c.x, c.y, c.z, 1};
+    });
+    MakePhysical(1, 1);
+    for (const Point& p : Points(MaterialPass::Reflection, ball))
+        ExpectColour(p.colour, ColourOf(reference::Reflected(-p.eye, p.normal)), 0.03f);
+    channel.uvOffset = {0.25f, 0}; // a quarter turn
+    for (const Point& p : Points(MaterialPass::Reflection, ball)) {
+        const Point2 uv = reference::PictureOf(reference::Reflected(-p.eye, p.normal));
+        if (uv.y < 0.05f || uv.y > 0.95f) continue;
+        ExpectColour(p.colour, ColourOf(DirectionOf(uv.x + 0.25f, uv.y)), 0.04f);
+    }
+}
+
+// Directions of a picture of w by h pixels, with the solid angle of each.
+struct Sky {
+    int width = 48, height = 24;
+    std::vector<Point3> direction, light;
+    std::vector<double> angle;
+
+    template <class Colour>
+    explicit Sky(const Colour& colour) {
+        for (int y = 0; y < height; ++y)
+            for (int x = 0; x < width; ++x) {
+                const double longitude = ((x + 0.5) / width - 0.5) * 2 * M_PI;
+                const double latitude = ((y + 0.5) / height - 0.5) * M_PI;
+                direction.push_back({static_cast<float>(std::cos(latitude) * std::sin(longitude)),
+                                     static_cast<float>(std::sin(latitude)),
+                                     static_cast<float>(std::cos(latitude) * std::cos(longitude))});
+                angle.push_back(std::cos(latitude));
+                light.push_back(colour(direction.back()));
+            }
+    }
+    // The light that a surface of GGX roughness `a` throws back to a viewer straight above it, each direction
+    // weighted with its cosine: the mean over the distribution of half vectors.
+    [[nodiscard]] Point3 Mean(Point3 n, double a) const {
+        double sum[3] = {}, total = 0;
+        for (std::size_t i = 0; i < direction.size(); ++i) {
+            const double nl = Dot(n, direction[i]);
+            if (nl <= 0) continue;
+            const double nh2 = (1 + nl) / 2; // squared cosine to the half vector
+            const double d = a * a / std::pow(nh2 * (a * a - 1) + 1, 2);
+            const double weight = d * nl * angle[i];
+            total += weight;
+            sum[0] += weight * light[i].x, sum[1] += weight * light[i].y, sum[2] += weight * light[i].z;
+        }
+        return {static_cast<float>(sum[0] / total), static_cast<float>(sum[1] / total),
+                static_cast<float>(sum[2] / total)};
+    }
+    [[nodiscard]] Sky Filtered(double a) const {
+        Sky result = *this;
+        for (std::size_t i = 0; i < direction.size(); ++i) result.light[i] = Mean(direction[i], a);
+        return result;
+    }
+};
+
+// A soft sky with a bright sun of some size.
+Point3 HdrSky(Point3 d) {
+    const Point3 sun = Normalized({-0.4f, -0.7f, -0.6f});
+    const float glare = 20 * std::exp(30 * (Dot(d, sun) - 1));
+    return Point3{0.3f, 0.4f, 0.6f} * (0.6f - 0.4f * d.y) + Point3{1, 0.9f, 0.7f} * glare;
+}
+
+TEST_F(MaterialEnvironment, BallsAgreeWithTheIntegral) {
+    std::vector<float> pixels;
+    const int width = 512, height = 256;
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+            const Point3 c = HdrSky(
+                DirectionOf((static_cast<float>(x) + 0.5f) / width, (static_cast<float>(y) + 0.5f) / height));
+            pixels.insert(pixels.end(), {c.x, c.y, c.z, 1});
+        }
+    const gl::Texture picture = renderer().textures().LoadFloatTexture(pixels.data(), width, height);
+    const gl::Texture cube = renderer().textures().EnvToCubeMap(picture.name());
+    ASSERT_TRUE(cube);
+    h->Bind(TextureUnit::Ibl, GL_TEXTURE_CUBE_MAP, cube.name());
+
+    // Mirror: the sky itself.
+    MakePhysical(1, 1);
+    double fault = 0, whole = 0;
+    for (const Point& p : Points(MaterialPass::Image, ball)) {
+        if (Dot(p.normal, p.eye) < 0.2f) continue; // the rim is rough
+        const Point3 want = HdrSky(reference::Reflected(-p.eye, p.normal));
+        fault += std::abs(p.colour.x - want.x), whole += want.x;
+    }
+    EXPECT_LT(fault / whole, 0.02);
+
+    // Rough: level n stands for n sixths, each filtered from the one before.
+    Sky sky(HdrSky);
+    for (int level = 1; level <= 6; ++level) {
+        const Sky before = sky;
+        const double a = std::pow(level / 6.0, 2.8);
+        sky = sky.Filtered(a);
+        if (level != 3 && level != 6) continue;
+        SCOPED_TRACE(level);
+        MakePhysical(1 - static_cast<float>(level) / 6, 1);
+        fault = whole = 0;
+        for (const Point& p : Points(MaterialPass::Image, ball)) {
+            if (Dot(p.normal, p.eye) < 0.2f) continue;
+            const Point3 want = before.Mean(reference::Reflected(-p.eye, p.normal), a);
+            fault +=
+                std::abs(p.colour.x - want.x) + std::abs(p.colour.y - want.y) + std::abs(p.colour.z - want.z);
+            whole += want.x + want.y + want.z;
+        }
+        EXPECT_LT(fault / whole, 0.03) << fault / whole;
+        RecordProperty("mean error of level " + std::to_string(level), std::to_string(fault / whole));
+    }
+    // Matte: the roughest level at the normal, and 1 % of an insulator's reflection on top.
+    MakePhysical(0, 0);
+    h->material.pbrDiffuseColor = kWhite;
+    fault = whole = 0;
+    for (const Point& p : Points(MaterialPass::Diffuse, ball)) {
+        const double e = 1 - Dot(p.normal, p.eye);
+        const double amount = 0.01 + 0.99 * 0.4 * std::pow(e, 5);
+        // sky is level 6; its own light at the nearest direction.
+        const Point2 uv = reference::PictureOf(p.normal);
+        const auto x = static_cast<std::size_t>(
+            std::min(sky.width - 1, static_cast<int>(uv.x * static_cast<float>(sky.width))));
+        const auto y = static_cast<std::size_t>(
+            std::min(sky.height - 1, static_cast<int>(uv.y * static_cast<float>(sky.height))));
+        const Point3 want =
+            sky.light[y * static_cast<std::size_t>(sky.width) + x] * static_cast<float>(1 - amount);
+        fault += std::abs(p.colour.y - want.y), whole += want.y;
+    }
+    EXPECT_LT(fault / whole, 0.03);
+}
+
+// Parts of the picture, drawn by their own programs.
+class MaterialParts : public MaterialEnvironment {
+protected:
+    void SetUp() override {
+        MaterialEnvironment::SetUp();
+        SetPicture([](Point3) { return Point3{1, 1, 1}; });
+        h->SetCube(TextureUnit::Ibl, 32, 6, [](Point3 d, int level) {
+            const Point3 c = ColourOf(d) * (1 + static_cast<float>(level) / 4);
+            return Point4{c.x, c.y, c.z, 1};
+        });
+        SceneLight spot, ambient;
+        spot.type = LightType::Spot, spot.position = {-60, -50, -90},
+        spot.direction = Normalized({0.6f, 0.5f, 0.9f});
+        spot.coneAngle = 1, spot.colour = {0.9f, 0.7f, 0.5f};
+        ambient.type = LightType::Ambient, ambient.colour = {0.1f, 0.15f, 0.2f};
+        h->settings.lights = {spot, ambient};
+        h->settings.environment.lightingInfluence = 0.3f;
+        h->material.diffuseColor = h->material.pbrDiffuseColor = {200, 150, 90, 255};
+        h->material.illuminationIntensity = 0.4f;
+        h->material.illuminationFresnel = 0.5f;
+        h->manager.state().modelColor = {0.9f, 0.8f, 1, 1};
+    }
+    std::vector<Point3> Colours(MaterialPass pass) {
+        const Written drawn = h->Draw(pass, ball);
+        const Written positions = h->Draw(MaterialPass::WorldPosition, ball);
+        std::vector<Point3> colours;
+        for (std::size_t i = 0; i < drawn.colour[0].size(); ++i)
+            if (positions.colour[0][i].w != 0)
+                colours.push_back({drawn.colour[0][i].x, drawn.colour[0][i].y, drawn.colour[0][i].z});
+        return colours;
+    }
+};
+
+TEST_F(MaterialParts, PhysicalPartsAddUp) {
+    MakePhysical(0.6f, 0.35f, {255, 200, 100, 255});
+    h->material.pbrRefraction = 0.3f, h->material.pbrIoR = 1.4f;
+    h->material.pbrSpecularMultiplier = 1.5f;
+    for (const bool fog : {false, true}) {
+        h->settings.fog.enabled = fog;
+        h->settings.fog.colour = {0.2f, 0.3f, 0.9f};
+        h->settings.fog.start = 0, h->settings.fog.range = 4000;
+        // The body's own light is added without the fog.
+        h->material.illuminationIntensity = fog ? 0 : 0.4f;
+        const auto whole = Colours(MaterialPass::Image);
+        std::vector<Point3> sum(whole.size());
+        for (const MaterialPass part :
+             {MaterialPass::Diffuse, MaterialPass::Specular, MaterialPass::Reflection,
+              MaterialPass::Refraction, MaterialPass::Illumination}) {
+            const auto colours = Colours(part);
+            double light = 0;
+            for (std::size_t i = 0; i < sum.size(); ++i) sum[i] += colours[i], light += colours[i].x;
+            EXPECT_TRUE(light > 1 || (fog && part == MaterialPass::Illumination)) << static_cast<int>(part);
+        }
+        for (std::size_t i = 0; i < sum.size(); ++i) ExpectColour(sum[i], whole[i], 2e-3f);
+    }
+}
+
+TEST_F(MaterialParts, StandardPartsAddUp) {
+    h->material.type = MaterialType::Standard;
+    h->material.specularShininess = 0.2f, h->material.specular = 0.8f;
+    h->material.reflectionIntensity = 0.4f, h->material.reflectionFresnel = 1,
+    h->material.reflectionFresnelBias = 0.3f;
+    h->material.refractionIntensity = 0.3f, h->material.refractionFresnel = -0.5f;
+    const Point3 tint{0.9f, 0.8f, 1};
+    for (const auto mode : {ReflectionBlend::Normal, ReflectionBlend::NormalClamp, ReflectionBlend::Add}) {
+        h->material.reflectionBlend = h->material.refractionBlend = mode;
+        const auto whole = Colours(MaterialPass::Image), diffuse = Colours(MaterialPass::Diffuse),
+                   specular = Colours(MaterialPass::Specular), reflection = Colours(MaterialPass::Reflection),
+                   refraction = Colours(MaterialPass::Refraction), own = Colours(MaterialPass::Illumination);
+        for (std::size_t i = 0; i < whole.size(); ++i) {
+            // The surroundings are white, so a reflected part is its own intensity times the tint.
+            const auto combined = [&](float d, float s, float r, float t, float e, float n) {
+                if (mode == ReflectionBlend::Add) return d + s + r + t + e;
+                return e + s + (d * (1 - t / n) + t) * (1 - r / n) + r;
+            };
+            const Point3 want{
+                combined(diffuse[i].x, specular[i].x, reflection[i].x, refraction[i].x, own[i].x, tint.x),
+                combined(diffuse[i].y, specular[i].y, reflection[i].y, refraction[i].y, own[i].y, tint.y),
+                combined(diffuse[i].z, specular[i].z, reflection[i].z, refraction[i].z, own[i].z, tint.z)};
+            ExpectColour(whole[i], want, 2e-3f);
+        }
+    }
+}
+
+TEST_F(MaterialParts, MixerScalesItsPart) {
+    h->material.reflectionIntensity = 0.4f;
+    h->material.refractionIntensity = 0.3f;
+    h->material.reflectionBlend = h->material.refractionBlend = ReflectionBlend::Add;
+    struct Row {
+        float MixerSettings::*share;
+        MaterialPass part;
+    };
+    for (const auto type : {MaterialType::Standard, MaterialType::Physical}) {
+        h->material.type = type;
+        h->material.pbrReflectivity = 0.4f, h->material.pbrRefraction = 0.3f;
+        for (const Row& row : {Row{&MixerSettings::specular, MaterialPass::Specular},
+                               Row{&MixerSettings::emissive, MaterialPass::Illumination},
+                               Row{&MixerSettings::refract, MaterialPass::Refraction},
+                               Row{&MixerSettings::reflect, MaterialPass::Reflection}}) {
+            // A Physical body that reflects less has more of the rest, and its edge still reflects.
+            if (type == MaterialType::Physical && row.part == MaterialPass::Reflection) continue;
+            const auto full = Colours(row.part);
+            h->settings.mixer.*row.share = 0.5f;
+            const auto half = Colours(row.part);
+            h->settings.mixer.*row.share = 1;
+            for (std::size_t i = 0; i < full.size(); ++i) ExpectColour(half[i], full[i] * 0.5f, 1e-4f);
+        }
+    }
+}
+
+} // namespace
+} // namespace velorin
