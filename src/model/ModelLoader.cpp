@@ -1,9 +1,13 @@
 #include "model/ModelLoader.h"
 
 #include "core/document/SceneModel.h"
+#include "model/DefaultModel.h"
 #include "model/LayerPlane.h"
+#include "model/ModelCache.h"
 #include "model/ModelPaths.h"
+#include "model/ModelRecord.h"
 #include "model/ModelTools.h"
+#include "model/PackFile.h"
 #include "model/extrusion/BuildExtrusion.h"
 #include "model/obj/ModelObj.h"
 #include "model/vector/VectorFile.h"
@@ -49,14 +53,30 @@ bool LoadGuarded(FileModel& file, const std::string& path, bool loadMaterials, b
     }
 }
 
+bool LoadBundleEntry(const BundlePath& place, const std::string& dataFolder, ModelData& data) {
+    PackFile pack;
+    pack.Open(ResolveModelPath(place.bundle, dataFolder), true, false);
+    const PackEntry entry = pack.Get(place.entry);
+    if (ReadModelRecord(entry.bytes(), data)) return true;
+    const char* const reason = !entry ? "is not in its bundle" : "is no model record";
+    Log("Failed to load model: %s", (place.bundle + ">" + place.entry).c_str());
+    ReportWarning("Model " + place.bundle + ">" + place.entry + " " + reason + ".");
+    return false;
+}
+
+// A file is parsed once; what it gave is kept in the cache, with its materials or not at all.
 bool LoadFile(const SceneModel& model, const std::string& dataFolder, ModelData& data) {
-    constexpr std::string_view kBundle = ".qbndl>";
-    if (model.path.find(kBundle) != std::string::npos) {
-        Log("No reader for content bundles: %s", model.path.c_str());
-        return false;
-    }
-    return LoadModelFile(ResolveModelPath(model.path, dataFolder), !model.noMaterials,
-                         model.type != ModelType::Sequence, data);
+    if (const auto place = SplitBundlePath(model.path)) return LoadBundleEntry(*place, dataFolder, data);
+    const std::string path = ResolveModelPath(model.path, dataFolder);
+    ModelCache* const cache = model.noMaterials ? nullptr : GetModelCache();
+    if (cache && cache->Find(model, path, data)) return true;
+    if (!LoadModelFile(path, !model.noMaterials, model.type != ModelType::Sequence, data)) return false;
+    if (cache && !cache->Store(model, path, data)) Log("No room in the model cache for %s", path.c_str());
+    return true;
+}
+
+bool LoadDefaultModel(const SceneModel&, const std::string&, ModelData& data) {
+    return ReadModelRecord(DefaultModelRecord(), data);
 }
 
 bool LoadLayerPlane(const SceneModel&, const std::string&, ModelData& data) {
@@ -84,7 +104,7 @@ struct Source {
     bool (*load)(const SceneModel& model, const std::string& dataFolder, ModelData& data);
 };
 constexpr Source kSources[] = {
-    {ModelType::Default, "default model", nullptr},
+    {ModelType::Default, "default model", LoadDefaultModel},
     {ModelType::File, "file", LoadFile},
     {ModelType::ImportedFile, "file", LoadFile},
     {ModelType::Extrusion, "extrusion", nullptr},

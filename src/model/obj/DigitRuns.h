@@ -54,7 +54,7 @@ public:
             const std::uint64_t mantissa =
                 whole + fraction < 8 ? ValueAroundPoint(start, whole, fraction)
                                      : Value(start, whole) * kTens[fraction] + Value(p_ - fraction, fraction);
-            value = static_cast<double>(static_cast<std::int64_t>(mantissa)) * kInversePowersOfTen[fraction];
+            value = static_cast<double>(static_cast<std::int64_t>(mantissa)) / kPowersOfTen[fraction];
         } else {
             value = static_cast<double>(Value(p_, whole));
             p_ += whole;

@@ -34,9 +34,6 @@ namespace velorin::obj {
 inline constexpr double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                           1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
                                           1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-inline constexpr double kInversePowersOfTen[] = {1e-0,  1e-1,  1e-2,  1e-3,  1e-4,  1e-5,  1e-6,  1e-7,
-                                                 1e-8,  1e-9,  1e-10, 1e-11, 1e-12, 1e-13, 1e-14, 1e-15,
-                                                 1e-16, 1e-17, 1e-18, 1e-19, 1e-20, 1e-21, 1e-22};
 inline constexpr int kLargestExactPower = 22; // the last power of ten that a double holds exactly
 
 namespace detail {
@@ -83,7 +80,7 @@ inline const char* ScanDigits(const char* p, const char* limit, std::uint64_t& m
 
 } // namespace detail
 
-// The result is at most half a unit in the last place, and one part in ten million of it, from the written
+// The result is at most half a unit in the last place, and a ten-millionth of that more, from the written
 // value.
 [[nodiscard]] inline const char* ScanFloat(const char* p, const char* limit, float& value) {
     const char* const start = p;
@@ -120,11 +117,11 @@ inline const char* ScanDigits(const char* p, const char* limit, std::uint64_t& m
     }
     if (exponent < -kLargestExactPower || exponent > kLargestExactPower)
         return ScanFloatCarefully(start, limit, value);
-    // Three roundings of 2^-53 (mantissa, inverse power, product): nothing beside a float's 2^-24. A
-    // multiplication is several times as fast as a division.
+    // One rounding of the mantissa and one of the quotient, both 2^-53: nothing beside a float's 2^-24, and
+    // none at all for a number that lies between two floats.
     double result = static_cast<double>(mantissa);
     if (exponent < 0)
-        result *= kInversePowersOfTen[-exponent];
+        result /= kPowersOfTen[-exponent];
     else
         result *= kPowersOfTen[exponent];
     value = static_cast<float>(negative ? -result : result);

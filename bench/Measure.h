@@ -1,0 +1,20 @@
+#pragma once
+
+#include <functional>
+
+// Measures a piece of work in processes of its own, so that nothing of one measurement is left for the next.
+namespace velorin::bench {
+
+struct Measurement {
+    double seconds = 0;   // the best of the runs
+    double peakBytes = 0; // that one run adds to the process's peak; pages of mapped files count
+    bool ok = false;      // the work returned true every time
+};
+
+// One child process runs `work` once for the memory, another `runs` times for the time.
+[[nodiscard]] Measurement Measure(int runs, const std::function<bool()>& work);
+
+// The number that `work` answers, computed in a process of its own; -1 when that fails.
+[[nodiscard]] double AskChild(const std::function<double()>& work);
+
+} // namespace velorin::bench

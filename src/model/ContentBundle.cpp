@@ -1,0 +1,201 @@
+#include "model/ContentBundle.h"
+
+#include "model/ModelData.h"
+#include "model/ModelLoader.h"
+#include "model/ModelRecord.h"
+#include "services/MappedFile.h"
+#include "services/Paths.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <set>
+#include <string_view>
+
+namespace velorin {
+
+namespace {
+
+constexpr const char* kIdEntry = "pack_id";
+constexpr const char* kFoldersEntry = "pack_folders";
+constexpr const char* kIndexEntry = "pack_index";
+constexpr std::string_view kSeparator = "||";
+
+std::vector<std::string> Split(std::string_view list) {
+    std::vector<std::string> parts;
+    while (!list.empty()) {
+        const std::size_t end = std::min(list.find(kSeparator), list.size());
+        if (end != 0) parts.emplace_back(list.substr(0, end));
+        list.remove_prefix(std::min(end + kSeparator.size(), list.size()));
+    }
+    return parts;
+}
+
+std::string Join(const std::vector<std::string>& parts) {
+    std::string list;
+    for (const std::string& part : parts) {
+        if (!list.empty()) list += kSeparator;
+        list += part;
+    }
+    return list;
+}
+
+std::string TextOf(PackFile& pack, const char* name) {
+    const PackEntry entry = pack.Get(name);
+    return {reinterpret_cast<const char*>(entry.bytes().data()), entry.bytes().size()};
+}
+
+std::string WithSlash(const std::string& folder) {
+    return folder.empty() || folder.ends_with('/') ? folder : folder + '/';
+}
+
+std::string Extension(const std::string& path) {
+    std::string extension = std::filesystem::path(path).extension().string();
+    for (char& c : extension)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
+    return extension;
+}
+
+// What is stored as it stands.
+bool IsPlainItem(const std::string& extension) {
+    constexpr std::string_view kinds[] = {".qmx", ".qmt", ".qbv", ".png", ".jpg",
+                                          ".hdr", ".exr", ".pic", ".dds"};
+    return std::find(std::begin(kinds), std::end(kinds), extension) != std::end(kinds);
+}
+
+enum class Added { Stored, Skipped, NoRoom };
+
+Added AddFile(PackFile& pack, const std::string& folder, const std::string& name) {
+    const std::string path = folder + "/" + name, extension = Extension(name);
+    if (extension == ".obj") {
+        ModelData data;
+        if (!LoadModelFile(path, true, true, data)) return Added::Skipped;
+        return pack.Put(name, WriteModelRecord(data, 0)) ? Added::Stored : Added::NoRoom;
+    }
+    if (!IsPlainItem(extension)) return Added::Skipped;
+    const MappedFile file = MappedFile::Open(path, FileAccess::Read);
+    if (!file.valid() || file.bytes().empty()) return Added::Skipped;
+    return pack.Put(name, file.bytes()) ? Added::Stored : Added::NoRoom;
+}
+
+// "a/b/c.obj" stands in the folders "a/" and "a/b/".
+void AddFoldersOf(const std::string& name, std::set<std::string>& folders) {
+    for (std::size_t slash = name.find('/'); slash != std::string::npos; slash = name.find('/', slash + 1))
+        folders.insert(name.substr(0, slash + 1));
+}
+
+bool PutText(PackFile& pack, const char* name, const std::string& text) {
+    return text.empty() || pack.Put(name, AsBytes(text));
+}
+
+} // namespace
+
+ContentBundle::ContentBundle(const std::string& path) {
+    pack_.Open(path, true, false);
+}
+
+bool ContentBundle::IsOpen() {
+    ReadIndex();
+    return pack_.state() == PackFile::State::Open;
+}
+
+std::string ContentBundle::Id() {
+    return TextOf(pack_, kIdEntry);
+}
+
+void ContentBundle::ReadIndex() {
+    if (indexed_) return;
+    indexed_ = true;
+    folders_ = Split(TextOf(pack_, kFoldersEntry));
+    items_ = Split(TextOf(pack_, kIndexEntry));
+}
+
+const std::vector<std::string>& ContentBundle::Folders() {
+    ReadIndex();
+    return folders_;
+}
+
+const std::vector<std::string>& ContentBundle::Items() {
+    ReadIndex();
+    return items_;
+}
+
+std::vector<std::string> ContentBundle::ListFolders(const std::string& parent) {
+    const std::string start = WithSlash(parent);
+    std::vector<std::string> names;
+    std::set<std::string> seen;
+    for (const std::string& folder : Folders()) {
+        if (!folder.starts_with(start)) continue;
+        std::string name = folder.substr(start.size());
+        name = name.substr(0, name.find('/'));
+        if (!name.empty() && seen.insert(name).second) names.push_back(std::move(name));
+    }
+    return names;
+}
+
+std::vector<std::string> ContentBundle::ListFolderItems(const std::string& folder) {
+    const std::string start = WithSlash(folder);
+    std::vector<std::string> names;
+    for (const std::string& item : Items())
+        if (item.size() > start.size() && item.starts_with(start) &&
+            item.find('/', start.size()) == std::string::npos)
+            names.push_back(item.substr(start.size()));
+    return names;
+}
+
+std::vector<std::string> ListFilesBelow(const std::string& folder) {
+    namespace fs = std::filesystem;
+    std::vector<std::string> names;
+    std::error_code error;
+    const fs::path root(std::u8string(folder.begin(), folder.end()));
+    fs::recursive_directory_iterator entry(root, fs::directory_options::skip_permission_denied, error), end;
+    for (; !error && entry != end; entry.increment(error))
+        if (entry->is_regular_file(error) && !entry->is_symlink(error))
+            names.push_back(entry->path().lexically_relative(root).generic_string());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+BundleResult CreateBundle(const std::string& folder, const std::string& path, const std::string& id) {
+    BundleResult result;
+    std::error_code ignored;
+    if (!std::filesystem::is_directory(std::u8string(folder.begin(), folder.end()), ignored)) {
+        result.error = folder + ": is not a folder.";
+        return result;
+    }
+    const std::string temporary = path + ".part";
+    const std::u8string temporaryName(temporary.begin(), temporary.end());
+    std::filesystem::remove(temporaryName, ignored);
+    std::vector<std::string> items;
+    std::set<std::string> folders;
+    bool fits = true;
+    {
+        PackFile pack;
+        pack.Open(temporary, false, false);
+        for (const std::string& name : ListFilesBelow(folder)) {
+            const Added added = AddFile(pack, folder, name);
+            if (added == Added::Skipped) {
+                result.skipped.push_back(name);
+                continue;
+            }
+            if (added == Added::NoRoom) fits = false;
+            items.push_back(name);
+            AddFoldersOf(name, folders);
+        }
+        fits = fits && PutText(pack, kIdEntry, id.empty() ? "content" : id) &&
+               PutText(pack, kFoldersEntry, Join({folders.begin(), folders.end()})) &&
+               PutText(pack, kIndexEntry, Join(items));
+    }
+    const std::string lock = temporary + ".lock";
+    std::filesystem::remove(std::u8string(lock.begin(), lock.end()), ignored);
+    if (!fits || RenameFile(temporary, path) != 0) {
+        std::filesystem::remove(temporaryName, ignored);
+        result.error = path + (fits ? ": cannot be written."
+                                    : ": the bundle has no room for all files, or the disk is full.");
+        return result;
+    }
+    result.items = items.size();
+    result.ok = true;
+    return result;
+}
+
+} // namespace velorin
