@@ -1,0 +1,51 @@
+#pragma once
+
+#include "core/FrameParams.h"
+#include "core/Replicator.h"
+#include "core/document/Scene.h"
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace velorin::test {
+
+// Surfaces by path, in place of loaded geometry; counts how often each was read.
+class FakeSurfaces : public SurfaceSource {
+public:
+    std::map<std::string, Vertices> byPath;
+    std::map<std::string, int> reads;
+
+    [[nodiscard]] std::string SurfaceKey(const SceneModel&, const std::string& path) override { return path; }
+    [[nodiscard]] Vertices ReadSurface(const SceneModel&, const std::string& path) override {
+        ++reads[path];
+        return byPath[path];
+    }
+    // A geometry of the cube of half-edge 1 with one mesh, all normals up (0, -1, 0).
+    void Put(const std::string& path, const std::vector<Point3>& positions);
+};
+
+// An enabled group of a shape at the origin, one unit large: "Shape Scale" 1 and "Particle Size" 1.
+[[nodiscard]] GroupParams PlainGroup(ReplicatorShape shape, std::uint32_t count);
+
+// The particles of group 1 with this block, without an engine.
+[[nodiscard]] std::vector<Particle> Particles(const GroupParams& group, Point3 camera = {0, 0, -1000});
+
+// Pixels of an alpha mask in rows of text, '#' set; channels in the depth asked for, rows padded by 16 bytes.
+class MaskLayer {
+public:
+    MaskLayer(const std::vector<std::string>& rows, std::uint32_t bytesPerChannel);
+    [[nodiscard]] ImageHeader header();
+
+private:
+    std::vector<std::byte> bytes_;
+    ImageHeader header_;
+};
+
+// Rotation of a row vector by a quaternion from the definition: conj(q) * (v, 0) * q, that is q* v q.
+[[nodiscard]] Point3 Turned(Point3 v, Quaternion q);
+
+void ExpectNear(Point3 actual, Point3 expected, float tolerance, const std::string& what);
+
+} // namespace velorin::test
