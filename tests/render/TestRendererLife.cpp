@@ -1,0 +1,93 @@
+#include "render/DrawRecord.h"
+#include "render/FrameBuffers.h"
+#include "render/LayerTexture.h"
+#include "render/RenderSettings.h"
+#include "render/Renderer.h"
+#include "render/VelorinRenderer.h"
+#include "render/gl/Handles.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdlib>
+#include <string>
+#include <thread>
+
+// Starting and stopping: what must not share a renderer with other tests.
+
+namespace velorin {
+namespace {
+
+TEST(RendererLife, StartsStopsAndStartsAgainWithoutLeavingAnything) {
+    Renderer renderer;
+    EXPECT_FALSE(renderer.ready());
+    EXPECT_FALSE(renderer.SetContext());
+    LayerTexture survivor;
+    std::array<std::uint8_t, 16> pixels{};
+    for (int round = 0; round < 3; ++round) {
+        ASSERT_EQ(renderer.Init(), InitError::Done) << renderer.InitMessage();
+        ASSERT_TRUE(renderer.SetContext());
+        EXPECT_TRUE(survivor.empty()); // its context is gone
+        VelorinRenderer scene(renderer);
+        ASSERT_TRUE(scene.Initialize());
+        RenderSettings settings; // asks for 8 samples: the driver's limit is taken when it is lower
+        renderer.SetFrameSize(16, 8);
+        ASSERT_EQ(renderer.SetupRender(settings), SetupResult::Done);
+        EXPECT_EQ(renderer.frameBuffers().key().sampleCount, ClampSamples(8, renderer.driver().maxSamples));
+        scene.Render(settings, DrawList(), true);
+        renderer.BlendToFinal(1);
+        ASSERT_TRUE(renderer.UploadTexture({2, 2, 1, 8, pixels.data()}, survivor));
+        EXPECT_GT(gl::LiveObjects(), 20u);
+    }
+    survivor = LayerTexture();
+    renderer.Shutdown();
+    EXPECT_EQ(gl::LiveObjects(), 0u);
+    EXPECT_FALSE(renderer.ready());
+    EXPECT_FALSE(renderer.SetContext());
+}
+
+TEST(RendererLife, HandlesMayDieOnAnyThread) {
+    Renderer renderer;
+    ASSERT_EQ(renderer.Init(), InitError::Done) << renderer.InitMessage();
+    LayerTexture layer;
+    std::array<std::uint8_t, 16> pixels{};
+    ASSERT_TRUE(renderer.UploadTexture({2, 2, 1, 8, pixels.data()}, layer));
+    const std::uint32_t live = gl::LiveObjects(gl::ObjectKind::Texture);
+    std::thread([&layer] { layer = LayerTexture(); }).join();
+    EXPECT_EQ(gl::LiveObjects(gl::ObjectKind::Texture), live); // waits for the context
+    ASSERT_TRUE(renderer.SetContext());
+    EXPECT_EQ(gl::LiveObjects(gl::ObjectKind::Texture), live - 1);
+}
+
+TEST(RendererLife, SaysWhyThereIsNoContext) {
+    const char* before = std::getenv("EGL_PLATFORM");
+    const std::string platform = before ? before : "";
+    const char* display = std::getenv("DISPLAY");
+    const std::string displayBefore = display ? display : "";
+    setenv("EGL_PLATFORM", "x11", 1);
+    setenv("DISPLAY", ":987", 1); // nobody listens there
+    Renderer renderer;
+    const InitError error = renderer.Init();
+    before ? setenv("EGL_PLATFORM", platform.c_str(), 1) : unsetenv("EGL_PLATFORM");
+    display ? setenv("DISPLAY", displayBefore.c_str(), 1) : unsetenv("DISPLAY");
+    EXPECT_EQ(error, InitError::NoContext);
+    EXPECT_FALSE(renderer.ready());
+    EXPECT_FALSE(renderer.InitMessage().empty());
+    VelorinRenderer scene(renderer);
+    EXPECT_FALSE(scene.Initialize());
+    scene.Render(RenderSettings(), DrawList(), true); // nothing happens
+    EXPECT_TRUE(scene.pickList().empty());
+}
+
+TEST(Samples, AreAPowerOfTwoWithinTheLimit) {
+    EXPECT_EQ(ClampSamples(0, 8), 0);
+    EXPECT_EQ(ClampSamples(-1, 8), 0);
+    EXPECT_EQ(ClampSamples(32, 8), 8);
+    EXPECT_EQ(ClampSamples(16, 4), 4);
+    EXPECT_EQ(ClampSamples(6, 8), 4);
+    EXPECT_EQ(ClampSamples(1, 8), 1);
+    EXPECT_EQ(ClampSamples(8, 0), 0);
+}
+
+} // namespace
+} // namespace velorin
