@@ -135,7 +135,18 @@ void AEPlugin::About(PluginCall& call) {
     text.copy(call.out_data->return_msg, sizeof call.out_data->return_msg - 1);
 }
 
-void AEPlugin::SmartPreRender(PluginCall&) {
+// Declares the input layer under checkout id 0 and answers with its extent.
+void AEPlugin::SmartPreRender(PluginCall& call) {
+    constexpr A_long kInputId = 0;
+    auto& extra = *static_cast<PF_PreRenderExtra*>(call.extra);
+    const PF_InData& in = *call.in_data;
+    PF_RenderRequest request = extra.input->output_request;
+    PF_CheckoutResult input{};
+    call.err = extra.cb->checkout_layer(in.effect_ref, 0, kInputId, &request, in.current_time, in.time_step,
+                                        in.time_scale, &input);
+    if (call.err != PF_Err_NONE) return;
+    extra.output->result_rect = JoinResult(extra.output->result_rect, input.result_rect);
+    extra.output->max_result_rect = JoinResult(extra.output->max_result_rect, input.max_result_rect);
 }
 
 void AEPlugin::SmartRender(PluginCall&) {
