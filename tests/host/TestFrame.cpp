@@ -1,0 +1,219 @@
+#include "host/FakeHost.h"
+#include "host/HostMemory.h"
+#include "host/SceneValue.h"
+#include "host/api/Introspection.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <unistd.h>
+
+namespace velorin {
+namespace {
+
+// The whole way of a frame through the plug-in's entry, with a real context.
+class Frame : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_EQ(host.Start(), PF_Err_NONE);
+        EXPECT_EQ(host.out.num_params, 2428);
+        ASSERT_EQ(host.Send(PF_Cmd_SEQUENCE_SETUP), PF_Err_NONE);
+        path =
+            std::filesystem::temp_directory_path() / ("velorin_frame_" + std::to_string(getpid()) + ".obj");
+        WriteCube();
+    }
+    void TearDown() override {
+        EXPECT_EQ(host.Send(PF_Cmd_SEQUENCE_SETDOWN), PF_Err_NONE);
+        PF_ArbParamsExtra dispose{};
+        dispose.which_function = PF_Arbitrary_DISPOSE_FUNC;
+        dispose.u.dispose_func_params.arbH = host.Row(4).u.arb_d.value;
+        EXPECT_EQ(host.Send(PF_Cmd_ARBITRARY_CALLBACK, &dispose), PF_Err_NONE);
+        EXPECT_EQ(host.Send(PF_Cmd_GLOBAL_SETDOWN), PF_Err_NONE);
+        EXPECT_EQ(host.handles, 0u);
+        EXPECT_EQ(host.checkedOut, 0);
+        EXPECT_EQ(host.suitesOut, 0);
+        std::filesystem::remove(path);
+    }
+    void WriteCube() {
+        std::ofstream file(path);
+        for (const int z : {-1, 1})
+            for (const int y : {-1, 1})
+                for (const int x : {-1, 1}) file << "v " << x << ' ' << y << ' ' << z << '\n';
+        // Counter-clockwise from outside, y up.
+        file << "f 5 6 8 7\nf 2 1 3 4\nf 6 2 4 8\nf 1 5 7 3\nf 7 8 4 3\nf 1 2 6 5\n";
+    }
+    // Puts the cube into the scene of "Scene Settings".
+    void AddCube() {
+        const HandleLock lock(host.in.utils, host.Row(4).u.arb_d.value);
+        SceneValue& value = *SceneValueIn(lock.memory());
+        auto model = Ref<SceneModel>::Make(ModelType::ImportedFile);
+        model->path = path.string();
+        model->name = "Cube";
+        model->normalMode = NormalMode::Auto;
+        value.scene->models.push_back(model);
+        value.Touch();
+    }
+    nlohmann::json Ask(const nlohmann::json& request) {
+        const std::string text = request.dump();
+        std::string answer;
+        IntrospectionRequest record;
+        record.request = text.c_str();
+        record.context = &answer;
+        record.respond = [](void* context, const void* bytes, std::uint64_t size) {
+            static_cast<std::string*>(context)->assign(static_cast<const char*>(bytes), size);
+        };
+        GeneralCall general{kIntrospectionCall, &record};
+        EXPECT_EQ(host.Send(PF_Cmd_COMPLETELY_GENERAL, &general), PF_Err_NONE);
+        return nlohmann::json::parse(answer, nullptr, false);
+    }
+
+    FakeHost host;
+    std::filesystem::path path;
+};
+
+TEST_F(Frame, DrawsACubeInTheMiddleAtEveryDepth) {
+    AddCube();
+    host.Row(185).u.fs_d.value = 1; // Particle Size: half an edge of 25 pixels
+    for (const int depth : {8, 16, 32}) {
+        FakeFrame frame(host, 160, 90, depth);
+        ASSERT_EQ(frame.Render(), PF_Err_NONE);
+        EXPECT_EQ(host.out.return_msg[0], 0) << host.out.return_msg;
+        EXPECT_EQ(frame.resultRect.right, 160);
+        const double one = depth == 8 ? 255 : depth == 16 ? 32768 : 1;
+        EXPECT_NEAR(frame.At(80, 45, 0), one, one * 0.01) << depth;
+        EXPECT_GT(frame.At(80, 45, 1), 0) << depth;
+        for (const auto& [x, y] : {std::pair{2, 2}, {157, 2}, {2, 87}, {157, 87}})
+            EXPECT_EQ(frame.At(x, y, 0), 0) << depth;
+        // The front face lies 25 pixels before the comp's plane, and the eye 160 * 50 / 36 before that.
+        const double distance = 160 * 50.0 / 36, side = 50 * distance / (distance - 25);
+        EXPECT_NEAR(static_cast<double>(frame.PixelsDrawn()), side * side, side * 3) << depth;
+    }
+}
+
+TEST_F(Frame, TheSecondFrameUploadsNothing) {
+    AddCube();
+    FakeFrame first(host, 160, 90, 8), second(host, 160, 90, 8);
+    ASSERT_EQ(first.Render(), PF_Err_NONE);
+    EXPECT_GT(Ask({{"do", "frame"}})["uploads"], 0);
+    ASSERT_EQ(second.Render(), PF_Err_NONE);
+    const nlohmann::json frame = Ask({{"do", "frame"}});
+    EXPECT_EQ(frame["uploads"], 0);
+    EXPECT_EQ(frame["programs"], 0);
+    EXPECT_TRUE(frame["stages"].contains("PluginRender"));
+    // Another value with the same contents is the same scene.
+    {
+        const HandleLock lock(host.in.utils, host.Row(4).u.arb_d.value);
+        SceneValueIn(lock.memory())->Touch();
+    }
+    FakeFrame third(host, 160, 90, 8);
+    ASSERT_EQ(third.Render(), PF_Err_NONE);
+    EXPECT_EQ(Ask({{"do", "frame"}})["uploads"], 0);
+}
+
+TEST_F(Frame, DeclaresAndTakesEachLayerOnce) {
+    host.Row(104).u.pd.value = 6; // group 1: Layer
+    FakeFrame frame(host, 160, 90, 8);
+    ASSERT_EQ(frame.Render(), PF_Err_NONE);
+    std::vector<A_long> expected = {0, 20};
+    for (A_long id = 1852; id <= 1861; ++id) expected.push_back(id);
+    expected.push_back(114);
+    EXPECT_EQ(frame.taken, expected);
+}
+
+TEST_F(Frame, MotionBlurReportsEachPassAndStops) {
+    AddCube();
+    host.Row(1102).u.pd.value = 2;
+    host.Row(1103).u.fs_d.value = 5;
+    FakeFrame whole(host, 160, 90, 8);
+    ASSERT_EQ(whole.Render(), PF_Err_NONE);
+    EXPECT_EQ(host.progressCalls, 5);
+    EXPECT_GT(whole.PixelsDrawn(), 0u);
+    host.progressCalls = 0;
+    host.stopAtProgress = 3;
+    FakeFrame stopped(host, 160, 90, 8);
+    EXPECT_EQ(stopped.Render(), PF_Interrupt_CANCEL);
+    EXPECT_EQ(host.progressCalls, 3);
+    EXPECT_EQ(stopped.PixelsDrawn(), 0u);
+    EXPECT_EQ(host.in.current_time, 0);
+    host.stopAtProgress = -1;
+    FakeFrame again(host, 160, 90, 8);
+    EXPECT_EQ(again.Render(), PF_Err_NONE);
+    EXPECT_EQ(again.PixelsDrawn(), whole.PixelsDrawn());
+}
+
+TEST_F(Frame, UnifiedAloneDrawsNothing) {
+    AddCube();
+    host.Row(1950).u.pd.value = 4;
+    FakeFrame frame(host, 160, 90, 8);
+    EXPECT_EQ(frame.Render(), PF_Err_NONE);
+    EXPECT_EQ(frame.PixelsDrawn(), 0u);
+    EXPECT_EQ(host.progressCalls, 0);
+}
+
+TEST_F(Frame, AFrameBeyondTheDriverSaysSo) {
+    host.in.width = 40000;
+    host.in.height = 4;
+    FakeFrame frame(host, 40000, 4, 8);
+    EXPECT_EQ(frame.Render(), PF_Err_NONE);
+    EXPECT_STREQ(host.out.return_msg, "Your video card does not support the selected configuration,\n please "
+                                      "reduce the layer size.");
+    EXPECT_EQ(frame.PixelsDrawn(), 0u);
+}
+
+TEST_F(Frame, AnInstanceStoredAsNothingStillDraws) {
+    AddCube();
+    const PF_Handle kept = host.in.sequence_data;
+    host.in.sequence_data = nullptr;
+    FakeFrame frame(host, 160, 90, 8);
+    EXPECT_EQ(frame.Render(), PF_Err_NONE);
+    EXPECT_GT(frame.PixelsDrawn(), 0u);
+    host.in.sequence_data = kept;
+}
+
+// A duplicate shares the loaded geometry; what one instance gives back the other keeps.
+TEST_F(Frame, DuplicatesShareTheirModels) {
+    AddCube();
+    FakeFrame frame(host, 160, 90, 8);
+    ASSERT_EQ(frame.Render(), PF_Err_NONE);
+    ASSERT_EQ(host.Send(PF_Cmd_SEQUENCE_FLATTEN), PF_Err_NONE);
+    const PF_Handle twin = host.HandleOf(host.BytesOf(host.in.sequence_data));
+    ASSERT_EQ(host.Send(PF_Cmd_SEQUENCE_RESETUP), PF_Err_NONE);
+    const PF_Handle original = host.in.sequence_data;
+    host.in.sequence_data = twin;
+    ASSERT_EQ(host.Send(PF_Cmd_SEQUENCE_RESETUP), PF_Err_NONE);
+    FakeFrame twinFrame(host, 160, 90, 8);
+    ASSERT_EQ(twinFrame.Render(), PF_Err_NONE);
+    EXPECT_EQ(twinFrame.PixelsDrawn(), frame.PixelsDrawn());
+    ASSERT_EQ(host.Send(PF_Cmd_SEQUENCE_SETDOWN), PF_Err_NONE);
+    host.in.sequence_data = original;
+    FakeFrame again(host, 160, 90, 8);
+    ASSERT_EQ(again.Render(), PF_Err_NONE);
+    EXPECT_EQ(again.PixelsDrawn(), frame.PixelsDrawn());
+}
+
+TEST_F(Frame, AnswersQuestionsAboutItself) {
+    const nlohmann::json params = Ask({{"do", "params"}});
+    ASSERT_EQ(params.size(), 2427u);
+    EXPECT_EQ(params[5]["name"], "1. Particle Count");
+    EXPECT_EQ(params[5]["index"], 6);
+    EXPECT_EQ(params[5]["sliderMax"], 100);
+    EXPECT_EQ(params[1]["kind"], "arbitrary");
+    AddCube();
+    EXPECT_TRUE(Ask({{"do", "capture"}, {"what", {"particles", "draws"}}, {"group", 1}}).is_object());
+    FakeFrame frame(host, 160, 90, 8);
+    ASSERT_EQ(frame.Render(), PF_Err_NONE);
+    const nlohmann::json captured = Ask({{"do", "captured"}});
+    ASSERT_EQ(captured["particles"].size(), 1u);
+    EXPECT_EQ(captured["particles"][0]["position"], nlohmann::json({80, 45, 0}));
+    ASSERT_EQ(captured["draws"].size(), 1u);
+    EXPECT_EQ(captured["draws"][0]["model"], "Cube");
+    EXPECT_TRUE(Ask({{"do", "devices"}})["gl"]["ready"]);
+    EXPECT_TRUE(Ask({{"do", "nonsense"}}).contains("error"));
+    EXPECT_TRUE(Ask(nlohmann::json("text")).contains("error"));
+}
+
+} // namespace
+} // namespace velorin

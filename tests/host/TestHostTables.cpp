@@ -1,0 +1,129 @@
+#include "host/HostLights.h"
+#include "host/JitterTables.h"
+#include "host/LightPresets.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace velorin {
+namespace {
+
+TEST(JitterTables, AreCentredAndWellSpread) {
+    const std::size_t sizes[] = {47, 90, 161, 331};
+    for (int quality = 1; quality <= 4; ++quality) {
+        const auto table = JitterTable(quality);
+        const auto n = static_cast<double>(table.size());
+        ASSERT_EQ(table.size(), sizes[quality - 1]);
+        double meanX = 0, meanY = 0, second = 0, nearest = 1;
+        std::array<int, 8> sectors{};
+        for (std::size_t i = 0; i < table.size(); ++i) {
+            const double x = static_cast<double>(table[i].x) - 0.5, y = static_cast<double>(table[i].y) - 0.5;
+            meanX += x / n;
+            meanY += y / n;
+            second += (x * x + y * y) / n;
+            EXPECT_LE(std::hypot(x, y), 0.5 + 1e-6);
+            const double turn = (std::atan2(y, x) / (2 * 3.14159265358979) + 1) * 8;
+            ++sectors[static_cast<std::size_t>(turn) % 8];
+            for (std::size_t j = 0; j < i; ++j)
+                nearest = std::min(nearest, std::hypot(static_cast<double>(table[i].x - table[j].x),
+                                                       static_cast<double>(table[i].y - table[j].y)));
+        }
+        EXPECT_NEAR(meanX, 0, 0.01) << quality;
+        EXPECT_NEAR(meanY, 0, 0.01) << quality;
+        EXPECT_NEAR(second, 0.125, 1e-4) << "of an even disc of radius 1/2";
+        for (const int count : sectors) EXPECT_NEAR(count, n / 8, 1.0);
+        // Points of a hexagonal grid of the same density lie 2 * sqrt(area / (n * 2 * sqrt 3)) apart.
+        const double ideal = 2 * std::sqrt(3.14159265358979 / 4 / (n * 2 * std::sqrt(3.0)));
+        EXPECT_GT(nearest, 0.7 * ideal) << quality;
+    }
+}
+
+TEST(JitterTables, AnyLeadingPartIsSpread) {
+    for (int quality = 1; quality <= 4; ++quality) {
+        const auto table = JitterTable(quality);
+        Point2 mean;
+        for (std::size_t i = 0; i < 24; ++i) mean = mean + (table[i] - Point2{0.5f, 0.5f}) * (1 / 24.0f);
+        EXPECT_LT(std::hypot(mean.x, mean.y), 0.03) << quality;
+    }
+}
+
+TEST(LightPresets, EveryRigLightsTheFront) {
+    EXPECT_TRUE(LightPreset(0).empty());
+    EXPECT_TRUE(LightPreset(22).empty());
+    for (int popup = 1; popup <= kLightPresetCount; ++popup) {
+        const std::vector<SceneLight> lights = PlacePreset(popup, 1000, 500, 1, {});
+        ASSERT_FALSE(lights.empty()) << popup;
+        // Light that a small sphere in the middle sends to the viewer: no rig is black or blinding.
+        double total = 0;
+        for (const SceneLight& light : lights) {
+            const double strength =
+                static_cast<double>(light.intensity * (light.colour.x + light.colour.y + light.colour.z) / 3);
+            EXPECT_GT(strength, 0) << popup;
+            total += strength;
+            if (light.type == LightType::Ambient) continue;
+            EXPECT_NEAR(Length(light.direction), 1, 1e-5) << popup;
+            // The light travels from its place to the middle of the comp.
+            const Point3 way = Normalized(Point3{500, 250, 0} - light.position);
+            EXPECT_NEAR(Dot(way, light.direction), 1, 1e-4) << popup;
+        }
+        EXPECT_GT(total, 0.3) << popup;
+        EXPECT_LT(total, 3) << popup;
+    }
+}
+
+TEST(LightPresets, BrightnessAndRotationAct) {
+    const auto plain = PlacePreset(2, 1000, 500, 1, {});
+    Matrix halfTurn; // about y
+    halfTurn(0, 0) = halfTurn(2, 2) = -1;
+    const auto turned = PlacePreset(2, 1000, 500, 0.5f, halfTurn);
+    ASSERT_EQ(plain.size(), turned.size());
+    EXPECT_FLOAT_EQ(turned[0].intensity, plain[0].intensity / 2);
+    EXPECT_FLOAT_EQ(turned[0].direction.x, -plain[0].direction.x);
+    EXPECT_FLOAT_EQ(turned[0].direction.y, plain[0].direction.y);
+    EXPECT_FLOAT_EQ(turned[0].direction.z, -plain[0].direction.z);
+    // "Single Light" comes from the upper left in front: it travels right, down and away.
+    EXPECT_GT(plain[0].direction.x, 0);
+    EXPECT_GT(plain[0].direction.y, 0);
+    EXPECT_GT(plain[0].direction.z, 0);
+}
+
+TEST(HostLights, TakeOverTheHostsUnits) {
+    HostLight host;
+    host.type = AEGP_LightType_SPOT;
+    host.toWorld.mat[2][0] = 3; // a scaled axis
+    host.toWorld.mat[3][0] = 10;
+    host.toWorld.mat[3][1] = 20;
+    host.toWorld.mat[3][2] = -30;
+    host.colour = {1, 0.25, 0.5, 0.75};
+    host.intensity = 150;
+    host.coneAngle = 90;
+    host.coneFeather = 40;
+    host.castsShadows = true;
+    host.shadowDarkness = 80;
+    host.shadowDiffusion = 12;
+    SceneLight light;
+    ASSERT_TRUE(MakeSceneLight(host, light));
+    EXPECT_EQ(light.type, LightType::Spot);
+    EXPECT_EQ(light.position, (Point3{10, 20, -30}));
+    EXPECT_EQ(light.direction, (Point3{1, 0, 0}));
+    EXPECT_EQ(light.colour, (Point3{0.25f, 0.5f, 0.75f}));
+    EXPECT_FLOAT_EQ(light.intensity, 1.5f);
+    EXPECT_NEAR(light.coneAngle, 1.5707963f, 1e-6);
+    EXPECT_FLOAT_EQ(light.feather, 0.4f);
+    EXPECT_FLOAT_EQ(light.darkness, 0.8f);
+    EXPECT_EQ(light.diffusion, 12);
+    const std::pair<AEGP_LightType, LightType> types[] = {{AEGP_LightType_PARALLEL, LightType::Parallel},
+                                                          {AEGP_LightType_POINT, LightType::Point},
+                                                          {AEGP_LightType_AMBIENT, LightType::Ambient}};
+    for (const auto& [from, to] : types) {
+        host.type = from;
+        ASSERT_TRUE(MakeSceneLight(host, light));
+        EXPECT_EQ(light.type, to);
+    }
+    host.type = AEGP_LightType_ENVIRONMENT;
+    EXPECT_FALSE(MakeSceneLight(host, light));
+}
+
+} // namespace
+} // namespace velorin
