@@ -1,7 +1,7 @@
 # One place for compiler settings, so that every target is built alike.
 
 add_library(velorin_options INTERFACE)
-target_include_directories(velorin_options INTERFACE ${PROJECT_SOURCE_DIR}/src ${PROJECT_BINARY_DIR}/generated)
+target_include_directories(velorin_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
 # No fused multiply-add: the replicator and the geometry give the same bits on every compiler.
 target_compile_options(velorin_options INTERFACE -ffp-contract=off -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
@@ -74,4 +74,6 @@ function(velorin_embed_text TARGET NAMESPACE HEADER)
     DEPENDS ${INPUTS} ${PROJECT_SOURCE_DIR}/cmake/EmbedText.cmake VERBATIM)
   add_custom_target(${TARGET}_text DEPENDS ${OUT})
   add_dependencies(${TARGET} ${TARGET}_text)
+  # Only here: the same compiler line in every build folder lets ccache share the rest.
+  target_include_directories(${TARGET} PRIVATE ${PROJECT_BINARY_DIR}/generated)
 endfunction()
