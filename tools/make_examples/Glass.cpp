@@ -26,7 +26,7 @@ void Vessel(Solid& solid, const std::string& name, const std::string& material, 
 
 bool MakeGlass(const std::filesystem::path& folder) {
     Solid glass;
-    Vessel(glass, "Bottle", "Cobalt", {-92, 0, 18},
+    Vessel(glass, "Bottle", "Cobalt", {-92, 0, -18},
            {{0, 0},
             {20, 0},
             {34, 0.6f},
@@ -59,7 +59,7 @@ bool MakeGlass(const std::filesystem::path& folder) {
             {28, 9},
             {14, 12},
             {0, 15}});
-    Vessel(glass, "Goblet", "Ruby", {0, 0, -38},
+    Vessel(glass, "Goblet", "Ruby", {0, 0, 8},
            {{0, 0},   {30, 0},    {36, 0.5f}, {36.6f, 2},   {32, 3.4f}, {18, 5.6f},   {8, 9},
             {5, 15},  {4.4f, 30}, {4.6f, 44}, {7.4f, 50},   {7.4f, 54}, {5, 58},      {6, 66},
             {14, 74}, {26, 84},   {34, 98},   {37.4f, 114}, {37, 130},  {34.6f, 146}, {33.8f, 147.2f}},
@@ -75,7 +75,7 @@ bool MakeGlass(const std::filesystem::path& folder) {
                const float band = SmoothStep(72, 78, height) * (1 - SmoothStep(92, 104, height));
                return -1.1f * band * (0.5f - 0.5f * std::cos(angle * 12));
            });
-    Vessel(glass, "Jar", "Amber", {96, 0, 26},
+    Vessel(glass, "Jar", "Amber", {96, 0, -26},
            {{0, 0},
             {24, 0},
             {36, 0.8f},
@@ -113,11 +113,11 @@ bool MakeGlass(const std::filesystem::path& folder) {
         const char* material;
         Point3 center;
         float radius;
-    } marbles[] = {{"Emerald", {-44, 15, -78}, 15},
-                   {"Clear", {46, 19, -92}, 19},
-                   {"Cobalt", {82, 10, -104}, 10},
-                   {"Amber", {-78, 9, -96}, 9},
-                   {"Ruby", {14, 8, -120}, 8}};
+    } marbles[] = {{"Emerald", {-44, 15, 78}, 15},
+                   {"Clear", {46, 19, 92}, 19},
+                   {"Cobalt", {82, 10, 104}, 10},
+                   {"Amber", {-78, 9, 96}, 9},
+                   {"Ruby", {14, 8, 120}, 8}};
     for (const auto& marble : marbles) {
         glass.transform({});
         glass.material(marble.material);
@@ -139,8 +139,8 @@ bool MakeGlass(const std::filesystem::path& folder) {
 
     const struct {
         float x, z, radius;
-    } feet[] = {{-92, 18, 39}, {0, -38, 36},  {96, 26, 44},  {-44, -78, 13},
-                {46, -92, 16}, {82, -104, 9}, {-78, -96, 8}, {14, -120, 7}};
+    } feet[] = {{-92, -18, 39}, {0, 8, 36},   {96, -26, 44}, {-44, 78, 13},
+                {46, 92, 16},   {82, 104, 9}, {-78, 96, 8},  {14, 120, 7}};
     const Picture top = Paint(1024, 1024, [&](float u, float v) {
         // The table's own polar texture: u round, v from the rim (bottom of the picture is v = 0) to the
         // middle.

@@ -1,5 +1,6 @@
 #include "Picture.h"
 #include "Scenes.h"
+#include "Solid.h"
 
 #include <algorithm>
 #include <cmath>
@@ -66,6 +67,21 @@ bool MakeStudio(const std::filesystem::path& folder) {
     };
     const Picture glass =
         LightRoom(window, {0.75f, 0.82f, 0.95f}, {0.40f, 0.42f, 0.46f}, {0.18f, 0.16f, 0.15f});
+
+    // A wall behind the set, lit from its middle.
+    const Picture backdrop = Paint(512, 512, [](float u, float v) {
+        const float d = std::hypot((u - 0.5f) * 1.1f, v - 0.56f) * 2;
+        const float light = 0.16f + 0.84f * std::exp(-d * d * 1.6f);
+        const float dither = (Noise(u * 512, v * 512, 512, 6) - 0.5f) / 160; // no bands in the gradient
+        return Point3{light + dither, light + dither, light + dither};
+    });
+    Solid wall;
+    wall.group("Backdrop");
+    wall.material("Backdrop");
+    wall.surface(1, 1, [](float u, float v) { return Point3{1 - 2 * u, 2 * v - 1, 0}; });
+    if (!wall.write(folder / "backdrop.obj", "A wall that faces the viewer") ||
+        !WritePng(backdrop, folder / "backdrop.png"))
+        return false;
 
     return WriteHdr(room, folder / "studio.hdr") && WriteHdr(metal, folder / "strips.hdr") &&
            WriteHdr(glass, folder / "window.hdr");
