@@ -165,7 +165,7 @@ gl::Name MaterialStore::SlotTexture(const SceneMaterial& material, Channel chann
         const TextureEntry* entry =
             slot.customLayer < 0 ? list_.Find(PathOf(material, slot), flags, slot.amount) : nullptr;
         if (entry) {
-            if (normal && !material.convertBump) fill.twoChannelNormals = entry->fromBlocks;
+            if (normal) fill.twoChannelNormals = entry->twoChannelNormals;
             return entry->texture.name();
         }
     }

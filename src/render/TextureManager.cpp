@@ -65,7 +65,7 @@ double MillisecondsSince(std::int64_t ticks) {
 struct TextureManager::Loaded {
     gl::Texture texture;
     std::uint32_t width = 0, height = 0;
-    bool fromBlocks = false;
+    bool fromBlocks = false, dxt5 = false;
 };
 
 TextureManager::TextureManager(const FullScreenQuad& quad, const DriverInfo& driver,
@@ -140,6 +140,7 @@ TextureEntry* TextureManager::GetTexture(const std::string& path, std::uint32_t 
     entry->height = loaded.height;
     entry->texture = std::move(loaded.texture);
     entry->fromBlocks = loaded.fromBlocks;
+    entry->twoChannelNormals = loaded.dxt5 && (flags & kTextureNormalSlot) && !(flags & kTextureBump);
     entry->refCount = 1;
     entry->checked = true;
     const std::lock_guard lock(mutex_);
@@ -218,6 +219,7 @@ TextureManager::Loaded TextureManager::LoadDds(Bytes file, std::uint32_t flags, 
     loaded.width = dds->levels[first].width;
     loaded.height = dds->levels[first].height;
     loaded.fromBlocks = true;
+    loaded.dxt5 = dds->format == BlockFormat::Dxt5;
     loaded.texture = UploadBlocks(*dds, first, driver_);
     if (loaded.texture)
         ++statistics_.textureUploads;

@@ -43,6 +43,8 @@ struct TextureEntry {
     bool used = false;       // in this frame
     bool stale = false;      // the file has changed since: nobody gets this entry any more
     bool fromBlocks = false; // taken as compressed blocks from a ".dds" file
+    // For a normal slot from DXT5 blocks, which hold x in alpha, y in green and z in blue.
+    bool twoChannelNormals = false;
 };
 
 // Turns image files into GL textures and keeps them shared, and derives cube maps, roughness levels and

@@ -234,6 +234,23 @@ TEST_F(TextureManagerTest, DdsLevelsComeAsTheyAreStored) {
     manager().ReleaseTexture(entry);
 }
 
+TEST_F(TextureManagerTest, OnlyDxt5NormalsHaveTwoChannels) {
+    DdsOptions options;
+    options.fourCC = "DXT5";
+    const std::string dxt5 = Put("five.dds", MakeDds(options, std::vector<std::uint8_t>(16)));
+    const std::string dxt1 = Put("one.dds", PlainDds(4, 0, {0x1234}));
+    const auto twoChannels = [&](const std::string& path, std::uint32_t flags) {
+        TextureEntry* entry = manager().GetTexture(path, flags);
+        const bool answer = entry && entry->twoChannelNormals;
+        manager().ReleaseTexture(entry);
+        return answer;
+    };
+    EXPECT_TRUE(twoChannels(dxt5, kTexturePlain | kTextureNormalSlot));
+    EXPECT_FALSE(twoChannels(dxt5, kTexturePlain));
+    EXPECT_FALSE(twoChannels(dxt5, kTexturePlain | kTextureNormalSlot | kTextureBump));
+    EXPECT_FALSE(twoChannels(dxt1, kTexturePlain | kTextureNormalSlot));
+}
+
 TEST_F(TextureManagerTest, EachFaultIsToldOnce) {
     const std::string absent = folder.file("absent.png"),
                       broken = Put("broken.exr", ToBytes("no such thing"));

@@ -18,7 +18,7 @@ constexpr std::uint32_t FourCC(const char (&text)[5]) {
     return code;
 }
 
-constexpr std::uint32_t kHeaderSize = 124, kPixelFormatSize = 32;
+constexpr std::uint32_t kHeaderSize = 124;
 constexpr std::uint32_t kFlagPixelFormat = 0x1000, kFlagMipCount = 0x20000; // of the header
 constexpr std::uint32_t kFlagFourCC = 0x4;                                  // of the pixel format
 constexpr std::uint32_t kCapsTexture = 0x1000;

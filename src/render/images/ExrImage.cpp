@@ -57,7 +57,6 @@ struct HeaderFacts {
 };
 
 std::optional<std::string_view> TakeName(ByteReader& reader) {
-    std::string_view name;
     for (std::uint64_t start = reader.position(), length = 0; length < 256; ++length) {
         const auto c = reader.Read<char>();
         if (!c) return std::nullopt;

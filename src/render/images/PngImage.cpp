@@ -12,8 +12,7 @@ namespace velorin {
 
 namespace {
 
-// Deflate gives at most 1032 bytes a byte, and eight pixels of 1 bit lie in a byte.
-constexpr std::uint64_t kPixelsPerByte = 1032 * 8;
+constexpr std::uint64_t kBitsPerByte = 1032 * 8; // deflate gives at most 1032 bytes a byte
 
 struct PngSource {
     ByteReader reader;
@@ -53,7 +52,11 @@ bool ReadHeader(PngState& state, PngSource& source, std::uint64_t fileBytes) {
     png_read_info(png, state.info);
     const png_uint_32 width = png_get_image_width(png, state.info),
                       height = png_get_image_height(png, state.info);
-    if (!PlausibleSize(width, height, fileBytes, kPixelsPerByte, *source.reason)) return false;
+    const std::uint64_t pixelBits =
+        std::uint64_t{png_get_bit_depth(png, state.info)} * png_get_channels(png, state.info);
+    if (!PlausibleSize(width, height, fileBytes, kBitsPerByte / std::max<std::uint64_t>(pixelBits, 1),
+                       *source.reason))
+        return false;
     const bool deep = png_get_bit_depth(png, state.info) == 16;
     png_set_expand(png);
     png_set_gray_to_rgb(png);

@@ -8,8 +8,8 @@
 #include <cmath>
 #include <cstddef>
 #include <cstring>
+#include <memory>
 #include <span>
-#include <vector>
 
 // G. Ward, "Real Pixels", Graphics Gems II, 1991; run lengths as in G. W. Larson and R. Shakespeare,
 // "Rendering with Radiance", 1998, and its file format description.
@@ -18,8 +18,9 @@ namespace velorin {
 
 namespace {
 
-// Each scan line has at least one pixel of 4 bytes in the old form, and may repeat it.
-constexpr std::uint64_t kPixelsPerByte = 8192;
+// A scan line of one colour takes 12 bytes in the old form, up to a width of 65,536. Wider than 12,288, and
+// of one colour everywhere, is not taken for a picture.
+constexpr std::uint64_t kPixelsPerByte = 1024;
 constexpr std::uint64_t kMaxHeaderBytes = 1 << 20;
 constexpr std::size_t kMinNewRunLength = 8, kMaxNewRunLength = 0x7FFF;
 
@@ -208,7 +209,9 @@ std::optional<Image> DecodeRadiance(Bytes file, std::string& reason) {
     }
     Image image(header->width(), header->height(), Image::Format::RgbaFloat);
     const Walk walk(*header, image);
-    std::vector<Rgbe> line(header->length);
+    // Not initialised: memory that a damaged file never fills is never touched.
+    const auto pixels = std::make_unique_for_overwrite<Rgbe[]>(header->length);
+    const std::span line(pixels.get(), header->length);
     for (std::uint32_t n = 0; n < header->lines; ++n) {
         if (!ReadScanLine(reader, line)) {
             reason = "its scan line " + std::to_string(n + 1) + " is damaged or cut short";
