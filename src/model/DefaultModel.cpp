@@ -51,8 +51,8 @@ ModelData MakeKnot() {
     const auto at = [](int step, int side) { return static_cast<std::uint32_t>(step * (kSides + 1) + side); };
     for (int step = 0; step < kSteps; ++step) {
         for (int side = 0; side < kSides; ++side) {
-            group.triangles.push_back({at(step, side), at(step + 1, side), at(step, side + 1)});
-            group.triangles.push_back({at(step + 1, side), at(step + 1, side + 1), at(step, side + 1)});
+            group.triangles.push_back({at(step, side), at(step, side + 1), at(step + 1, side)});
+            group.triangles.push_back({at(step + 1, side), at(step, side + 1), at(step + 1, side + 1)});
         }
     }
     model.materials.emplace_back().name = "Default";

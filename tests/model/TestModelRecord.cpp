@@ -135,13 +135,13 @@ TEST(ModelRecord, ReadsEveryVersion) {
     for (std::uint32_t version = 3; version <= 12; ++version) {
         SCOPED_TRACE(version);
         const Buffer bytes = Record(version);
-        if (version == 3)
-            EXPECT_EQ(Buffer(bytes.begin() + 60, bytes.begin() + 64), F32({-1})) << "vertices at 60";
+        const Buffer firstVertex(bytes.begin() + 60, bytes.begin() + 64);
+        EXPECT_EQ(firstVertex == F32({-1}), version == 3) << "where the head of version 3 ends";
         ModelData model;
         ASSERT_TRUE(ReadModelRecord(bytes, model));
         ExpectGeometry(model);
-        if (version >= 7) EXPECT_EQ(model.meshes[0].center, (Point3{0, 0.5f, 0})) << "as stored";
-        if (version < 7) EXPECT_EQ(model.meshes[0].center, Point3{}) << "of the triangles";
+        // As stored, or computed from the triangles.
+        EXPECT_EQ(model.meshes[0].center, version >= 7 ? (Point3{0, 0.5f, 0}) : Point3{});
         if (version >= 4) ExpectAnimation(model);
         if (version >= 5) {
             const ModelMaterial& material = model.materials[0];

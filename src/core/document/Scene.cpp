@@ -15,8 +15,6 @@ enum Tag : std::uint32_t { kModelStart = 100, kBinding = 200, kBindingEnabled = 
 
 // A chunk of five bytes makes a record of a thousand: bounds on what a hostile document can make of its
 // bytes, far above any scene that was made by hand.
-constexpr std::size_t kMostRecords = 100'000;
-constexpr std::size_t kDeepestFolder = 1'000;
 
 TextureChannel EnvironmentChannel(const char* path) {
     TextureChannel channel(Channel::Environment);
@@ -67,23 +65,12 @@ public:
         }
     }
 
-    // Rebuilds the tree from the depths. The models hang in the list until here; one that finds no place is
-    // dropped.
-    void BuildTree() {
-        for (const Ref<SceneModel>& model : models_) {
-            Place(model);
-            if (model->type == ModelType::Folder && open_.size() < kDeepestFolder)
-                open_.push_back(model.get());
-        }
-        // Only now, since the places are found by the depths as stored.
-        for (const Ref<SceneModel>& model : models_)
-            model->depth = model->parent ? model->parent->depth + 1 : 0;
-    }
+    void BuildTree() { scene_.models = RebuildTree(models_); }
 
 private:
     void StartMaterial() {
         material_ = nullptr;
-        if (scene_.materials.size() >= kMostRecords) return;
+        if (scene_.materials.size() >= kMostDocumentRecords) return;
         scene_.materials.push_back(Ref<SceneMaterial>::Make(scene_.context));
         material_ = scene_.materials.back().get();
         material_->StartReading();
@@ -91,7 +78,7 @@ private:
 
     void StartModel() {
         model_ = nullptr;
-        if (models_.size() >= kMostRecords) return;
+        if (models_.size() >= kMostDocumentRecords) return;
         models_.push_back(Ref<SceneModel>::Make(ModelType::File, scene_.context));
         model_ = models_.back().get();
     }
@@ -102,44 +89,12 @@ private:
         return true;
     }
 
-    void AttachTo(SceneModel& folder, const Ref<SceneModel>& model) {
-        folder.children.push_back(model);
-        model->parent = &folder;
-    }
-
-    void Place(const Ref<SceneModel>& model) {
-        const std::uint32_t depth = model->depth;
-        if (open_.empty()) {
-            if (depth == 0) scene_.models.push_back(model);
-            return;
-        }
-        if (depth > open_.back()->depth) {
-            AttachTo(*open_.back(), model);
-            return;
-        }
-        if (depth == open_.back()->depth) {
-            open_.pop_back();
-            if (depth == 0 || open_.empty())
-                scene_.models.push_back(model);
-            else
-                AttachTo(*open_.back(), model);
-            return;
-        }
-        while (!open_.empty() && open_.back()->depth > depth) open_.pop_back();
-        if (!open_.empty()) open_.pop_back();
-        if (!open_.empty())
-            AttachTo(*open_.back(), model);
-        else if (depth == 0)
-            scene_.models.push_back(model);
-    }
-
     Scene& scene_;
     std::uint32_t version_;
     SceneMaterial* material_ = nullptr;
     SceneModel* model_ = nullptr;
     bool bound_ = false;                  // the last binding was taken
     std::vector<Ref<SceneModel>> models_; // in the document's order
-    std::vector<SceneModel*> open_;       // folders that later models may stand in, outermost first
 };
 
 } // namespace

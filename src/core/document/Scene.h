@@ -17,6 +17,16 @@ class AssetContext;
 inline constexpr const char* kDefaultEnvironmentPath = "Materials/Environment/Basic_2K/Basic_2K_03.jpg";
 inline constexpr const char* kThumbnailEnvironmentPath = "Materials/Material_Thumbnail_Env.jpg";
 
+// A chunk of five bytes makes a record of a thousand: bounds on what a hostile document can make of its
+// bytes, far above any scene that was made by hand.
+inline constexpr std::size_t kMostDocumentRecords = 100'000;
+inline constexpr std::size_t kDeepestFolder = 1'000;
+
+// Puts models that stand in the order of a document, a folder before its contents, into their folders by
+// their depths as stored, sets the true depths and returns the top level. A model that finds no place is left
+// out.
+[[nodiscard]] std::vector<Ref<SceneModel>> RebuildTree(const std::vector<Ref<SceneModel>>& models);
+
 // Everything that a user sets up: the tree of models, the list of materials and the environment map.
 class Scene {
 public:

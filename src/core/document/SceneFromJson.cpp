@@ -14,8 +14,6 @@ namespace {
 
 using nlohmann::json;
 
-constexpr std::size_t kDeepestFolder = 1'000;
-
 // Levenshtein distance without regard to case.
 std::size_t Distance(const std::string& first, const std::string& second) {
     const std::string a = LowerCase(first), b = LowerCase(second);

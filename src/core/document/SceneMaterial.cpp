@@ -10,7 +10,6 @@ namespace velorin {
 namespace {
 
 constexpr std::uint32_t kSelectChannel = 700;
-constexpr std::uint32_t kThumbnailTag = 800;
 constexpr std::uint32_t kLastMaterialTag = 714;
 
 void WriteChannel(ChunkFile& file, const TextureChannel& channel, FieldUse except) {

@@ -28,6 +28,7 @@ enum class WireTransferMode : std::uint32_t { Mix = 0, Screen = 1, Add = 2, Mult
 // Width and height of the picture in a preset.
 inline constexpr std::uint32_t kThumbnailWidth = 105;
 inline constexpr std::uint32_t kThumbnailHeight = 63;
+inline constexpr std::uint32_t kThumbnailTag = 800; // of material and bevel presets
 
 // The settings of a surface as plain values: what is copied, compared and reset. Ranges are those of the
 // controls; the record holds whatever was stored.
