@@ -85,6 +85,30 @@ TEST_F(PassTest, DiffuseLightFollowsTheCosine) {
                  0.004f);
 }
 
+TEST_F(PassTest, MeshesWithoutNormalsAreShadedByTheirFaces) {
+    settings.lights[0].type = LightType::Parallel;
+    settings.lights[0].direction = Normalized(Point3{0.3f, 0.4f, 0.8f});
+    const float c = std::cos(kPi / 6), s = std::sin(kPi / 6);
+    PreparedMesh quad = QuadMesh({32 - 20 * c, 4, -20 * s}, {32 + 20 * c, 4, 20 * s},
+                                 {32 + 20 * c, 44, 20 * s}, {32 - 20 * c, 44, -20 * s});
+    PreparedMesh mirrored = quad;
+    for (PreparedMesh* mesh : {&quad, &mirrored})
+        for (ModelVertex& vertex : mesh->vertices) vertex.normal = {};
+    Add(std::move(quad));
+    const float cosine = Dot(Point3{s, 0, -c}, -settings.lights[0].direction);
+    const Point4 expected{cosine, cosine, cosine, 1};
+    ExpectColour(Draw(kWidth, kHeight).at(32, 24), expected, 0.004f);
+    // The other way round, seen from its back.
+    materials[0].drawBackfaces = true;
+    for (ModelVertex& vertex : mirrored.vertices) vertex.position.z = -vertex.position.z;
+    std::swap(mirrored.vertices[0], mirrored.vertices[1]);
+    std::swap(mirrored.vertices[2], mirrored.vertices[3]);
+    list.records[0].instanceCount = 0;
+    Add(std::move(mirrored)).drawBackfaces = true;
+    const float other = Dot(Point3{-s, 0, -c}, -settings.lights[0].direction);
+    ExpectColour(Draw(kWidth, kHeight).at(32, 24), {other, other, other, 1}, 0.004f);
+}
+
 TEST_F(PassTest, DepthAndNormalOutputsAreNumbersOfTheScene) {
     const float c = std::cos(kPi / 6), s = std::sin(kPi / 6);
     Add(QuadMesh({32 - 20 * c, 4, -20 * s}, {32 + 20 * c, 4, 20 * s}, {32 + 20 * c, 44, 20 * s},

@@ -28,9 +28,14 @@ vec3 get_normal() {
     // The vertex stage has turned the normal of mirrored and inverted models.
     vec3 outward = safe_normalize(base.worldNormal) * modelProperties.normalInvert *
                    (renderState.flipNormals ? -1.0 : 1.0);
-    if (material.flatShading > 0.0) {
+    // A mesh that came without normals has zeros: it is shaded by its faces.
+    bool faceted = dot(outward, outward) == 0.0;
+    if (faceted || material.flatShading > 0.0) {
         vec3 face = -cross(dFdx(base.worldPosition.xyz), dFdy(base.worldPosition.xyz));
-        if (dot(face, face) > 0.0) {
+        if (faceted) {
+            float seen = gl_FrontFacing ? mirror_sign() : -mirror_sign();
+            outward = safe_normalize(dot(face, eye_direction()) < 0.0 ? -face : face) * seen;
+        } else if (dot(face, face) > 0.0) {
             face = normalize(face);
             // On the outer side too when the back or a mirrored picture is drawn.
             if (dot(face, outward) < 0.0) face = -face;
