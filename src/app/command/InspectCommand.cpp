@@ -4,6 +4,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <array>
+#include <charconv>
 #include <cstdio>
 
 namespace velorin::app {
@@ -12,15 +14,24 @@ namespace {
 
 using nlohmann::ordered_json;
 
+// The decimal that a float was written as.
+double Decimal(float value) {
+    std::array<char, 32> text{};
+    const auto end = std::to_chars(text.data(), text.data() + text.size(), value).ptr;
+    double number = 0;
+    std::from_chars(text.data(), end, number);
+    return number;
+}
+
 ordered_json RowAsJson(const ParameterRow& row, const HostStream* stream) {
     const PF_ParamDefUnion& u = row.def.u;
     ordered_json json{
         {"index", row.index}, {"diskId", row.diskId}, {"kind", row.kindName()}, {"name", row.name}};
     switch (row.type()) {
     case PF_Param_FLOAT_SLIDER:
-        json["min"] = u.fs_d.valid_min, json["max"] = u.fs_d.valid_max;
-        json["sliderMin"] = u.fs_d.slider_min, json["sliderMax"] = u.fs_d.slider_max;
-        json["default"] = u.fs_d.dephault;
+        json["min"] = Decimal(u.fs_d.valid_min), json["max"] = Decimal(u.fs_d.valid_max);
+        json["sliderMin"] = Decimal(u.fs_d.slider_min), json["sliderMax"] = Decimal(u.fs_d.slider_max);
+        json["default"] = Decimal(u.fs_d.dephault);
         json["precision"] = u.fs_d.precision;
         json["percent"] = (u.fs_d.display_flags & PF_ValueDisplayFlag_PERCENT) != 0;
         break;

@@ -74,7 +74,6 @@ public:
 
     int Run() {
         const int status = Render();
-        if (options_.json) devices_ = DeviceNames();
         if (session_.host && !session_.Close(console_)) return Finish(kFailed);
         return Finish(status);
     }
@@ -89,6 +88,7 @@ private:
         }
         const auto frames = FrameList(options_, comp, console_);
         if (!frames) return kWrongUsage;
+        if (!CheckDevices()) return kFailed;
         Host& host = *session_.host;
         int done = 0;
         const int total = static_cast<int>(frames->size());
@@ -103,6 +103,15 @@ private:
         }
         console_.EndProgress();
         return kDone;
+    }
+
+    // Without OpenGL the plug-in renders nothing, and says why when asked.
+    bool CheckDevices() {
+        devices_ = DeviceNames();
+        const ordered_json gl = devices_.is_object() ? devices_.value("gl", ordered_json()) : ordered_json();
+        if (!gl.is_object() || gl.value("ready", true)) return true;
+        console_.Error(gl.value("reason", std::string("OpenGL does not start")));
+        return false;
     }
 
     bool RenderOne(int frame) {

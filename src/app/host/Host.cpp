@@ -5,6 +5,8 @@
 #include "platform/GLContext.h"
 #include "platform/SharedLibrary.h"
 
+#include "services/Log.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -115,7 +117,13 @@ HostResult Host::SetUpParameters() {
     if (!result.good()) return result;
     std::vector<std::string> faults, warnings;
     rows_.Finish(declaredParameters_, faults, warnings);
-    for (const std::string& warning : warnings) Warn(warning);
+    // Of interest to who made the plug-in, not to who uses it.
+    for (const std::string& warning : warnings) {
+        if (options.strict)
+            Warn(warning);
+        else
+            Log("host: %s", warning.c_str());
+    }
     if (!faults.empty()) return {A_Err_GENERIC, "its parameters are refused: " + Joined(faults)};
     return {};
 }

@@ -10,6 +10,7 @@ namespace {
 // two thirds of the time, so that the curve's own parameter is the time; a straight side puts its point on
 // the diagonal, an eased one at the height of its key.
 double Progress(double s, KeyframeEase from, KeyframeEase to) {
+    if (from != KeyframeEase::Bezier && to != KeyframeEase::Bezier) return s;
     const double leave = from == KeyframeEase::Bezier ? 0.0 : 1.0 / 3.0;
     const double arrive = to == KeyframeEase::Bezier ? 1.0 : 2.0 / 3.0;
     const double r = 1 - s;
@@ -22,13 +23,12 @@ Components AnimatedValue::At(double seconds, bool interpolates) const {
     if (keys.empty()) return constant;
     // Frame times and keyframe times are rounded separately; a key takes hold at its own frame.
     constexpr double kTolerance = 1e-9;
-    seconds += kTolerance;
-    const auto next = std::upper_bound(keys.begin(), keys.end(), seconds,
+    const auto next = std::upper_bound(keys.begin(), keys.end(), seconds + kTolerance,
                                        [](double time, const Keyframe& key) { return time < key.time; });
     if (next == keys.begin()) return keys.front().value;
     const Keyframe& key = *(next - 1);
     if (next == keys.end() || key.ease == KeyframeEase::Hold || !interpolates) return key.value;
-    const double s = (seconds - kTolerance - key.time) / (next->time - key.time);
+    const double s = (seconds - key.time) / (next->time - key.time);
     if (s <= 0) return key.value;
     const double p = Progress(s, key.ease, next->ease);
     Components value{};

@@ -1,0 +1,116 @@
+#include "app/host/Outlines.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace velorin::app {
+namespace {
+
+struct Box {
+    double left = 1e9, top = 1e9, right = -1e9, bottom = -1e9;
+};
+
+Box BoxOf(const std::vector<Outline>& outlines) {
+    Box box;
+    for (const Outline& outline : outlines)
+        for (const PF_PathVertex& v : outline.vertices) {
+            box.left = std::min(box.left, v.x), box.right = std::max(box.right, v.x);
+            box.top = std::min(box.top, v.y), box.bottom = std::max(box.bottom, v.y);
+        }
+    return box;
+}
+
+std::vector<Outline> Set(Layer layer) {
+    std::vector<Outline> outlines;
+    std::string reason;
+    if (!MakeTextOutlines(layer, outlines, reason)) ADD_FAILURE() << reason;
+    return outlines;
+}
+
+Layer TextOf(const std::string& text) {
+    Layer layer;
+    layer.kind = LayerKind::Text;
+    layer.text = text;
+    layer.size = 100;
+    return layer;
+}
+
+// Twice the signed area of the polygon through the vertices.
+double Area(const Outline& outline) {
+    double sum = 0;
+    for (std::size_t i = 0; i + 1 < outline.vertices.size(); ++i)
+        sum += outline.vertices[i].x * outline.vertices[i + 1].y -
+               outline.vertices[i + 1].x * outline.vertices[i].y;
+    return sum;
+}
+
+TEST(Outlines, LettersAreClosedPathsAboveTheBaseline) {
+    const auto outlines = Set(TextOf("HO"));
+    ASSERT_EQ(outlines.size(), 3U); // H, and the two rings of O
+    for (const Outline& outline : outlines) {
+        EXPECT_FALSE(outline.open);
+        ASSERT_GT(outline.vertices.size(), 4U);
+        EXPECT_EQ(outline.vertices.front().x, outline.vertices.back().x);
+        EXPECT_EQ(outline.vertices.front().y, outline.vertices.back().y);
+        EXPECT_NE(Area(outline), 0);
+    }
+    EXPECT_LT(Area(outlines[1]) * Area(outlines[2]), 0); // the hole winds the other way
+    const Box h = BoxOf({outlines[0]});
+    EXPECT_NEAR(h.bottom, 0, 1e-6); // stands on the baseline, which is the origin
+    EXPECT_LT(h.top, -60);          // capitals are about 0.7 of the size
+    EXPECT_GT(h.top, -85);
+    EXPECT_GE(h.left, 0);
+    EXPECT_LT(h.right, BoxOf({outlines[1]}).left);
+    // H has straight sides only: its tangents rest on their vertices.
+    for (const PF_PathVertex& v : outlines[0].vertices) {
+        EXPECT_EQ(v.tan_in_x, v.x);
+        EXPECT_EQ(v.tan_out_y, v.y);
+    }
+    EXPECT_TRUE(std::any_of(outlines[1].vertices.begin(), outlines[1].vertices.end(),
+                            [](const PF_PathVertex& v) { return v.tan_out_x != v.x || v.tan_out_y != v.y; }));
+}
+
+TEST(Outlines, AlignmentTrackingAndLinesMoveTheLetters) {
+    const double width = BoxOf(Set(TextOf("HH"))).right;
+    Layer centred = TextOf("HH");
+    centred.alignment = TextAlignment::Center;
+    const Box middle = BoxOf(Set(centred));
+    EXPECT_NEAR(middle.left, -middle.right, 1.0);
+    Layer wide = TextOf("HH");
+    wide.tracking = 500; // half the size
+    EXPECT_NEAR(BoxOf(Set(wide)).right, width + 50, 1e-6);
+    Layer lines = TextOf("H\nH");
+    lines.leading = 130;
+    const Box two = BoxOf(Set(lines));
+    EXPECT_NEAR(two.bottom, 130, 1e-6);
+    Layer twice = TextOf("HH");
+    twice.size = 200;
+    EXPECT_NEAR(BoxOf(Set(twice)).right, 2 * width, 1e-6);
+    EXPECT_TRUE(Set(TextOf("")).empty());
+    EXPECT_TRUE(Set(TextOf("  \n ")).empty());
+    EXPECT_NO_FATAL_FAILURE((void)Set(TextOf("\xff\xfe"
+                                             "A")));
+}
+
+TEST(Outlines, MasksCarryTangentsAsPointsAndCloseOnThemselves) {
+    Mask mask;
+    mask.vertices.resize(2);
+    mask.vertices[0].position = AnimatedValue(10, 20, 0);
+    mask.vertices[0].out = AnimatedValue(3, -1, 0);
+    mask.vertices[1].position = AnimatedValue(50, 20, 0);
+    mask.vertices[1].in = AnimatedValue(-5, 0, 0);
+    const Outline closed = MaskOutlineAt(mask, 0);
+    ASSERT_EQ(closed.segments(), 2);
+    EXPECT_EQ(closed.vertices[0].tan_out_x, 13);
+    EXPECT_EQ(closed.vertices[0].tan_out_y, 19);
+    EXPECT_EQ(closed.vertices[1].tan_in_x, 45);
+    EXPECT_EQ(closed.vertices[2].x, 10);
+    mask.closed = false;
+    EXPECT_EQ(MaskOutlineAt(mask, 0).segments(), 1);
+    EXPECT_EQ(MaskOutlineAt({}, 0).segments(), 0);
+}
+
+} // namespace
+} // namespace velorin::app
