@@ -15,7 +15,6 @@
 
 #include <chrono>
 #include <cstdlib>
-#include <regex>
 #include <thread>
 #include <vector>
 
@@ -76,9 +75,9 @@ TEST(Profiler, PrintsTheStagesOfOneFrame) {
         }
         ProfilerPrint();
     });
-    const std::regex expected(
-        "(# Profiler:\nRender - \\d+\\.\\d\\dms\nReadParams - \\d+\\.\\d\\dms\n){2}# Profiler:\n");
-    EXPECT_TRUE(std::regex_match(log, expected)) << log;
+    const std::string frame =
+        "# Profiler:\nRender - [0-9]+\\.[0-9][0-9]ms\nReadParams - [0-9]+\\.[0-9][0-9]ms\n";
+    EXPECT_THAT(log, testing::MatchesRegex(frame + frame + "# Profiler:\n"));
 }
 
 TEST(Profiler, SumsWithinAFrameAndStartsAfresh) {
@@ -202,9 +201,8 @@ TEST(CrashReport, EverySignalLeavesAFileAndEndsTheProcessAsBefore) {
         const auto reports = Reports(folder.file("Documents"));
         ASSERT_EQ(reports.size(), 1u);
         const std::string name = std::filesystem::path(reports[0]).filename().string();
-        EXPECT_TRUE(
-            std::regex_match(name, std::regex(R"(Velorin_v2\.2\.2160\.hotfix-20\d{6}-\d{6}-\d+-\d+\.txt)")))
-            << name;
+        EXPECT_THAT(name, testing::MatchesRegex(
+                              "Velorin_v2\\.2\\.2160\\.hotfix-20[0-9]{6}-[0-9]{6}-[0-9]+-[0-9]+\\.txt"));
         const std::string text = ReadWhole(reports[0]);
         for (const char* part : {"Velorin_v2.2.2160.hotfix\n", c.name, "GL renderer: Card 9\n",
                                  "GL version: 3.3 test\n", "thread: ", "back-trace:\n"})
