@@ -1,5 +1,6 @@
 #include "host/api/Introspection.h"
 
+#include "core/ImportMaterials.h"
 #include "core/Introspect.h"
 #include "core/Velorin.h"
 #include "core/document/SceneJson.h"
@@ -152,13 +153,24 @@ std::string ParamsJson() {
 
 // ---- scene and meshes
 
-std::string SceneToFlat(const Json& request) {
+// What importing a file does for the user: a model without bindings gets the materials of its file.
+void ImportMaterials(Scene& scene, const std::string& dataFolder) {
+    for (SceneModel* model : scene.Flatten()) {
+        const bool isFile = model->type == ModelType::File || model->type == ModelType::ImportedFile;
+        ModelData data;
+        if (isFile && model->bindings.empty() && LoadModelData(*model, dataFolder, data))
+            BindImportedMaterials(scene, *model, data.materials);
+    }
+}
+
+std::string SceneToFlat(const Json& request, const std::string& dataFolder) {
     Scene scene;
     SceneJsonError error;
     const auto json = request.find("scene");
     if (json == request.end()) return Error("the request has no scene", "/scene");
     const std::string folder = request.value("folder", std::string());
     if (!SceneFromJsonText(json->dump(), folder, scene, error)) return Error(error.message, error.at);
+    ImportMaterials(scene, dataFolder);
     const std::vector<std::byte> flat = scene.Flat();
     return {reinterpret_cast<const char*>(flat.data()), flat.size()};
 }
@@ -253,7 +265,7 @@ std::string AEPluginConnection::Answer(PluginCall& call, const IntrospectionRequ
     const std::string what = json.value("do", std::string());
     const Bytes payload = Payload(request);
     if (what == "params") return ParamsJson();
-    if (what == "sceneToFlat") return SceneToFlat(json);
+    if (what == "sceneToFlat") return SceneToFlat(json, assets_.dataFolder);
     if (what == "flatToScene") return FlatToScene(json, payload);
     const std::scoped_lock lock(renderMutex_);
     if (what == "captured")
