@@ -34,8 +34,8 @@ constexpr Point3 kDusk{0.36f, 0.38f, 0.62f};
 // In the order of the popup.
 std::array<Rig, kLightPresetCount> MakeRigs() {
     return {{
-        // None: a comp without lights is still seen.
-        {Sun(-35, 40, 0.9f, kWhite), Fill(0.25f, kWhite)},
+        // None: a comp without lights is still seen, with room left for what the environment adds.
+        {Sun(-35, 40, 0.55f, kWhite), Sun(125, 20, 0.18f, kWhite), Fill(0.06f, kWhite)},
         // Single Light
         {Sun(-30, 35, 1, kWhite, true)},
         // Clean Blue: cool key, cooler rim, a little sky from below.
