@@ -5,6 +5,7 @@
 #include "render/images/Image.h"
 
 #include <OpenEXR/ImfFrameBuffer.h>
+#include <OpenEXR/ImfHeader.h>
 #include <OpenEXR/ImfIO.h>
 #include <OpenEXR/ImfInputFile.h>
 
@@ -42,7 +43,8 @@ double BestMilliseconds(const std::function<void()>& work) {
 }
 
 std::vector<std::uint8_t> PlainPng(const File& file) {
-    png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+    png_structp png =
+        png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, [](png_structp, png_const_charp) {});
     png_infop info = png_create_info_struct(png);
     struct Cursor {
         const char* next;
