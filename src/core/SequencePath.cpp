@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <charconv>
+#include <filesystem>
+#include <limits>
 
 namespace velorin {
 namespace {
@@ -41,6 +43,18 @@ std::string SequenceFramePath(const std::string& path, std::uint32_t frame) {
     std::string number = std::to_string(name.firstNumber + frame);
     number.insert(0, name.width - std::min(name.width, number.size()), '0');
     return name.prefix + number + name.suffix;
+}
+
+std::uint32_t CountSequence(const std::string& path) {
+    if (!ParseSequenceName(path).valid) return 1;
+    std::uint32_t count = 1;
+    std::error_code ignored;
+    while (count < std::numeric_limits<std::uint32_t>::max()) {
+        const std::string next = SequenceFramePath(path, count);
+        if (!std::filesystem::is_regular_file(std::u8string(next.begin(), next.end()), ignored)) break;
+        ++count;
+    }
+    return count;
 }
 
 } // namespace velorin

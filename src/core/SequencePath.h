@@ -20,4 +20,7 @@ struct SequenceName {
 // width. The path itself when it has no number.
 [[nodiscard]] std::string SequenceFramePath(const std::string& path, std::uint32_t frame);
 
+// How many files of the sequence there are in a row, from the first one on; the first counts unseen.
+[[nodiscard]] std::uint32_t CountSequence(const std::string& path);
+
 } // namespace velorin

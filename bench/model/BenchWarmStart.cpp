@@ -1,0 +1,100 @@
+// What the geometry cache saves: a model from its OBJ file and from its record in the cache, beside a copy of
+// the record's bytes in memory. One thread, warm page cache: bench_warm_start [file.obj ...].
+
+#include "../Measure.h"
+#include "Sheet.h"
+
+#include "core/document/SceneModel.h"
+#include "model/ModelCache.h"
+#include "model/ModelLoader.h"
+#include "model/ModelRecord.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace velorin;
+using namespace velorin::bench;
+namespace fs = std::filesystem;
+
+bool ParseFile(const std::string& path) {
+    ModelData data;
+    return LoadModelFile(path, true, true, data);
+}
+
+bool FillCache(const std::string& path) {
+    SceneModel model(ModelType::ImportedFile);
+    model.path = path;
+    ModelCache cache;
+    ModelData data;
+    return LoadModelFile(path, true, true, data) && cache.Store(model, path, data);
+}
+
+// As the first model of a process: with the opening of the cache.
+bool FindRecord(const std::string& path) {
+    SceneModel model(ModelType::ImportedFile);
+    model.path = path;
+    ModelCache cache;
+    ModelData data;
+    return cache.Find(model, path, data);
+}
+
+bool CopyBytes(const std::string& path) {
+    ModelCache cache;
+    const PackEntry entry = cache.pack().Get(path);
+    const std::vector<std::byte> copy(entry.bytes().begin(), entry.bytes().end());
+    return !copy.empty();
+}
+
+double RecordSize(const std::string& path) {
+    ModelCache cache;
+    return static_cast<double>(cache.pack().Get(path).bytes().size());
+}
+
+void PrintTable(const std::string& path) {
+    const bool stored = Measure(1, [&] { return FillCache(path); }).ok;
+    const double bytes = AskChild([&] { return RecordSize(path); });
+    if (!stored || bytes <= 0) {
+        std::printf("%s: cannot be cached\n", path.c_str());
+        return;
+    }
+    std::printf("\n%s: %.1f MB, record %.1f MB\n", fs::path(path).filename().c_str(),
+                static_cast<double>(fs::file_size(path)) / 1e6, bytes / 1e6);
+    const int runs = bytes > 3e7 ? 8 : 40;
+    const Measurement parse = Measure(runs, [&] { return ParseFile(path); });
+    const Measurement find = Measure(runs, [&] { return FindRecord(path); });
+    const Measurement copy = Measure(runs, [&] { return CopyBytes(path); });
+    const struct {
+        const char* name;
+        const Measurement& m;
+    } rows[] = {{"parsed from the file", parse}, {"found in the cache", find}, {"bytes copied", copy}};
+    for (const auto& row : rows)
+        std::printf("  %-24s %10.2f ms %10.2f GB/s\n", row.name, row.m.seconds * 1e3,
+                    bytes / 1e9 / row.m.seconds);
+    std::printf("  the cache is %.1f times as fast as parsing, at %.2f of the speed of a copy\n",
+                parse.seconds / find.seconds, copy.seconds / find.seconds);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const fs::path folder = fs::temp_directory_path() / ("velorin_warm_" + std::to_string(std::rand()));
+    fs::create_directories(folder);
+    setenv("VELORIN_USER_PATH", folder.c_str(), 1);
+    std::vector<std::string> files(argv + 1, argv + argc);
+    if (files.empty()) {
+        const fs::path largest = fs::path(VELORIN_SOURCE_DIR) / "../shared/data/models/3DBenchy.obj";
+        if (fs::exists(largest)) files.push_back(largest.lexically_normal().string());
+        for (const int side : {230, 710}) {
+            files.push_back((folder / ("sheet_" + std::to_string(side) + ".obj")).string());
+            if (!WriteSheet(files.back(), side)) return 1;
+        }
+    }
+    for (const std::string& file : files) PrintTable(file);
+    fs::remove_all(folder);
+    return 0;
+}
