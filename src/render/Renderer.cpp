@@ -7,6 +7,7 @@
 #include "render/PickingData.h"
 #include "render/PixelConversion.h"
 #include "render/PostEffects.h"
+#include "render/ReadBack.h"
 #include "render/RenderSettings.h"
 #include "render/TextureManager.h"
 #include "render/gl/GLError.h"
@@ -278,20 +279,7 @@ bool Renderer::ReadBack(bool argb, const std::function<bool(const float*)>& use)
     if (!post.FinalOutput(frame_->settings, argb)) return false;
 
     VELORIN_PROFILE("Renderer", "FrameDownload");
-    const FrameBufferKey& key = buffers.key();
-    glBindFramebuffer(GL_READ_FRAMEBUFFER, buffers.resultFramebuffer.name());
-    glReadBuffer(GL_COLOR_ATTACHMENT0);
-    glBindBuffer(GL_PIXEL_PACK_BUFFER, buffers.readbackBuffer.name());
-    glPixelStorei(GL_PACK_ALIGNMENT, 4);
-    glPixelStorei(GL_PACK_ROW_LENGTH, 0);
-    glPixelStorei(GL_PACK_SKIP_ROWS, 0);
-    glPixelStorei(GL_PACK_SKIP_PIXELS, 0);
-    glReadPixels(0, 0, key.width, key.height, GL_RGBA, GL_FLOAT, nullptr);
-    const auto* pixels = static_cast<const float*>(
-        glMapBufferRange(GL_PIXEL_PACK_BUFFER, 0, GLsizeiptr{16} * key.width * key.height, GL_MAP_READ_BIT));
-    const bool written = pixels && use(pixels);
-    if (pixels) glUnmapBuffer(GL_PIXEL_PACK_BUFFER);
-    return gl::CheckGLError("Renderer::EndRender", __LINE__) == 0 && written;
+    return ReadResult(buffers, use);
 }
 
 bool Renderer::EndRender() {

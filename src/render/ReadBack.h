@@ -1,0 +1,14 @@
+#pragma once
+
+#include <functional>
+
+namespace velorin {
+
+class FrameBuffers;
+
+// Hands colour 0 of the result buffer to `use` as floats, RGBA, row 0 first, through the read-back buffer;
+// the pixels are valid during the call. False when the driver does not give them or when `use` says so. Binds
+// the read frame buffer and the pixel pack buffer.
+[[nodiscard]] bool ReadResult(const FrameBuffers& buffers, const std::function<bool(const float*)>& use);
+
+} // namespace velorin
