@@ -109,7 +109,6 @@ void Send(const gl::Buffer& buffer, const Block& block) {
     static_assert(std::is_trivially_copyable_v<Block>);
     glBindBuffer(GL_UNIFORM_BUFFER, buffer.name());
     glBufferSubData(GL_UNIFORM_BUFFER, 0, sizeof(Block), &block);
-    glBindBuffer(GL_UNIFORM_BUFFER, 0);
 }
 
 void SetConstants(ShaderKey key, GLuint program) {
@@ -195,11 +194,12 @@ bool RenderManager::ApplyShaderState() {
     }
     Send(buffers_[IndexOf(UniformBlock::ShaderState)], state_);
     const ShaderKey key{pass_, wireframe_ || state_.renderState.globalWireframe != 0, physical_};
-    const gl::Name program = GetProgram(key);
-    if (!programKnown_ || program != program_) glUseProgram(program);
-    program_ = program;
+    if (programKnown_ && key == key_) return program_ != 0;
+    program_ = GetProgram(key);
+    glUseProgram(program_);
+    key_ = key;
     programKnown_ = true;
-    return program != 0;
+    return program_ != 0;
 }
 
 void RenderManager::SetCamera(const Matrix& view, const Matrix& projection, Point3 eyeWorld,

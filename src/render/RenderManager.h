@@ -88,7 +88,8 @@ private:
     ShaderStateBlock state_;
     MaterialPass pass_ = MaterialPass::None;
     bool physical_ = false, wireframe_ = false;
-    gl::Name program_ = 0;      // in use
+    ShaderKey key_;             // of the last draw
+    gl::Name program_ = 0;      // its program
     bool programKnown_ = false; // false: the next draw binds, whatever is bound
 };
 

@@ -6,8 +6,8 @@ uniform sampler2D dynamicReflectSampler;
 uniform samplerCube dynamicReflectCubeSampler;
 
 // The scene as the model's mirror shows it at this point, colour premultiplied. `lod` is the mip level that stands for
-// the roughness; below 0 the picture's own filtering chooses.
-vec4 get_dynamic_plane_color(float lod) {
+// the roughness; without `rough` the picture's own filtering chooses.
+vec4 get_dynamic_plane_color(bool rough, float lod) {
     if (modelProperties.dynamicReflection.clipMirror != 0) {
         vec3 fromPlane = (base.worldPosition - baseModelMatrix * modelProperties.dynamicReflection.offset).xyz;
         float above = dot(fromPlane, mat3(baseModelMatrix) * modelProperties.dynamicReflection.reflectDirection.xyz);
@@ -15,25 +15,25 @@ vec4 get_dynamic_plane_color(float lod) {
     }
     vec4 p = dynamicPlaneMatrix * base.worldPosition;
     p.xy = 0.5 * p.xy + 0.5 * p.w + get_normal_texture().xy * base.worldScale * 0.25;
-    return lod < 0.0 ? textureProj(dynamicReflectSampler, p.xyw) : textureProjLod(dynamicReflectSampler, p.xyw, lod);
+    return rough ? textureProjLod(dynamicReflectSampler, p.xyw, lod) : textureProj(dynamicReflectSampler, p.xyw);
 }
 
 // The same from the model's cube, which is rendered with y up.
-vec4 get_dynamic_cube_color(vec3 direction, float lod) {
+vec4 get_dynamic_cube_color(vec3 direction, bool rough, float lod) {
     vec3 d = vec3(direction.x, -direction.y, direction.z);
-    return lod < 0.0 ? texture(dynamicReflectCubeSampler, d) : textureLod(dynamicReflectCubeSampler, d, lod);
+    return rough ? textureLod(dynamicReflectCubeSampler, d, lod) : texture(dynamicReflectCubeSampler, d);
 }
 
 // What a reflected direction meets of the scene.
-vec4 get_dynamic_reflection(vec3 direction, float lod) {
-    if (renderState.dynamicReflection == 1) return get_dynamic_plane_color(lod);
-    if (renderState.dynamicReflection == 2) return get_dynamic_cube_color(direction, lod);
+vec4 get_dynamic_reflection(vec3 direction, bool rough, float lod) {
+    if (renderState.dynamicReflection == 1) return get_dynamic_plane_color(rough, lod);
+    if (renderState.dynamicReflection == 2) return get_dynamic_cube_color(direction, rough, lod);
     return vec4(0.0);
 }
 
 // A refracted one never meets the mirror.
-vec4 get_dynamic_refraction(vec3 direction, float lod) {
-    return renderState.dynamicReflection == 2 ? get_dynamic_cube_color(direction, lod) : vec4(0.0);
+vec4 get_dynamic_refraction(vec3 direction, bool rough, float lod) {
+    return renderState.dynamicReflection == 2 ? get_dynamic_cube_color(direction, rough, lod) : vec4(0.0);
 }
 
 bool environment_disabled() {
@@ -74,7 +74,7 @@ vec3 get_reflect_refract_color(float incident, vec3 N, vec3 eye, vec3 specular, 
 
     if (material.refractAmount * coeff.y != 0.0) {
         vec3 direction = refract(incoming, N, material.refractDistortion);
-        vec4 dynamic = get_dynamic_refraction(direction, -1.0);
+        vec4 dynamic = get_dynamic_refraction(direction, false, 0.0);
         vec4 behind = environment_disabled() ? vec4(0.0) : get_environment_texture_color(direction);
         vec4 color = (behind * (1.0 - dynamic.a) + dynamic) * material.refractColor;
         vec3 intensity = coeff.y * material.refractAmount * map *
@@ -84,7 +84,7 @@ vec3 get_reflect_refract_color(float incident, vec3 N, vec3 eye, vec3 specular, 
     }
 
     vec3 direction = reflect(incoming, N);
-    vec4 dynamic = get_dynamic_reflection(direction, -1.0);
+    vec4 dynamic = get_dynamic_reflection(direction, false, 0.0);
     vec4 behind = vec4(0.0);
     if (!environment_disabled() && material.reflectAmount * coeff.x != 0.0)
         behind = get_environment_texture_color(direction);

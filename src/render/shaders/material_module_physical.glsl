@@ -1,8 +1,8 @@
 vec4 get_specular_texture_color();
 vec4 get_reflect_texture_color();
 vec3 get_occlusion_texture_color();
-vec4 get_dynamic_reflection(vec3 direction, float lod);
-vec4 get_dynamic_refraction(vec3 direction, float lod);
+vec4 get_dynamic_reflection(vec3 direction, bool rough, float lod);
+vec4 get_dynamic_refraction(vec3 direction, bool rough, float lod);
 bool environment_disabled();
 
 uniform samplerCube iblSampler; // level n holds the environment as a surface of roughness n / 6 sees it
@@ -31,7 +31,7 @@ vec3 get_ibl_texture_color(vec3 worldDirection, float lod) {
 vec3 get_pbr_color(vec3 direction, float lod, vec4 dynamic) {
     return get_ibl_texture_color(direction, lod) * (1.0 - dynamic.a) + dynamic.rgb;
 }
-vec4 get_dynamic_pbr_color(vec3 direction, float lod) { return get_dynamic_reflection(direction, lod); }
+vec4 get_dynamic_pbr_color(vec3 direction, float lod) { return get_dynamic_reflection(direction, true, lod); }
 
 // `pbrCoeff`: shares of diffuse light, refraction, reflection and specular light.
 PhysicalLight calculate_pbr(vec3 diffuseColor, vec3 N, vec3 eye, vec4 pbrCoeff) {
@@ -53,9 +53,7 @@ PhysicalLight calculate_pbr(vec3 diffuseColor, vec3 N, vec3 eye, vec4 pbrCoeff) 
     vec3 diffuse = light.diffuse + light.ambient;
 
     vec3 incoming = -eye * material.environmentDirection;
-    float m = sqrt(clamp(length(reflectTexture), 0.0, 1.0));
     vec3 reflectDirection = reflect(incoming, N);
-    vec3 refractDirection = refract(incoming, N, material.refractDistortion * m);
     float lod = roughness * 6.0;
     vec4 dynamic = get_dynamic_pbr_color(reflectDirection, lod);
     specular += get_pbr_color(reflectDirection, lod, dynamic) * pbrCoeff.z;
@@ -67,10 +65,15 @@ PhysicalLight calculate_pbr(vec3 diffuseColor, vec3 N, vec3 eye, vec4 pbrCoeff) 
     diffuse += get_ibl_texture_color(N, 6.0) * material.environmentMultiplier * reflectionInfluence;
     diffuse *= diffuseColor * get_occlusion_texture_color();
 
-    vec3 refraction = get_pbr_color(refractDirection, lod, get_dynamic_refraction(refractDirection, lod)) *
-                      material.refractColor.rgb * reflectionInfluence;
+    vec3 refraction = vec3(0.0);
     vec3 refractAmount = min(vec3(1.0), render.mixer.refract * material.refractAmount *
                                             mix(vec3(1.0), reflectTexture, material.refractSpecularInfluence));
+    if (material.refractAmount > 0.0) {
+        float m = sqrt(clamp(length(reflectTexture), 0.0, 1.0));
+        vec3 refractDirection = refract(incoming, N, material.refractDistortion * m);
+        refraction = get_pbr_color(refractDirection, lod, get_dynamic_refraction(refractDirection, true, lod)) *
+                     material.refractColor.rgb * reflectionInfluence;
+    }
     specular *= reflectionInfluence;
     result.dynamicReflection = vec4(dynamic.rgb * reflectionInfluence, dynamic.a) *
                                vec4(metallicAmount, mean_of(metallicAmount));
