@@ -98,8 +98,8 @@ TEST(ProjectReader, ValuesOutOfRangeAreClampedWithAWarning) {
     ASSERT_EQ(diagnostics.warnings.size(), 4U);
     EXPECT_EQ(diagnostics.warnings[0],
               "/folder/p.json:1:27: composition.width: 99999 lies outside 1 to 30000, taken as 30000");
-    EXPECT_THAT(diagnostics.warnings[2],
-                testing::StartsWith("/folder/p.json:2:27: lights[0].coneAngle: 200"));
+    EXPECT_THAT(diagnostics.warnings[3],
+                testing::StartsWith("/folder/p.json:2:49: lights[0].coneAngle: 200"));
 }
 
 TEST(ProjectReader, WhatIsOmittedHasItsDefault) {

@@ -1,6 +1,10 @@
 #include "app/command/Commands.h"
 
+#include "app/project/NearestName.h"
+
 #include <CLI/CLI.hpp>
+
+#include <algorithm>
 
 namespace velorin::app {
 
@@ -107,6 +111,14 @@ int RunCommand(int argc, char** argv) {
     CLI::App* setupCommand = app.add_subcommand("setup", "Opens the scene of a project in its window");
     setupCommand->add_option("PROJECT", setupProject, "A project (.json)")->required();
 
+    std::vector<std::string> names;
+    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
+        names.push_back(command->get_name());
+    if (const std::string first = argc > 1 ? argv[1] : "-";
+        !first.starts_with('-') && std::find(names.begin(), names.end(), first) == names.end()) {
+        Console(false).Error("there is no command \"" + first + "\"" + NearestHint(first, names));
+        return kWrongUsage;
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -188,8 +188,8 @@ std::optional<Project> ReadInput(const std::string& path, SizeOverride size, Con
         }
         std::error_code ignored;
         const std::string folder = fs::absolute(path, ignored).parent_path().lexically_normal().string();
-        project =
-            ReadProjectText(path, ProjectTextForModels({path}, folder, kModelDuration), diagnostics, size);
+        project = ReadProjectText(path, ProjectTextForModels({path}, folder, kModelDuration, size),
+                                  diagnostics, size);
         break;
     }
     case InputKind::Unknown:

@@ -21,16 +21,19 @@ std::string PathForProject(const std::string& file, const std::string& folder) {
 } // namespace
 
 std::string ProjectTextForModels(const std::vector<std::string>& files, const std::string& folder,
-                                 double durationSeconds) {
+                                 double durationSeconds, SizeOverride size) {
     using nlohmann::ordered_json;
-    constexpr int kWidth = 1280, kHeight = 720;
+    constexpr int kUsualWidth = 1280, kUsualHeight = 720;
+    constexpr double kUsualParticleSize = 10;
+    const int width = size.width > 0 ? size.width : kUsualWidth,
+              height = size.width > 0 ? size.height : kUsualHeight;
+    // The default camera's distance grows with the width; the picture's shorter side holds the model.
+    const double largest = kUsualParticleSize * std::min(static_cast<double>(width) / kUsualWidth,
+                                                         static_cast<double>(height) / kUsualHeight);
     ordered_json project;
     project["velorin"] = 1;
-    project["composition"] = {{"width", kWidth},
-                              {"height", kHeight},
-                              {"frameRate", 24},
-                              {"duration", durationSeconds},
-                              {"depth", 8}};
+    project["composition"] = {
+        {"width", width}, {"height", height}, {"frameRate", 24}, {"duration", durationSeconds}, {"depth", 8}};
     ordered_json parameters = ordered_json::object(), models = ordered_json::array();
     const std::size_t count = std::min(files.size(), kMostModels);
     for (std::size_t i = 0; i < count; ++i) {
@@ -41,12 +44,15 @@ std::string ProjectTextForModels(const std::vector<std::string>& files, const st
                           {"path", PathForProject(files[i], folder)},
                           {"normalizeSize", true},
                           {"groups", {static_cast<int>(i) + 1}}});
-        if (count == 1) break;
-        // Side by side with a quarter of each place left free.
-        const double place = static_cast<double>(kWidth) / static_cast<double>(count);
         const std::string group = std::to_string(i + 1) + ". ";
-        parameters[group + "Position XY"] = {place * (static_cast<double>(i) + 0.5), kHeight / 2.0};
-        parameters[group + "Particle Size"] = std::min(10.0, place * 0.75 / 50.0);
+        if (count == 1) {
+            if (largest != kUsualParticleSize) parameters[group + "Particle Size"] = largest;
+            break;
+        }
+        // Side by side with a quarter of each place left free.
+        const double place = static_cast<double>(width) / static_cast<double>(count);
+        parameters[group + "Position XY"] = {place * (static_cast<double>(i) + 0.5), height / 2.0};
+        parameters[group + "Particle Size"] = std::min(largest, place * 0.75 / 50.0);
     }
     ordered_json effect;
     if (!parameters.empty()) effect["parameters"] = parameters;

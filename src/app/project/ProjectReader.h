@@ -23,9 +23,10 @@ struct SizeOverride {
 
 // The text of a project that shows models: one file alone in the middle of the frame, several side by side,
 // each in a replicator group of its own (five at most). Paths are written relative to `folder` (absolute),
-// where that is shorter than the whole path.
+// where that is shorter than the whole path. Another size of the composition shows the same picture.
 [[nodiscard]] std::string ProjectTextForModels(const std::vector<std::string>& files,
-                                               const std::string& folder, double durationSeconds);
+                                               const std::string& folder, double durationSeconds,
+                                               SizeOverride size = {});
 inline constexpr std::size_t kMostModels = 5;
 
 } // namespace velorin::app
