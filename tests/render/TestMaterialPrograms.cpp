@@ -307,8 +307,7 @@ TEST_F(MaterialPrograms, FaultyTextIsReportedOnce) {
     namespace fs = std::filesystem;
     const fs::path folder = fs::temp_directory_path() / ("velorin_shaders_" + std::to_string(::getpid()));
     fs::create_directories(folder);
-    fs::copy(fs::path(VELORIN_SOURCE_DIR) / "src/render/shaders", folder,
-             fs::copy_options::recursive);
+    fs::copy(fs::path(VELORIN_SOURCE_DIR) / "src/render/shaders", folder, fs::copy_options::recursive);
     std::ofstream(folder / "material_main_unlit.glsl") << "void main() { nonsense }\n";
     SetEnvironmentVariable("VELORIN_SHADERS", folder.string());
     RenderStatistics statistics;
