@@ -30,6 +30,20 @@ TEST(PixelConversion, RoundsToTheNearestAndCutsBothEnds) {
         ConvertChannels16(&row.value, &as16, 1);
         EXPECT_EQ(as8, row.as8) << row.value;
         EXPECT_EQ(as16, row.as16) << row.value;
+        // Long runs go another way than single values, and end with a rest of every length.
+        for (std::size_t count = 2; count < 40; ++count) {
+            const std::vector<float> run(count, row.value);
+            std::vector<std::uint8_t> run8(count + 1, 77);
+            std::vector<std::uint16_t> run16(count + 1, 77);
+            ConvertChannels8(run.data(), run8.data(), count);
+            ConvertChannels16(run.data(), run16.data(), count);
+            for (std::size_t i = 0; i < count; ++i) {
+                ASSERT_EQ(run8[i], row.as8) << row.value << " at " << i << " of " << count;
+                ASSERT_EQ(run16[i], row.as16) << row.value << " at " << i << " of " << count;
+            }
+            EXPECT_EQ(run8[count], 77);
+            EXPECT_EQ(run16[count], 77);
+        }
     }
 }
 
