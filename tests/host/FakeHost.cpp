@@ -278,3 +278,10 @@ std::size_t FakeFrame::PixelsDrawn() const {
         for (int x = 0; x < width_; ++x) count += At(x, y, 0) > 0;
     return count;
 }
+
+double FakeFrame::Coverage() const {
+    double sum = 0;
+    for (int y = 0; y < height_; ++y)
+        for (int x = 0; x < width_; ++x) sum += At(x, y, 0);
+    return sum / (bitDepth_ == 8 ? 255 : bitDepth_ == 16 ? 32768 : 1);
+}

@@ -62,6 +62,7 @@ public:
     // Channel `c` (0 alpha to 3 blue) of an output pixel as the depth stores it.
     [[nodiscard]] double At(int x, int y, int c) const;
     [[nodiscard]] std::size_t PixelsDrawn() const; // output pixels with any alpha
+    [[nodiscard]] double Coverage() const;         // area drawn in pixels: the sum of alpha
 
     std::vector<A_long> declared; // checkout ids of pre-render, in order
     std::vector<A_long> taken;    // checkout ids of render, in order

@@ -9,32 +9,56 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <unistd.h>
 
 namespace velorin {
 namespace {
 
-// The whole way of a frame through the plug-in's entry, with a real context.
+// The whole way of a frame through the plug-in's entry, with a real context. One process set-up serves all
+// tests, since making the programs takes longer than all frames together; each test has an instance of its
+// own.
 class Frame : public ::testing::Test {
 protected:
-    void SetUp() override {
-        ASSERT_EQ(host.Start(), PF_Err_NONE);
-        EXPECT_EQ(host.out.num_params, 2428);
-        ASSERT_EQ(host.Send(PF_Cmd_SEQUENCE_SETUP), PF_Err_NONE);
-        path =
-            std::filesystem::temp_directory_path() / ("velorin_frame_" + std::to_string(getpid()) + ".obj");
-        WriteCube();
+    static void SetUpTestSuite() {
+        shared = std::make_unique<FakeHost>();
+        ASSERT_EQ(shared->Start(), PF_Err_NONE);
+        EXPECT_EQ(shared->out.num_params, 2428);
+        rowsAtStart = shared->rows;
     }
-    void TearDown() override {
-        EXPECT_EQ(host.Send(PF_Cmd_SEQUENCE_SETDOWN), PF_Err_NONE);
+    static void TearDownTestSuite() {
+        FakeHost& host = *shared;
         PF_ArbParamsExtra dispose{};
         dispose.which_function = PF_Arbitrary_DISPOSE_FUNC;
         dispose.u.dispose_func_params.arbH = host.Row(4).u.arb_d.value;
         EXPECT_EQ(host.Send(PF_Cmd_ARBITRARY_CALLBACK, &dispose), PF_Err_NONE);
         EXPECT_EQ(host.Send(PF_Cmd_GLOBAL_SETDOWN), PF_Err_NONE);
+        EXPECT_EQ(host.in.global_data, nullptr);
         EXPECT_EQ(host.handles, 0u);
+        shared.reset();
+    }
+    void SetUp() override {
+        host.rows = rowsAtStart;
+        host.in.width = 160;
+        host.in.height = 90;
+        host.progressCalls = 0;
+        host.stopAtProgress = -1;
+        ASSERT_EQ(host.Send(PF_Cmd_SEQUENCE_SETUP), PF_Err_NONE);
+        static int number = 0; // a file of its own, so that no test meets the geometry of another
+        path = std::filesystem::temp_directory_path() /
+               ("velorin_frame_" + std::to_string(getpid()) + "_" + std::to_string(++number) + ".obj");
+        WriteCube();
+    }
+    void TearDown() override {
+        EXPECT_EQ(host.Send(PF_Cmd_SEQUENCE_SETDOWN), PF_Err_NONE);
         EXPECT_EQ(host.checkedOut, 0);
         EXPECT_EQ(host.suitesOut, 0);
+        {
+            const HandleLock lock(host.in.utils, host.Row(4).u.arb_d.value);
+            SceneValue& value = *SceneValueIn(lock.memory());
+            value.scene->Clear();
+            value.Touch();
+        }
         std::filesystem::remove(path);
     }
     void WriteCube() {
@@ -53,8 +77,10 @@ protected:
         model->path = path.string();
         model->name = "Cube";
         model->normalMode = NormalMode::Auto;
+        model->normalizeSize = true; // a "Particle Size" of 1 makes half an edge of 25 pixels
         value.scene->models.push_back(model);
         value.Touch();
+        host.Row(185).u.fs_d.value = 1;
     }
     nlohmann::json Ask(const nlohmann::json& request) {
         const std::string text = request.dump();
@@ -70,13 +96,16 @@ protected:
         return nlohmann::json::parse(answer, nullptr, false);
     }
 
-    FakeHost host;
+    static std::unique_ptr<FakeHost> shared;
+    static std::vector<PF_ParamDef> rowsAtStart;
+    FakeHost& host = *shared;
     std::filesystem::path path;
 };
+std::unique_ptr<FakeHost> Frame::shared;
+std::vector<PF_ParamDef> Frame::rowsAtStart;
 
 TEST_F(Frame, DrawsACubeInTheMiddleAtEveryDepth) {
     AddCube();
-    host.Row(185).u.fs_d.value = 1; // Particle Size: half an edge of 25 pixels
     for (const int depth : {8, 16, 32}) {
         FakeFrame frame(host, 160, 90, depth);
         ASSERT_EQ(frame.Render(), PF_Err_NONE);
@@ -89,7 +118,7 @@ TEST_F(Frame, DrawsACubeInTheMiddleAtEveryDepth) {
             EXPECT_EQ(frame.At(x, y, 0), 0) << depth;
         // The front face lies 25 pixels before the comp's plane, and the eye 160 * 50 / 36 before that.
         const double distance = 160 * 50.0 / 36, side = 50 * distance / (distance - 25);
-        EXPECT_NEAR(static_cast<double>(frame.PixelsDrawn()), side * side, side * 3) << depth;
+        EXPECT_NEAR(frame.Coverage(), side * side, side) << depth;
     }
 }
 
