@@ -80,6 +80,12 @@ std::uint64_t AssignModels(const GroupParams& group, std::span<const SceneModel*
     trees.reserve(models.size());
     for (const SceneModel* model : models) trees.push_back(BreadthFirst(*model));
 
+    std::vector<std::uint32_t> firstOfTree;
+    std::uint32_t walked = 0;
+    for (const auto& tree : trees) {
+        firstOfTree.push_back(walked);
+        walked += static_cast<std::uint32_t>(tree.size());
+    }
     std::uint64_t entries = 0;
     for (const std::uint32_t model : chosen) entries += trees[model].size();
     const std::uint64_t bytes = entries * sizeof(SlotModel) + (count + 1) * sizeof(std::uint32_t);
@@ -90,8 +96,9 @@ std::uint64_t AssignModels(const GroupParams& group, std::span<const SceneModel*
     Random random(group.baked.randomSeed);
     for (const std::uint32_t model : chosen) {
         slots.first.push_back(static_cast<std::uint32_t>(slots.slots.size()));
+        std::uint32_t number = firstOfTree[model];
         for (const SceneModel* entry : trees[model])
-            slots.slots.push_back({entry, BakedFrame(*entry, group.baked, random), 0});
+            slots.slots.push_back({entry, BakedFrame(*entry, group.baked, random), number++});
     }
     slots.first.push_back(static_cast<std::uint32_t>(slots.slots.size()));
     return 0;

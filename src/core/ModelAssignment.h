@@ -16,7 +16,8 @@ class SceneModel;
 struct SlotModel {
     const SceneModel* model = nullptr; // borrowed from the scene
     std::uint32_t frame = 0;           // of its baked animation or sequence, from 0
-    std::uint32_t plan = 0;            // the caller's number for model and frame
+    std::uint32_t plan =
+        0; // number of the model in the walk of all trees; then the caller's, for model and frame
 };
 
 // The entries of all particles of a group, one after the other; those of particle p are first[p] to

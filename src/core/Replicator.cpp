@@ -67,7 +67,7 @@ std::array<std::uint64_t, kGroupCount> ParticleCounts(const FrameParams& params,
 void GenerateParticles(FrameParams& params, std::size_t groupIndex, std::size_t count,
                        SurfaceSampler& surfaces, Point3 cameraPosition) {
     std::vector<Particle>& particles = params.particles[groupIndex];
-    particles.assign(count, Particle{});
+    particles.resize(count);
     if (count == 0) return;
     const GroupParams& group = params.groups[groupIndex];
     std::vector<SurfacePoint> surface;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/FrameParams.h"
+#include "core/Random.h"
 #include "core/SurfaceSampler.h"
 
 #include <cstddef>
@@ -30,10 +31,18 @@ enum class EngineSide { None, Start, Finish };
 void RunParticlePass(const FrameParams& params, std::size_t groupIndex, Point3 cameraPosition,
                      std::span<Particle> particles);
 
-// The animation key of the particles by a block, seeded as block number `side` (0 start, 1 finish) of the
-// engine.
-void SetAnimationKeys(const AnimationBlock& block, std::uint32_t seed, std::uint32_t side,
-                      std::span<Particle> particles);
+// The animation keys of `count` particles, given in pieces in their order, by a block; seeded as block number
+// `side` (0 start, 1 finish) of the engine.
+class KeyStage {
+public:
+    KeyStage(const AnimationBlock& block, std::uint32_t seed, std::uint32_t side, std::size_t count);
+    void Run(std::span<Particle> particles);
+
+private:
+    const AnimationBlock& block_;
+    Random random_;
+    std::int64_t count_, next_ = 0;
+};
 
 // One group: `count` particles in params.particles[groupIndex].
 void GenerateParticles(FrameParams& params, std::size_t groupIndex, std::size_t count,

@@ -1,9 +1,11 @@
 #include "core/Replicator.h"
 
+#include "core/LookStage.h"
 #include "core/Noise.h"
 #include "core/Random.h"
 #include "core/ReplicatorShapes.h"
 
+#include <algorithm>
 #include <cmath>
 
 // The stages that run over the particles of every shape, in the order of Replicator.h. Each seeds a generator
@@ -36,113 +38,106 @@ Point3 DrawCentred(Random& random) {
     return {x, y, z};
 }
 
-Point3 DrawAngles(Random& random, Point3 unit) {
-    const auto x = static_cast<float>(random.Draw() % 3600), y = static_cast<float>(random.Draw() % 3600),
-               z = static_cast<float>(random.Draw() % 3600);
-    return Point3{x, y, z} * unit;
-}
+// A stage holds its generator, so that the particles can pass through all stages in pieces that stay in the
+// cache.
+class ScatterStage {
+public:
+    explicit ScatterStage(const GroupParams& group)
+        : random_(group.randomSeed + kScatterSeed),
+          range_(group.scatter * group.shapeUnit),
+          active_(!IsZero(group.scatter)) {}
 
-Point3 LookDirection(const GroupParams& group, const Particle& particle, Point3 cameraPosition) {
-    switch (group.orientation) {
-    case Orientation::FaceCamera:
-        return Normalized(particle.position - cameraPosition);
-    case Orientation::Fixed:
-        return {0, 0, 1};
-    default:
-        return Normalized(particle.normal);
-    }
-}
-
-// What the loop of the pass takes from the group, computed once.
-struct LookPass {
-    LookPass(const GroupParams& g, Point3 camera)
-        : group(g),
-          cameraPosition(camera),
-          shape(ToMatrix(g.rotation)),
-          scale(g.scale * g.shapeScale),
-          baseSize(g.shapeUnit * g.particleSize),
-          spread(g.rotationRandom * 2),
-          hasSpread(!IsZero(g.rotationRandom)),
-          hasRandomize(!IsZero(g.rotationRandomize)),
-          turnsWithShape(g.orientation != Orientation::FaceCamera) {}
-
-    void Apply(Particle& particle, Random& random) const {
-        particle.position = TransformPoint(particle.position * scale, shape) + group.position;
-        const float factor = 1 - random.Draw01() * group.particleSizeRandom;
-        particle.size = group.sizeAxes * (factor * baseSize);
-
-        Quaternion rotation = LookRotation(LookDirection(group, particle, cameraPosition));
-        const Point3 spreadAngles = DrawCentred(random) * spread;
-        if (hasSpread && !IsZero(spreadAngles)) rotation = Euler(spreadAngles) * rotation;
-        const Point3 steps = DrawAngles(random, group.rotationRandomize);
-        if (hasRandomize && !IsZero(steps)) rotation = Euler(steps) * rotation;
-        rotation = group.particleRotation * rotation;
-        if (turnsWithShape) rotation = rotation * group.rotation;
-        particle.rotation = rotation;
+    void Run(std::span<Particle> particles) {
+        if (!active_) return;
+        for (Particle& particle : particles) particle.position += DrawCentred(random_) * range_;
     }
 
-    const GroupParams& group;
-    Point3 cameraPosition;
-    Matrix shape;
-    Point3 scale;
-    float baseSize;
-    Point3 spread;
-    bool hasSpread, hasRandomize, turnsWithShape;
+private:
+    Random random_;
+    Point3 range_;
+    bool active_;
 };
 
-void Scatter(const GroupParams& group, std::span<Particle> particles) {
-    if (IsZero(group.scatter)) return;
-    Random random(group.randomSeed + kScatterSeed);
-    const Point3 range = group.scatter * group.shapeUnit;
-    for (Particle& particle : particles) particle.position += DrawCentred(random) * range;
-}
-
-void OffsetFromSurface(const GroupParams& group, std::span<Particle> particles) {
-    if (group.surfaceOffset == 0) return;
-    Random random(group.randomSeed + kSurfaceSeed);
-    const float offset = group.surfaceOffset * group.shapeUnit;
-    Matrix turn = ToMatrix(group.rotation);
-    if (group.shape == ReplicatorShape::Plane) {
+class SurfaceOffsetStage {
+public:
+    explicit SurfaceOffsetStage(const GroupParams& group)
+        : random_(group.randomSeed + kSurfaceSeed),
+          offset_(group.surfaceOffset * group.shapeUnit),
+          spread_(group.surfaceOffsetRandom),
+          turn_(ToMatrix(group.rotation)),
+          active_(group.surfaceOffset != 0) {
+        if (group.shape != ReplicatorShape::Plane) return;
         Matrix quarter; // about X, y to z: a plane's normal is z though it lies in x and z
         quarter(1, 1) = 0, quarter(1, 2) = 1, quarter(2, 1) = -1, quarter(2, 2) = 0;
-        turn = quarter * turn;
+        turn_ = quarter * turn_;
     }
-    for (Particle& particle : particles) {
-        const Point3 direction = Normalized(TransformPoint(-particle.normal, turn));
-        const float random01 = random.Draw01();
-        const float amount = (random01 * group.surfaceOffsetRandom + 1 - group.surfaceOffsetRandom) * offset;
-        particle.position += direction * amount;
-    }
-}
 
-void AddPositionNoise(const GroupParams& group, std::span<Particle> particles) {
-    if (IsZero(group.positionNoiseAmount)) return;
-    const float origin = NoiseOrigin(group.randomSeed);
-    const Point3 amount = group.positionNoiseAmount;
-    for (Particle& particle : particles) {
-        const Point3 p = particle.position;
-        const float u = (origin + (p.z + p.x)) * 0.01f * group.positionNoiseScale;
-        const float v =
-            (origin + (p.z + p.y)) * 0.01f * group.positionNoiseScale + group.positionNoiseEvolution;
-        particle.position = {p.x + Noise2(u, v) * amount.x, p.y + Noise2(u + 500, v + 500) * amount.y,
-                             p.z + Noise2(u + 1000, v + 1000) * amount.z};
+    void Run(std::span<Particle> particles) {
+        if (!active_) return;
+        for (Particle& particle : particles) {
+            const Point3 direction = Normalized(TransformPoint(-particle.normal, turn_));
+            particle.position += direction * ((random_.Draw01() * spread_ + 1 - spread_) * offset_);
+        }
     }
-}
 
-void AddRotationNoise(const GroupParams& group, std::span<Particle> particles) {
-    if (group.rotationNoiseAmount == 0) return;
-    const float origin = NoiseOrigin(group.lookSeed);
-    const float scale = group.rotationNoiseScale, evolution = group.rotationNoiseEvolution;
-    const float amount = group.rotationNoiseAmount * 0.05f;
-    for (Particle& particle : particles) {
-        const Point3 p = particle.position;
-        const float a = (origin + p.z + p.x) * 0.1f * scale;
-        const float b = (origin + p.z + p.y) * 0.1f * scale + evolution;
-        const Point3 angles{Noise2(a + 665, b + 665) * amount, Noise2(a + 385, b + 385) * amount,
-                            Noise2(a + 1610, b + 1610) * amount};
-        particle.rotation = particle.rotation * Euler(angles);
+private:
+    Random random_;
+    float offset_, spread_;
+    Matrix turn_;
+    bool active_;
+};
+
+class PositionNoiseStage {
+public:
+    explicit PositionNoiseStage(const GroupParams& group)
+        : amount_(group.positionNoiseAmount),
+          origin_(NoiseOrigin(group.randomSeed)),
+          scale_(group.positionNoiseScale),
+          evolution_(group.positionNoiseEvolution),
+          active_(!IsZero(amount_)) {}
+
+    void Run(std::span<Particle> particles) const {
+        if (!active_) return;
+        for (Particle& particle : particles) {
+            const Point3 p = particle.position;
+            const float u = (origin_ + (p.z + p.x)) * 0.01f * scale_;
+            const float v = (origin_ + (p.z + p.y)) * 0.01f * scale_ + evolution_;
+            particle.position = {p.x + Noise2(u, v) * amount_.x, p.y + Noise2(u + 500, v + 500) * amount_.y,
+                                 p.z + Noise2(u + 1000, v + 1000) * amount_.z};
+        }
     }
-}
+
+private:
+    Point3 amount_;
+    float origin_, scale_, evolution_;
+    bool active_;
+};
+
+class RotationNoiseStage {
+public:
+    explicit RotationNoiseStage(const GroupParams& group)
+        : origin_(NoiseOrigin(group.lookSeed)),
+          scale_(group.rotationNoiseScale),
+          evolution_(group.rotationNoiseEvolution),
+          amount_(group.rotationNoiseAmount * 0.05f),
+          active_(group.rotationNoiseAmount != 0) {}
+
+    void Run(std::span<Particle> particles) const {
+        if (!active_) return;
+        for (Particle& particle : particles) {
+            const Point3 p = particle.position;
+            const float a = (origin_ + p.z + p.x) * 0.1f * scale_;
+            const float b = (origin_ + p.z + p.y) * 0.1f * scale_ + evolution_;
+            const Point3 angles{Noise2(a + 665, b + 665) * amount_, Noise2(a + 385, b + 385) * amount_,
+                                Noise2(a + 1610, b + 1610) * amount_};
+            particle.rotation = particle.rotation * Euler(angles);
+        }
+    }
+
+private:
+    float origin_, scale_, evolution_, amount_;
+    bool active_;
+};
 
 float SweepPlace(const AnimationBlock& block, Point3 position) {
     if (block.type == AnimationBlock::Directional) return Dot(position, block.direction);
@@ -176,57 +171,56 @@ Quaternion LookRotation(Point3 direction) {
     return {(side.z + direction.x) / s, (direction.y + up.z) / s, 0.25f * s, (up.x - side.y) / s};
 }
 
-void SetAnimationKeys(const AnimationBlock& block, std::uint32_t seed, std::uint32_t side,
-                      std::span<Particle> particles) {
-    Random random(block.type == AnimationBlock::Random ? seed + side * kFinishKeySeed : kKeySeed);
-    const auto count = static_cast<std::int64_t>(particles.size());
-    for (std::size_t i = 0; i < particles.size(); ++i) {
-        Particle& particle = particles[i];
-        switch (block.type) {
+KeyStage::KeyStage(const AnimationBlock& block, std::uint32_t seed, std::uint32_t side, std::size_t count)
+    : block_(block),
+      random_(block.type == AnimationBlock::Random ? seed + side * kFinishKeySeed : kKeySeed),
+      count_(static_cast<std::int64_t>(count)) {
+}
+
+void KeyStage::Run(std::span<Particle> particles) {
+    for (Particle& particle : particles) {
+        switch (block_.type) {
         case AnimationBlock::ShapeOrder: {
-            const std::int64_t place = (static_cast<std::int64_t>(i) + block.shapeOrderOffset) % count;
-            particle.animationKey = static_cast<float>(place < 0 ? place + count : place);
+            const std::int64_t place = (next_ + block_.shapeOrderOffset) % count_;
+            particle.animationKey = static_cast<float>(place < 0 ? place + count_ : place);
             break;
         }
         case AnimationBlock::Uniform:
             particle.animationKey = 0;
             break;
         case AnimationBlock::Random:
-            particle.animationKey = static_cast<float>(random.Draw());
+            particle.animationKey = static_cast<float>(random_.Draw());
             break;
         default:
-            particle.animationKey = SweepPlace(block, particle.position);
+            particle.animationKey = SweepPlace(block_, particle.position);
             break;
         }
-        const float tieBreak = random.Draw01() * 0.01f;
-        if (block.type != AnimationBlock::Uniform) particle.animationKey += tieBreak;
+        const float tieBreak = random_.Draw01() * 0.01f;
+        if (block_.type != AnimationBlock::Uniform) particle.animationKey += tieBreak;
+        ++next_;
     }
 }
 
 void RunParticlePass(const FrameParams& params, std::size_t groupIndex, Point3 cameraPosition,
                      std::span<Particle> particles) {
     const GroupParams& group = params.groups[groupIndex];
-    const LookPass pass(group, cameraPosition);
-    Random random(group.lookSeed);
-    std::uint32_t index = 0;
-    for (Particle& particle : particles) {
-        particle.index = index++;
-        pass.Apply(particle, random);
+    const EngineSide side = SideOf(params.engine, groupIndex);
+    LookStage look(group, cameraPosition);
+    KeyStage keys(side == EngineSide::Finish ? params.engine.dual : params.engine.block, params.engine.seed,
+                  side == EngineSide::Finish ? 1 : 0, particles.size());
+    ScatterStage scatter(group);
+    SurfaceOffsetStage surfaceOffset(group);
+    const PositionNoiseStage positionNoise(group);
+    const RotationNoiseStage rotationNoise(group);
+    for (std::size_t first = 0; first < particles.size(); first += LookStage::kPiece) {
+        const auto piece = particles.subspan(first, std::min(LookStage::kPiece, particles.size() - first));
+        look.Run(piece);
+        if (side != EngineSide::None) keys.Run(piece);
+        scatter.Run(piece);
+        surfaceOffset.Run(piece);
+        positionNoise.Run(piece);
+        rotationNoise.Run(piece);
     }
-    switch (SideOf(params.engine, groupIndex)) {
-    case EngineSide::Start:
-        SetAnimationKeys(params.engine.block, params.engine.seed, 0, particles);
-        break;
-    case EngineSide::Finish:
-        SetAnimationKeys(params.engine.dual, params.engine.seed, 1, particles);
-        break;
-    case EngineSide::None:
-        break;
-    }
-    Scatter(group, particles);
-    OffsetFromSurface(group, particles);
-    AddPositionNoise(group, particles);
-    AddRotationNoise(group, particles);
 }
 
 } // namespace velorin

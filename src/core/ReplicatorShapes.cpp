@@ -1,5 +1,7 @@
 #include "core/ReplicatorShapes.h"
 
+#include "core/SinCos.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -47,6 +49,10 @@ std::uint32_t SphereRows(const GroupParams& group, std::uint32_t count) {
     return std::max(1u, CountOf(std::max(rows, 1.0f), kMaxRows));
 }
 
+void PlaceAtOrigin(std::span<Particle> particles) {
+    for (Particle& particle : particles) particle.position = particle.normal = {};
+}
+
 void PlaceGrid(const GroupParams& group, std::span<Particle> particles) {
     const std::uint32_t nx = GridSide(group.gridX), ny = GridSide(group.gridY), nz = GridSide(group.gridZ);
     const float radius = ShapeRadius(group);
@@ -82,6 +88,20 @@ void PlacePlaneLayer(const GroupParams& group, float y, std::span<Particle> part
     }
 }
 
+// Calls `visit(cosine, sine)` for `count` angles around a circle, from pi downward.
+template <class Visit>
+void WalkCircle(std::uint32_t count, Visit visit) {
+    constexpr std::uint32_t kPiece = 64;
+    float angles[kPiece], sines[kPiece], cosines[kPiece];
+    const float step = 2 * kPi / static_cast<float>(count);
+    for (std::uint32_t first = 0; first < count; first += kPiece) {
+        const std::uint32_t piece = std::min(kPiece, count - first);
+        for (std::uint32_t j = 0; j < piece; ++j) angles[j] = kPi - static_cast<float>(first + j) * step;
+        SinCos(angles, sines, cosines, piece);
+        for (std::uint32_t j = 0; j < piece; ++j) visit(cosines[j], sines[j]);
+    }
+}
+
 void PlaceSphereLayer(const GroupParams& group, float offset, std::span<Particle> particles) {
     const float radius = ShapeRadius(group) + offset;
     const Point3 inverse{Inverse(group.scale.x), Inverse(group.scale.y), Inverse(group.scale.z)};
@@ -100,26 +120,26 @@ void PlaceSphereLayer(const GroupParams& group, float offset, std::span<Particle
         left -= inRow;
         if (inRow == 0) continue;
         const float y = std::cos(t) * radius;
-        const float step = 2 * kPi / static_cast<float>(inRow);
-        for (std::uint32_t j = 0; j < inRow; ++j, ++next) {
-            const float a = kPi - static_cast<float>(j) * step;
-            const Point3 p{std::cos(a) * s * radius, y, std::sin(a) * s * radius};
+        WalkCircle(inRow, [&](float cosine, float sine) {
+            const Point3 p{cosine * s * radius, y, sine * s * radius};
             next->position = p;
             next->normal = -(p * inverse);
-        }
+            ++next;
+        });
     }
+    PlaceAtOrigin(particles.last(left));
 }
 
 void PlaceRingLayer(const GroupParams& group, float y, std::span<Particle> particles) {
     const float radius = ShapeRadius(group);
     const float ix = Inverse(group.scale.x), iz = Inverse(group.scale.z);
-    const float step = 2 * kPi / static_cast<float>(particles.size());
-    for (std::size_t j = 0; j < particles.size(); ++j) {
-        const float a = kPi - static_cast<float>(j) * step;
-        const Point3 p{std::cos(a) * radius, y, std::sin(a) * radius};
-        particles[j].position = p;
-        particles[j].normal = {-p.x * ix, 0, -p.z * iz};
-    }
+    Particle* next = particles.data();
+    WalkCircle(static_cast<std::uint32_t>(particles.size()), [&](float cosine, float sine) {
+        const Point3 p{cosine * radius, y, sine * radius};
+        next->position = p;
+        next->normal = {-p.x * ix, 0, -p.z * iz};
+        ++next;
+    });
 }
 
 // Calls `visit(row, columns)` for the `rows` rows of an image that stand evenly among those with set pixels.
@@ -163,12 +183,16 @@ void PlaceImageLayer(const GroupParams& group, const LayerMask& mask, float z,
         }
         return left > 0;
     });
+    PlaceAtOrigin(particles.last(left));
 }
 
 void PlaceLayers(const GroupParams& group, std::span<Particle> particles) {
     LayerMask mask(group.shape == ReplicatorShape::Layer ? group.customLayer : ImageHeader{});
     if (group.shape == ReplicatorShape::Layer) {
-        if (mask.empty()) return;
+        if (mask.empty()) {
+            PlaceAtOrigin(particles);
+            return;
+        }
         mask.CollectRows();
     }
     const auto shares =
@@ -194,6 +218,7 @@ void PlaceLayers(const GroupParams& group, std::span<Particle> particles) {
             break;
         }
     }
+    PlaceAtOrigin(particles.subspan(first));
 }
 
 // Calls `visit(u, v)` for the cells of a Layer Grid whose pixel is set, until it returns false.
@@ -213,6 +238,7 @@ void WalkLayerGrid(const GroupParams& group, const LayerMask& mask, Visit visit)
 
 void PlaceLayerGrid(const GroupParams& group, std::span<Particle> particles) {
     const LayerMask mask(group.customLayer);
+    PlaceAtOrigin(particles);
     if (mask.empty() || particles.empty()) return;
     const float radius = ShapeRadius(group);
     const auto width = static_cast<float>(mask.width()), height = static_cast<float>(mask.height());
@@ -226,7 +252,10 @@ void PlaceLayerGrid(const GroupParams& group, std::span<Particle> particles) {
 
 void PlaceOnSurface(const GroupParams& group, std::span<const SurfacePoint> surface,
                     std::span<Particle> particles) {
-    if (surface.empty()) return;
+    if (surface.empty()) {
+        PlaceAtOrigin(particles);
+        return;
+    }
     const float radius = ShapeRadius(group);
     std::size_t point = 0;
     for (Particle& particle : particles) {
@@ -324,6 +353,7 @@ void PlaceShape(const GroupParams& group, std::span<const SurfacePoint> surface,
                 std::span<Particle> particles) {
     switch (group.shape) {
     case ReplicatorShape::Point:
+        PlaceAtOrigin(particles);
         break;
     case ReplicatorShape::Grid3D:
         PlaceGrid(group, particles);

@@ -93,6 +93,8 @@ struct Velorin::State : SurfaceSource {
 
     MeshBuffers* Use(FrameParams& params, const SceneModel& model, const std::string& path);
     void AssignGroup(FrameParams& params, std::size_t groupIndex, const Velorin& core);
+    std::uint32_t MakePlan(FrameParams& params, std::size_t groupIndex, const SlotModel& slot,
+                           const Velorin& core);
     void DropUnused(FrameParams& params);
 };
 
@@ -146,21 +148,29 @@ void Velorin::State::AssignGroup(FrameParams& params, std::size_t groupIndex, co
         AssignModels(group, models, params.particles[groupIndex].size(), MemoryForArrays(), slots);
     if (refused > 0) RefuseGroup(groupIndex, refused, "models");
 
-    std::unordered_map<PlanKey, std::uint32_t, PlanKeyHash> planOf;
+    constexpr std::uint32_t kNone = 0xffffffffu;
+    std::vector<std::uint32_t> planOfStill; // by the model's number, for frame 0
+    std::unordered_map<PlanKey, std::uint32_t, PlanKeyHash> planOfFrame;
     for (SlotModel& slot : slots.slots) {
-        const auto [place, isNew] = planOf.try_emplace({slot.model, slot.frame}, 0u);
-        if (isNew) {
-            const SceneModel& model = *slot.model;
-            const auto [known, isUnknown] = geometryByModel.try_emplace({slot.model, slot.frame}, nullptr);
-            if (isUnknown && model.type != ModelType::Folder)
-                known->second =
-                    Use(params, model,
-                        model.type == ModelType::Sequence ? SequenceFramePath(model.path, slot.frame)
-                                                          : model.path);
-            place->second = AddPlan(plans, model, known->second, group, core.RigInfo(model));
-        }
-        slot.plan = place->second;
+        if (slot.plan >= planOfStill.size()) planOfStill.resize(slot.plan + 1, kNone);
+        std::uint32_t& plan = slot.frame == 0
+                                  ? planOfStill[slot.plan]
+                                  : planOfFrame.try_emplace({slot.model, slot.frame}, kNone).first->second;
+        if (plan == kNone) plan = MakePlan(params, groupIndex, slot, core);
+        slot.plan = plan;
     }
+}
+
+std::uint32_t Velorin::State::MakePlan(FrameParams& params, std::size_t groupIndex, const SlotModel& slot,
+                                       const Velorin& core) {
+    const SceneModel& model = *slot.model;
+    const auto [known, isNew] = geometryByModel.try_emplace({slot.model, slot.frame}, nullptr);
+    if (isNew && model.type != ModelType::Folder)
+        known->second =
+            Use(params, model,
+                model.type == ModelType::Sequence ? SequenceFramePath(model.path, slot.frame) : model.path);
+    return AddPlan(scratch.plans[groupIndex], model, known->second, params.groups[groupIndex],
+                   core.RigInfo(model));
 }
 
 void Velorin::State::DropUnused(FrameParams& params) {
