@@ -1,5 +1,7 @@
 #include "app/HostFixture.h"
 
+#include "app/host/suites/Suites.h"
+
 #include <gmock/gmock.h>
 
 namespace velorin::app {
@@ -152,6 +154,27 @@ TEST(Host, AbortAtEveryPossibleCall) {
         host->Quit();
         EXPECT_EQ(Joined(host->reports.faults()), "") << call;
     }
+}
+
+// Every suite that the interface's declarations name is there under its number, and under no other.
+TEST(Host, AllDeclaredSuitesAreOffered) {
+    const std::pair<const char*, std::int32_t> suites[] = {
+        {kPFPointParamSuite, 1},    {kPFAngleParamSuite, 1},      {kPFAppSuite, 6},
+        {kPFParamUtilsSuite, 3},    {kPFPathDataSuite, 1},        {kPFWorldSuite, 2},
+        {kPFHandleSuite, 2},        {kPFEffectCustomUISuite, 1},  {kAEGPUtilitySuite, 10},
+        {kAEGPMemorySuite, 1},      {kAEGPCompSuite, 21},         {kAEGPPFInterfaceSuite, 1},
+        {kAEGPItemSuite, 13},       {kAEGPLayerSuite, 14},        {kAEGPEffectSuite, 4},
+        {kAEGPStreamSuite, 9},      {kAEGPDynamicStreamSuite, 5}, {kAEGPMaskSuite, 7},
+        {kAEGPMaskOutlineSuite, 5}, {kAEGPTextLayerSuite, 1},     {kAEGPCameraSuite, 2},
+        {kAEGPLightSuite, 2},       {kAEGPRenderSuite, 5},        {kAEGPRenderOptionsSuite, 3},
+        {kAEGPWorldSuite, 3},       {kDRAWBOT_DrawSuite, 1},      {kDRAWBOT_SupplierSuite, 1},
+        {kDRAWBOT_SurfaceSuite, 1}, {kDRAWBOT_PathSuite, 1},
+    };
+    for (const auto& [name, version] : suites) {
+        EXPECT_TRUE(FindSuite(name, version)) << name;
+        EXPECT_FALSE(FindSuite(name, version + 40)) << name;
+    }
+    EXPECT_FALSE(FindSuite("AEGP Layer Suites", 14));
 }
 
 TEST(Host, MissingSuitesAreRefused) {

@@ -29,7 +29,7 @@ struct JpegErrors {
 void OnMessage(j_common_ptr) {
 }
 
-// Inks as Adobe's programs store them, inverted: 255 is no ink.
+// Four inks are stored inverted: 255 is no ink.
 void InksToRgba(const JSAMPLE* inks, std::byte* out, int width) {
     for (int x = 0; x < width; ++x, inks += 4, out += 4) {
         for (int c = 0; c < 3; ++c) out[c] = static_cast<std::byte>(inks[c] * inks[3] / 255);

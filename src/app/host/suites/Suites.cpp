@@ -6,7 +6,7 @@ namespace velorin::app {
 
 const void* FindSuite(const char* name, std::int32_t version) {
     for (const auto entries :
-         {EffectSuites(), ProjectSuites(), StreamSuites(), RenderSuites(), DrawingSuites()})
+         {EffectSuites(), ProjectSuites(), LayerSuites(), StreamSuites(), RenderSuites(), DrawingSuites()})
         for (const SuiteEntry& entry : entries)
             if (entry.version == version && std::strcmp(entry.name, name) == 0) return entry.suite;
     return nullptr;

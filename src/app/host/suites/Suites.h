@@ -12,9 +12,9 @@ struct SuiteEntry {
     std::int32_t version;
     const void* suite;
 };
-[[nodiscard]] std::span<const SuiteEntry> EffectSuites(); // PF
-[[nodiscard]] std::span<const SuiteEntry>
-ProjectSuites(); // comps, items, layers, effects, cameras, lights, memory
+[[nodiscard]] std::span<const SuiteEntry> EffectSuites();  // PF
+[[nodiscard]] std::span<const SuiteEntry> ProjectSuites(); // effects, cameras, lights, memory, undo
+[[nodiscard]] std::span<const SuiteEntry> LayerSuites();   // comps, items, layers
 [[nodiscard]] std::span<const SuiteEntry> StreamSuites();  // streams, masks, text
 [[nodiscard]] std::span<const SuiteEntry> RenderSuites();  // pictures of items, worlds
 [[nodiscard]] std::span<const SuiteEntry> DrawingSuites(); // of custom controls
