@@ -1,6 +1,7 @@
 #include "model/Bounds.h"
 #include "model/ModelRecord.h"
 #include "model/ModelRecordFields.h"
+#include "services/LargePages.h"
 
 #include <algorithm>
 #include <compare>
@@ -93,6 +94,7 @@ private:
     bool Array(std::uint32_t count, std::vector<T>& values) {
         const auto part = bytes_.Take(std::uint64_t{count} * sizeof(T));
         if (!part) return false;
+        ReserveLarge(values, count);
         values.assign(UnalignedIterator<T>(part->data()), UnalignedIterator<T>(part->data() + part->size()));
         return true;
     }
