@@ -3,6 +3,7 @@
 #include "host/HostLights.h"
 #include "host/LightPresets.h"
 #include "host/ParamTable.h"
+#include "host/ShadowCameras.h"
 #include "render/Renderer.h"
 
 #include <algorithm>
@@ -142,12 +143,13 @@ void ReadShadows(const Values& v, RenderSettings& s) {
     m.lightInfluence = v.Percent(RowId("Affect Lighting"));
 }
 
-// What of the lights casts into how many maps, and into how many ray-traced layers.
-void CountShadows(RenderSettings& s) {
+// Shadow cameras of the lights, and what of them casts into how many maps and ray-traced layers.
+void PlaceShadows(RenderSettings& s) {
     ShadowSettings& d = s.shadow;
     const bool maps = (d.enabled && !d.rayTraced) || s.subSurface.enabled;
-    for (const SceneLight& light : s.lights) {
+    for (SceneLight& light : s.lights) {
         if (!light.castShadows || light.type == LightType::Ambient) continue;
+        PlaceShadowCamera(light, d.shadowSize);
         if (maps) ++(light.type == LightType::Point ? d.pointLights : d.mapLayers);
         if (d.enabled && d.rayTraced) ++d.rayLayers;
     }
@@ -311,7 +313,7 @@ FrameRecord ReadFrameRecord(PluginCall& call, const ParamReader& rows, const Dri
     ReadEnvironment(v, s);
     ReadLighting(call, v, s);
     ReadShadows(v, s);
-    CountShadows(s);
+    PlaceShadows(s);
     ReadOcclusion(v, downsample, driver, s);
     ReadFogAndReflection(v, s);
     ReadGlow(v, s.glow);

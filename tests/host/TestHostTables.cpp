@@ -1,6 +1,7 @@
 #include "host/HostLights.h"
 #include "host/JitterTables.h"
 #include "host/LightPresets.h"
+#include "host/ShadowCameras.h"
 
 #include <gtest/gtest.h>
 
@@ -86,6 +87,41 @@ TEST(LightPresets, BrightnessAndRotationAct) {
     EXPECT_GT(plain[0].direction.x, 0);
     EXPECT_GT(plain[0].direction.y, 0);
     EXPECT_GT(plain[0].direction.z, 0);
+}
+
+// Along the axis the middle of the map, at the cone's edge its edge; near at -1, far at 1.
+TEST(ShadowCameras, CoverTheConeAndTheBox) {
+    for (const Point3 direction : {Point3{0, 0, 1}, Point3{1, 0, 0}, Point3{0, 1, 0}, Point3{0, -1, 0},
+                                   Normalized(Point3{1, 2, -3})}) {
+        for (const LightType type : {LightType::Spot, LightType::Parallel}) {
+            SceneLight light;
+            light.type = type;
+            light.position = {100, -200, 300};
+            light.direction = direction;
+            light.coneAngle = kPi / 2;
+            PlaceShadowCamera(light, 400);
+            EXPECT_NEAR(Determinant3(light.view), -1, 1e-5); // of the same hand as the camera's view
+            const auto project = [&](Point3 world) {
+                const Point4 clip =
+                    Transform(Transform(Point4{world.x, world.y, world.z, 1}, light.view), light.projection);
+                return Point3{clip.x / clip.w, clip.y / clip.w, clip.z / clip.w};
+            };
+            const Point3 near = project(light.position + direction * 50.0f);
+            const Point3 far = project(light.position + direction * 10000.0f);
+            EXPECT_NEAR(near.z, -1, 1e-4);
+            EXPECT_NEAR(far.z, 1, 1e-4);
+            EXPECT_NEAR(far.x, 0, 1e-4);
+            EXPECT_NEAR(far.y, 0, 1e-4);
+            // 200 pixels beside the axis, 200 pixels on: the edge of a quarter turn's cone and of a box of
+            // 400.
+            const Point3 side = Normalized(Cross(direction, {0.3f, 0.5f, 0.7f}));
+            const Point3 edge = project(light.position + direction * 200.0f + side * 200.0f);
+            EXPECT_NEAR(std::hypot(edge.x, edge.y), 1, 1e-4);
+        }
+    }
+    SceneLight point;
+    PlaceShadowCamera(point, 400);
+    EXPECT_EQ(point.view, Matrix{});
 }
 
 TEST(HostLights, TakeOverTheHostsUnits) {

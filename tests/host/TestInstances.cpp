@@ -118,7 +118,7 @@ struct FakeSuites {
             return 0;
         };
         dynamic.AEGP_GetDynamicStreamFlags = [](AEGP_StreamRefH stream, AEGP_DynStreamFlags* flags) -> A_Err {
-            *flags = hidden[NumberOf(stream)] ? AEGP_DynStreamFlag_HIDDEN : 0;
+            *flags = hidden[NumberOf(stream)] ? AEGP_DynStreamFlags{AEGP_DynStreamFlag_HIDDEN} : 0;
             return 0;
         };
         dynamic.AEGP_SetDynamicStreamFlag = [](AEGP_StreamRefH stream, AEGP_DynStreamFlags flag,
