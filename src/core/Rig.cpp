@@ -7,6 +7,7 @@
 namespace velorin {
 namespace {
 
+constexpr std::size_t kTurbine = 18;     // an angle: behind a full turn it starts again
 constexpr std::size_t kMaxParents = 256; // a longer chain of joints is a circle
 
 // What one layer at `percent` does to a joint: rotation, then translation; nothing when the layer leaves it
@@ -117,7 +118,8 @@ Matrix RigMatrix(std::span<const AnimationLayer> layers, const std::list<ModelJo
         for (std::size_t channel = 0; channel < kRigChannelCount; ++channel) {
             const std::int32_t layer = table[channel];
             if (layer < 0 || static_cast<std::size_t>(layer) >= layers.size()) continue;
-            motion = motion * LayerMotion(layers[static_cast<std::size_t>(layer)], name, values[channel]);
+            const float value = channel == kTurbine ? std::fmod(values[channel], 100.0f) : values[channel];
+            motion = motion * LayerMotion(layers[static_cast<std::size_t>(layer)], name, value);
         }
         const ModelJoint* const joint = FindJoint(joints, name);
         if (!joint) return result * motion;

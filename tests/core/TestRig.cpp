@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <limits>
+
 namespace velorin {
 namespace {
 
@@ -76,6 +79,11 @@ TEST(RigMatrix, TurnsJointsAroundTheirPlaces) {
     wing.values[19] = -100;
     ExpectNear(wing.At("wing", {3, 0, 0}), {1, -2, 0}, 1e-5f, "the other way");
     ExpectNear(wing.At("body", {3, 0, 0}), {3, 0, 0}, 1e-6f, "no joint of that name");
+    wing.values.fill(0);
+    wing.table[18] = 0;
+    wing.values[18] = 350; // three turns and a half
+    const float h = std::sqrt(2.0f);
+    ExpectNear(wing.At("wing", {3, 0, 0}), {1 + h, h, 0}, 1e-5f, "the turbine goes round");
     wing.table.fill(-1);
     ExpectNear(wing.At("wing", {3, 0, 0}), {3, 0, 0}, 1e-6f, "nothing driven");
 }
