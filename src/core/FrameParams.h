@@ -216,10 +216,12 @@ struct SurfacePoint {
 struct SurfaceGeometry {
     std::vector<SurfacePoint> points; // in the geometry's space
     GeometryFacts facts;
+    bool used = false; // in the frame at hand
 };
 
 // Surface points of geometries, kept over frames and shared by the instances that show one scene. The key
-// names the geometry and the state of its file (SurfaceSource::SurfaceKey). Clear it when the scene changes.
+// names the geometry and the state of its file (SurfaceSource::SurfaceKey), so that a changed scene finds its
+// own; when many have gathered, those that a frame does not use are dropped.
 struct SurfaceCache {
     std::unordered_map<std::string, SurfaceGeometry> geometries;
 };

@@ -10,7 +10,9 @@
 #include "services/Profiler.h"
 
 #include <algorithm>
+#include <deque>
 #include <unordered_map>
+#include <utility>
 
 namespace velorin {
 namespace {
@@ -97,6 +99,11 @@ struct GeometryCache::State {
     };
     std::unordered_multimap<std::string, Entry> byPath;
 
+    // Generated kinds have no path to tell them apart; each of their settings gets a number.
+    std::deque<std::pair<Source, std::uint64_t>> generated;
+    std::uint64_t lastGenerated = 0;
+    static constexpr std::size_t kMostGenerated = 64;
+
     Entry* Of(const MeshBuffers* mesh) {
         for (auto& [path, entry] : byPath)
             if (entry.mesh.get() == mesh) return &entry;
@@ -127,9 +134,15 @@ std::string GeometryCache::Key(const SceneModel& model, const std::string& path)
     const Source source = SourceOf(model, path);
     std::string key = std::to_string(static_cast<unsigned>(source.kind)) + '|' + source.path;
     key += '|' + std::to_string(source.modifiedTime) + '|' + std::to_string(source.fileSize);
-    // Generated kinds have no path to tell them apart; the model itself does.
-    if (!IsFile(model.type)) key += '|' + std::to_string(model.uniqueId);
-    return key;
+    if (IsFile(model.type)) return key;
+    auto& generated = state_->generated;
+    auto known =
+        std::find_if(generated.begin(), generated.end(), [&](const auto& g) { return g.first == source; });
+    if (known == generated.end()) {
+        if (generated.size() == State::kMostGenerated) generated.pop_front();
+        known = generated.insert(generated.end(), {source, ++state_->lastGenerated});
+    }
+    return key + '|' + std::to_string(known->second);
 }
 
 void GeometryCache::AddUse(const MeshBuffers* mesh) {

@@ -108,6 +108,7 @@ void BuildParticles(FrameParams& params, SurfaceSource& source, Point3 cameraPos
         if (refused.empty()) refused = RefusedSentence(g, counts[g]);
         counts[g] = 0;
     }
+    surfaces.DropUnused();
     if (params.engine.enabled) MatchParticles(params);
 }
 

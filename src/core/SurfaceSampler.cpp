@@ -13,6 +13,7 @@
 namespace velorin {
 namespace {
 
+constexpr std::size_t kMostKept = 64; // geometries beside those of the frame
 constexpr float kNearSquared = 1e-6f;
 constexpr std::uint32_t kShuffleSeed = 10000;
 
@@ -55,8 +56,9 @@ const SurfaceGeometry& SurfaceSampler::Geometry(const SceneModel& model, const s
     const auto [place, isNew] = cache_.geometries.try_emplace(source_.SurfaceKey(model, path));
     if (isNew) {
         const SurfaceSource::Vertices vertices = source_.ReadSurface(model, path);
-        place->second = {SurfacePoints(vertices), vertices.facts};
+        place->second = {SurfacePoints(vertices), vertices.facts, false};
     }
+    place->second.used = true;
     return place->second;
 }
 
@@ -82,6 +84,12 @@ std::vector<SurfaceSampler::Part> SurfaceSampler::Parts(const FrameParams& param
         }
     }
     return parts;
+}
+
+void SurfaceSampler::DropUnused() {
+    if (cache_.geometries.size() > kMostKept)
+        std::erase_if(cache_.geometries, [](const auto& item) { return !item.second.used; });
+    for (auto& [key, geometry] : cache_.geometries) geometry.used = false;
 }
 
 std::uint64_t SurfaceSampler::CountPoints(const FrameParams& params, std::size_t groupIndex) {

@@ -48,6 +48,9 @@ public:
     [[nodiscard]] std::vector<SurfacePoint> Points(const FrameParams& params, std::size_t groupIndex,
                                                    std::size_t limit);
 
+    // At the end of a frame.
+    void DropUnused();
+
 private:
     struct Part {
         const SceneModel* model;

@@ -272,6 +272,24 @@ TEST(SurfaceSampler, PlacesPointsOnTheModelAsItIsDrawn) {
     ExpectNear(params.particles[0][0].position, small, 1e-3f, "at its size");
 }
 
+TEST(SurfaceSampler, ForgetsWhatLongRunsNoLongerUse) {
+    FakeSurfaces surfaces;
+    Scene scene;
+    auto model = Ref<SceneModel>::Make(ModelType::File);
+    model->replicatorSource = true;
+    scene.models.push_back(model);
+    FrameParams params;
+    params.scene = &scene;
+    params.groups[0] = PlainGroup(ReplicatorShape::Object3D, 0);
+    std::string refused;
+    for (int i = 0; i < 300; ++i) {
+        model->path = std::to_string(i) + ".obj";
+        BuildParticles(params, surfaces, {}, -1, 1u << 20, refused);
+        EXPECT_LE(params.surfaces->geometries.size(), 65u);
+        EXPECT_TRUE(params.surfaces->geometries.contains(model->path));
+    }
+}
+
 TEST(SurfaceSampler, CountsAndCutsOverSeveralModels) {
     FakeSurfaces surfaces;
     std::vector<Point3> line;
