@@ -10,6 +10,7 @@
 #include "model/PackFile.h"
 #include "model/extrusion/BuildExtrusion.h"
 #include "model/obj/ModelObj.h"
+#include "model/primitives/BuildPrimitive.h"
 #include "model/vector/VectorFile.h"
 #include "services/Log.h"
 #include "services/Warnings.h"
@@ -84,6 +85,11 @@ bool LoadLayerPlane(const SceneModel&, const std::string&, ModelData& data) {
     return true;
 }
 
+bool LoadPrimitive(const SceneModel& model, const std::string&, ModelData& data) {
+    BuildPrimitive(data, model.primitive, model.primitiveParameters);
+    return !data.vertices.empty();
+}
+
 // Stored paths go before the file that they came from.
 bool LoadPathExtrusion(const SceneModel& model, const std::string& dataFolder, ModelData& data) {
     PathSet paths;
@@ -110,7 +116,7 @@ constexpr Source kSources[] = {
     {ModelType::Extrusion, "extrusion", nullptr},
     {ModelType::LayerPlane, "layer plane", LoadLayerPlane},
     {ModelType::Sequence, "sequence", LoadFile},
-    {ModelType::Primitive, "primitive", nullptr},
+    {ModelType::Primitive, "primitive", LoadPrimitive},
     {ModelType::PathExtrusion, "path extrusion", LoadPathExtrusion},
 };
 
