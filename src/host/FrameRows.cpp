@@ -1,5 +1,6 @@
 #include "host/FrameRows.h"
 
+#include "host/HostCamera.h"
 #include "host/HostLights.h"
 #include "host/LightPresets.h"
 #include "host/ParamTable.h"
@@ -256,15 +257,15 @@ void ReadGlow(const Values& v, GlowSettings& g) {
 void ReadLighting(PluginCall& call, const Values& v, RenderSettings& s) {
     s.lightFalloff = v.Float(RowId("Light Falloff"));
     const bool useComp = v.On(RowId("Use Comp Lights"));
-    if (useComp) s.lights = ReadCompLights(call, call.in_data->current_time);
+    if (useComp) s.lights = ReadCompLights(call, call.in_data->current_time, CompPixelAspect(call));
     const int rig = v.Popup(RowId("Add Lighting"));
     if (rig <= 1 && !(useComp && s.lights.empty())) return;
     const Point3 angles =
         v.Angles(RowId("X Rotation Lighting"), RowId("Y Rotation Lighting"), RowId("Z Rotation Lighting"));
     const Matrix rotation = angles == Point3{} ? Matrix{} : ToMatrix(ReadRotation(angles));
-    const std::vector<SceneLight> lights =
-        PlacePreset(rig, static_cast<float>(call.in_data->width), static_cast<float>(call.in_data->height),
-                    v.Percent(RowId("Brightness Multiplier")), rotation);
+    const std::vector<SceneLight> lights = PlacePreset(
+        rig, static_cast<float>(call.in_data->width * LayerPixelAspect(*call.in_data)),
+        static_cast<float>(call.in_data->height), v.Percent(RowId("Brightness Multiplier")), rotation);
     s.lights.insert(s.lights.end(), lights.begin(), lights.end());
 }
 

@@ -148,16 +148,14 @@ HostCamera ReadHostCamera(PluginCall& call, A_long layerTime) {
     return camera;
 }
 
-CameraState MakeCameraState(const HostCamera& camera, double layerAspect, double compAspect, float nearPlane,
-                            float farPlane) {
+CameraState MakeCameraState(const HostCamera& camera, double compAspect, float nearPlane, float farPlane) {
     CameraState state;
     const auto squeeze = static_cast<float>(1 / compAspect);
     state.view = Inverse(ToMatrix(camera.matrix));
     for (int column = 0; column < 4; ++column) state.view(0, column) *= squeeze;
     state.view = state.view * Matrix::Scale({1, 1, -1}); // the host looks along +z
 
-    const auto widthScale = static_cast<float>(layerAspect) * (camera.present ? 1 : squeeze);
-    state.viewWidth = static_cast<float>(camera.planeWidth) * widthScale;
+    state.viewWidth = static_cast<float>(camera.planeWidth);
     state.viewHeight = static_cast<float>(camera.planeHeight);
     state.imagePlaneDistance = static_cast<float>(camera.imagePlaneDistance);
     state.orthographic = camera.orthographic;

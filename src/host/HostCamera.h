@@ -27,9 +27,10 @@ struct HostCamera {
 // Width over height of a pixel of the comp that holds the effect's layer.
 [[nodiscard]] double CompPixelAspect(PluginCall& call);
 
-// The camera as the renderer takes it. `layerAspect` is the pixel aspect of the effect's layer.
-[[nodiscard]] CameraState MakeCameraState(const HostCamera& camera, double layerAspect, double compAspect,
-                                          float nearPlane, float farPlane);
+// The camera as the renderer takes it. The world has square pixels; the host's matrix and image plane count
+// in pixels of the comp, `compAspect` wide, so that x is divided by it before the camera's matrix acts.
+[[nodiscard]] CameraState MakeCameraState(const HostCamera& camera, double compAspect, float nearPlane,
+                                          float farPlane);
 
 // The camera moved sideways by (x, y) comp pixels in its own plane, its projection sheared so that what lies
 // at the focus distance stays where it is in the picture.

@@ -62,19 +62,19 @@ std::optional<LightType> TypeOf(AEGP_LightType type) {
     }
 }
 
-Point3 Row(const A_Matrix4& matrix, int row) {
-    return {static_cast<float>(matrix.mat[row][0]), static_cast<float>(matrix.mat[row][1]),
+Point3 Row(const A_Matrix4& matrix, int row, double aspect) {
+    return {static_cast<float>(matrix.mat[row][0] * aspect), static_cast<float>(matrix.mat[row][1]),
             static_cast<float>(matrix.mat[row][2])};
 }
 
 } // namespace
 
-bool MakeSceneLight(const HostLight& host, SceneLight& light) {
+bool MakeSceneLight(const HostLight& host, double compAspect, SceneLight& light) {
     const std::optional<LightType> type = TypeOf(host.type);
     if (!type) return false;
     light.type = *type;
-    light.position = Row(host.toWorld, 3);
-    light.direction = Normalized(Row(host.toWorld, 2)); // lights shine along their z axis
+    light.position = Row(host.toWorld, 3, compAspect);
+    light.direction = Normalized(Row(host.toWorld, 2, compAspect)); // lights shine along their z axis
     if (LengthSquared(light.direction) == 0) light.direction = {0, 0, 1};
     light.colour = {static_cast<float>(host.colour.redF), static_cast<float>(host.colour.greenF),
                     static_cast<float>(host.colour.blueF)};
@@ -87,7 +87,7 @@ bool MakeSceneLight(const HostLight& host, SceneLight& light) {
     return true;
 }
 
-std::vector<SceneLight> ReadCompLights(PluginCall& call, A_long layerTime) {
+std::vector<SceneLight> ReadCompLights(PluginCall& call, A_long layerTime, double compAspect) {
     std::vector<SceneLight> found;
     const auto* effects = call.suites.Get<AEGP_PFInterfaceSuite1>();
     Walk walk{call.suites.Get<AEGP_LayerSuite8>(),
@@ -111,7 +111,7 @@ std::vector<SceneLight> ReadCompLights(PluginCall& call, A_long layerTime) {
             !walk.IsActiveLight(layer))
             continue;
         SceneLight light;
-        if (MakeSceneLight(walk.Read(layer), light)) found.push_back(light);
+        if (MakeSceneLight(walk.Read(layer), compAspect, light)) found.push_back(light);
     }
     return found;
 }

@@ -7,8 +7,9 @@
 
 namespace velorin {
 
-// The switched-on lights of the effect's comp at a layer time, in layer order from the top.
-[[nodiscard]] std::vector<SceneLight> ReadCompLights(PluginCall& call, A_long layerTime);
+// The switched-on lights of the effect's comp at a layer time, in layer order from the top. World space has
+// square pixels: x counts pixels of the comp times their aspect, `compAspect`.
+[[nodiscard]] std::vector<SceneLight> ReadCompLights(PluginCall& call, A_long layerTime, double compAspect);
 
 // Values of one light as the host gives them.
 struct HostLight {
@@ -21,6 +22,6 @@ struct HostLight {
     double shadowDarkness = 100, shadowDiffusion = 0; // percent, pixels
 };
 // False for kinds that have no counterpart.
-[[nodiscard]] bool MakeSceneLight(const HostLight& host, SceneLight& light);
+[[nodiscard]] bool MakeSceneLight(const HostLight& host, double compAspect, SceneLight& light);
 
 } // namespace velorin

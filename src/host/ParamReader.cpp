@@ -14,6 +14,11 @@ double InverseDownsample(PF_RationalScale scale) {
     return static_cast<double>(scale.den) / static_cast<double>(scale.num);
 }
 
+double LayerPixelAspect(const PF_InData& in) {
+    const PF_RationalScale& aspect = in.pixel_aspect_ratio;
+    return aspect.num > 0 && aspect.den > 0 ? static_cast<double>(aspect.num) / aspect.den : 1;
+}
+
 int ParamReader::Popup(std::uint32_t diskId) const {
     const ParamCheckout row(*call_.in_data, Index(diskId), time_);
     return row.def.u.pd.value;
@@ -45,8 +50,9 @@ Point2 ParamReader::PointXY(std::uint32_t diskId) const {
                                  call_.in_data->effect_ref, &row.def, &point) != PF_Err_NONE)
         point = {row.def.u.td.x_value * kFixedOne, row.def.u.td.y_value * kFixedOne};
     // The host counts in pixels of the reduced buffer.
-    return {static_cast<float>(point.x * InverseDownsample(call_.in_data->downsample_x)),
-            static_cast<float>(point.y * InverseDownsample(call_.in_data->downsample_y))};
+    const PF_InData& in = *call_.in_data;
+    return {static_cast<float>(point.x * InverseDownsample(in.downsample_x) * LayerPixelAspect(in)),
+            static_cast<float>(point.y * InverseDownsample(in.downsample_y))};
 }
 
 Point4 ParamReader::Color(std::uint32_t diskId) const {

@@ -27,7 +27,7 @@ public:
     [[nodiscard]] bool Check(std::uint32_t diskId) const;
     [[nodiscard]] float Float(std::uint32_t diskId) const; // as the host shows it
     [[nodiscard]] float Angle(std::uint32_t diskId) const; // radians
-    // Pixels of the layer at full resolution.
+    // World space: square pixels of the layer at full resolution.
     [[nodiscard]] Point2 PointXY(std::uint32_t diskId) const;
     [[nodiscard]] Point4 Color(std::uint32_t diskId) const; // red, green, blue, alpha in 0..1
 
@@ -40,5 +40,8 @@ private:
 // Denominator over numerator of a downsampling: how many pixels of the layer one pixel of the buffer stands
 // for. Hosts give 0 in commands where the value has no meaning; that counts as 1.
 [[nodiscard]] double InverseDownsample(PF_RationalScale scale);
+
+// Width over height of a pixel of the effect's layer.
+[[nodiscard]] double LayerPixelAspect(const PF_InData& in);
 
 } // namespace velorin

@@ -27,9 +27,7 @@ OutputTarget MakeOutputTarget(const PF_InData& in, const PF_EffectWorld* world, 
         target.originX = std::max(world->origin_x, A_long{0});
         target.originY = std::max(world->origin_y, A_long{0});
     }
-    const PF_RationalScale& aspect = in.pixel_aspect_ratio;
-    if (aspect.num > 0 && aspect.den > 0)
-        target.pixelAspect = static_cast<float>(static_cast<double>(aspect.den) / aspect.num);
+    target.pixelAspect = static_cast<float>(1 / LayerPixelAspect(in));
     return target;
 }
 

@@ -11,7 +11,7 @@
 #include "host/SmartRects.h"
 #include "services/Profiler.h"
 
-#include <cstring>
+#include <optional>
 
 namespace velorin {
 namespace {
@@ -109,7 +109,8 @@ void AEPluginConnection::SmartRender(PluginCall& call) {
         ~Depth() { --depth; }
     } depth{renderDepth_};
     {
-        const ScopedStage stage(RenderStage());
+        std::optional<ScopedStage> stage; // of the outermost frame: it holds those inside it
+        if (renderDepth_ == 1) stage.emplace(RenderStage());
         velorin_->FlushBuilds();
         FrameImages images;
         call.err = TakeImages(call, images);

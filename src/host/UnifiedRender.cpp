@@ -160,11 +160,8 @@ UnifiedFrame::Outcome UnifiedFrame::Attempt() {
 
 void UnifiedFrame::ReadCamera() {
     const PF_InData& in = *call_.in_data;
-    const PF_RationalScale& aspect = in.pixel_aspect_ratio;
-    const double layerAspect =
-        aspect.num > 0 && aspect.den > 0 ? static_cast<double>(aspect.num) / aspect.den : 1;
-    camera_ = MakeCameraState(ReadHostCamera(call_, in.current_time), layerAspect, compAspect_,
-                              frame_.nearPlane, frame_.farPlane);
+    camera_ = MakeCameraState(ReadHostCamera(call_, in.current_time), compAspect_, frame_.nearPlane,
+                              frame_.farPlane);
     LensInput input;
     input.dofPopup = frame_.dofPopup;
     input.modePopup = frame_.dofModePopup;

@@ -29,7 +29,7 @@ Point2 Project(const CameraState& camera, Point3 world, float width, float heigh
 }
 
 TEST(HostCamera, ShowsTheCompPlanePixelForPixel) {
-    const CameraState camera = MakeCameraState(FrontCamera(), 1, 1, 10, 50000);
+    const CameraState camera = MakeCameraState(FrontCamera(), 1, 10, 50000);
     EXPECT_EQ(camera.viewWidth, 1280);
     EXPECT_EQ(camera.viewHeight, 720);
     const Point3 points[] = {{0, 0, 0}, {640, 360, 0}, {1280, 720, 0}, {100, 500, 0}};
@@ -61,7 +61,7 @@ TEST(HostCamera, FollowsTheHostsMatrix) {
     const double axes[3][3] = {{0, 0, -1}, {0, 1, 0}, {1, 0, 0}};
     for (int i = 0; i < 3; ++i)
         for (int j = 0; j < 3; ++j) host.matrix.mat[i][j] = axes[i][j];
-    const CameraState camera = MakeCameraState(host, 1, 1, 10, 50000);
+    const CameraState camera = MakeCameraState(host, 1, 10, 50000);
     const Point3 ahead = TransformPoint({500, 0, 0}, camera.view);
     EXPECT_NEAR(ahead.x, 0, 1e-3);
     EXPECT_NEAR(ahead.z, -500, 1e-3);
@@ -69,20 +69,25 @@ TEST(HostCamera, FollowsTheHostsMatrix) {
     EXPECT_NEAR(TransformPoint({500, 0, -20}, camera.view).x, 20, 1e-3);
 }
 
-TEST(HostCamera, PixelAspectWidensTheViewOnce) {
-    const CameraState withLayer = MakeCameraState(FrontCamera(), 1.5, 1.5, 10, 50000);
-    EXPECT_EQ(withLayer.viewWidth, 1920);
-    HostCamera none = FrontCamera();
-    none.present = false;
-    const CameraState without = MakeCameraState(none, 1.5, 1.5, 10, 50000);
-    EXPECT_NEAR(without.viewWidth, 1280, 1e-3);
-    EXPECT_NEAR(withLayer.view(0, 0), 1 / 1.5f, 1e-6);
+// Pixels twice as wide as high: a comp of 1280 of them is 2560 square pixels wide.
+TEST(HostCamera, TheWorldHasSquarePixels) {
+    for (const bool present : {true, false}) {
+        HostCamera host = FrontCamera();
+        host.present = present;
+        const CameraState camera = MakeCameraState(host, 2, 10, 50000);
+        const Point2 middle = Project(camera, {1280, 360, 0}, 1280, 720);
+        EXPECT_NEAR(middle.x, 640, 1e-2);
+        const Point2 corner = Project(camera, {2560, 720, 0}, 1280, 720);
+        EXPECT_NEAR(corner.x, 1280, 1e-2);
+        EXPECT_NEAR(corner.y, 720, 1e-2);
+        EXPECT_NEAR(camera.position.x, 1280, 1e-2);
+    }
 }
 
 TEST(HostCamera, OrthographicSpansThePlane) {
     HostCamera host = FrontCamera();
     host.orthographic = true;
-    const CameraState camera = MakeCameraState(host, 1, 1, -1, 100);
+    const CameraState camera = MakeCameraState(host, 1, -1, 100);
     for (const float z : {0.0f, 5000.0f}) {
         const Point2 pixel = Project(camera, {1280, 0, z}, 1280, 720);
         EXPECT_NEAR(pixel.x, 1280, 1e-2);
@@ -109,12 +114,12 @@ TEST(HostCamera, LensFollowsFilmSizeAndBlurSwitch) {
         host.aperture = 25;
         host.focusDistance = 800;
         host.blurLevel = 150;
-        CameraState camera = MakeCameraState(host, 1, 1, 10, 50000);
+        CameraState camera = MakeCameraState(host, 1, 10, 50000);
         EXPECT_NEAR(camera.filmSize, c.filmSize, 1e-3);
         EXPECT_NEAR(camera.lensRatio, 1000 * c.filmSize / 1280, 1e-3);
         EXPECT_EQ(camera.blurLevel, 0);
         host.depthOfField = true;
-        camera = MakeCameraState(host, 1, 1, 10, 50000);
+        camera = MakeCameraState(host, 1, 10, 50000);
         EXPECT_FLOAT_EQ(camera.blurLevel, 1.5f);
         EXPECT_EQ(camera.aperture, 25);
         EXPECT_EQ(camera.focusDistance, 800);
@@ -123,7 +128,7 @@ TEST(HostCamera, LensFollowsFilmSizeAndBlurSwitch) {
     none.present = false;
     none.depthOfField = true;
     none.aperture = 25;
-    const CameraState camera = MakeCameraState(none, 1, 1, 10, 50000);
+    const CameraState camera = MakeCameraState(none, 1, 10, 50000);
     EXPECT_EQ(camera.blurLevel, 0);
     EXPECT_EQ(camera.aperture, 0);
     EXPECT_EQ(camera.focusDistance, 1);
@@ -138,7 +143,7 @@ TEST(HostCamera, LensMovesKeepTheFocusPlane) {
         host.depthOfField = true;
         host.focusDistance = 800;
         host.blurLevel = 100;
-        const CameraState plain = MakeCameraState(host, 1, 1, 10, 50000);
+        const CameraState plain = MakeCameraState(host, 1, 10, 50000);
         const CameraState moved = MoveOnLens(plain, 6, -4);
         EXPECT_NEAR(moved.position.x, 646, 1e-2);
         EXPECT_NEAR(moved.position.y, 356, 1e-2);
@@ -156,7 +161,7 @@ TEST(HostCamera, LensMovesKeepTheFocusPlane) {
 }
 
 TEST(HostCamera, DepthOfFieldModes) {
-    CameraState camera = MakeCameraState(FrontCamera(), 1, 1, 10, 50000);
+    CameraState camera = MakeCameraState(FrontCamera(), 1, 10, 50000);
     camera.aperture = 20;
     camera.blurLevel = 1;
     camera.focusDistance = 500;

@@ -139,7 +139,7 @@ TEST(HostLights, TakeOverTheHostsUnits) {
     host.shadowDarkness = 80;
     host.shadowDiffusion = 12;
     SceneLight light;
-    ASSERT_TRUE(MakeSceneLight(host, light));
+    ASSERT_TRUE(MakeSceneLight(host, 1, light));
     EXPECT_EQ(light.type, LightType::Spot);
     EXPECT_EQ(light.position, (Point3{10, 20, -30}));
     EXPECT_EQ(light.direction, (Point3{1, 0, 0}));
@@ -149,16 +149,18 @@ TEST(HostLights, TakeOverTheHostsUnits) {
     EXPECT_FLOAT_EQ(light.feather, 0.4f);
     EXPECT_FLOAT_EQ(light.darkness, 0.8f);
     EXPECT_EQ(light.diffusion, 12);
+    ASSERT_TRUE(MakeSceneLight(host, 1.5, light)); // wide pixels count as more than one
+    EXPECT_EQ(light.position, (Point3{15, 20, -30}));
     const std::pair<AEGP_LightType, LightType> types[] = {{AEGP_LightType_PARALLEL, LightType::Parallel},
                                                           {AEGP_LightType_POINT, LightType::Point},
                                                           {AEGP_LightType_AMBIENT, LightType::Ambient}};
     for (const auto& [from, to] : types) {
         host.type = from;
-        ASSERT_TRUE(MakeSceneLight(host, light));
+        ASSERT_TRUE(MakeSceneLight(host, 1, light));
         EXPECT_EQ(light.type, to);
     }
     host.type = AEGP_LightType_ENVIRONMENT;
-    EXPECT_FALSE(MakeSceneLight(host, light));
+    EXPECT_FALSE(MakeSceneLight(host, 1, light));
 }
 
 } // namespace
