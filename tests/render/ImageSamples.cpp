@@ -19,8 +19,10 @@ namespace velorin::test {
 namespace {
 
 void Append(FileBytes& file, const void* bytes, std::size_t size) {
-    const auto* first = static_cast<const std::byte*>(bytes);
-    file.insert(file.end(), first, first + size);
+    // By resize and copy: GCC 12 sees an overflow in vector::insert here that is not there.
+    const std::size_t start = file.size();
+    file.resize(start + size);
+    if (size > 0) std::memcpy(file.data() + start, bytes, size);
 }
 
 class GrowingStream final : public Imf::OStream {
