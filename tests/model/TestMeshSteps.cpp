@@ -1,0 +1,260 @@
+#include "model/mesh/MeshSteps.h"
+#include "model/mesh/PositionPlaces.h"
+#include "model/primitives/BuildPrimitive.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+#include <numeric>
+
+namespace velorin {
+namespace {
+
+struct Mesh {
+    std::vector<ModelVertex> vertices;
+    std::vector<Triangle> triangles;
+};
+// Three vertices of its own for each triangle, without normals.
+Mesh Unshared(std::initializer_list<std::array<Point3, 3>> triangles) {
+    Mesh mesh;
+    for (const auto& corners : triangles) {
+        const auto first = static_cast<std::uint32_t>(mesh.vertices.size());
+        for (const Point3 p : corners) mesh.vertices.push_back({p, {}, {}, {}});
+        mesh.triangles.push_back({first, first + 1, first + 2});
+    }
+    return mesh;
+}
+// Two triangles of equal area that meet along the x axis; the second is turned up by `degrees` from flat.
+Mesh Fold(float degrees) {
+    const float a = degrees * kPi / 180;
+    return Unshared({{Point3{0, 0, 0}, {1, 0, 0}, {0, -1, 0}},
+                     {Point3{1, 0, 0}, {0, 0, 0}, {0, std::cos(a), std::sin(a)}}});
+}
+ModelData Cube() {
+    PrimitiveParameters p;
+    p.box.chamfer = 0;
+    ModelData model;
+    BuildPrimitive(model, PrimitiveKind::Box, p);
+    return model;
+}
+void ExpectNear(Point3 a, Point3 b, float tolerance, const std::string& what) {
+    EXPECT_LE(Length(a - b), tolerance) << what << ": " << a.x << ' ' << a.y << ' ' << a.z;
+}
+
+TEST(AutoNormals, SmoothsBelowTheThreshold) {
+    for (const float angle : {20.0f, 60.0f, 90.0f, 130.0f}) {
+        for (const float threshold : {0.0f, angle - 1, angle + 1, 180.0f}) {
+            Mesh mesh = Fold(angle);
+            AutoNormals(mesh.vertices, mesh.triangles, threshold);
+            const float a = angle * kPi / 180;
+            const Point3 first{0, 0, -1}, second{0, std::sin(a), -std::cos(a)};
+            const bool smooth = threshold > angle;
+            const std::string what = std::to_string(angle) + " at " + std::to_string(threshold);
+            const Point3 mean = Normalized(first + second);
+            ExpectNear(mesh.vertices[0].normal, smooth ? mean : first, 1e-5f, what);
+            ExpectNear(mesh.vertices[3].normal, smooth ? mean : second, 1e-5f, what);
+            ExpectNear(mesh.vertices[2].normal, first, 1e-5f, what + ", away from the fold");
+            ExpectNear(mesh.vertices[5].normal, second, 1e-5f, what + ", away from the fold");
+        }
+    }
+}
+
+TEST(AutoNormals, WeighsByArea) {
+    Mesh mesh = Fold(90);
+    for (std::size_t i : {5u}) mesh.vertices[i].position *= 3.0f; // three times the area
+    AutoNormals(mesh.vertices, mesh.triangles, 100);
+    ExpectNear(mesh.vertices[0].normal, Normalized({0, 3, -1}), 1e-5f, "weighted");
+}
+
+TEST(AutoNormals, FindsTheNormalsOfASphere) {
+    PrimitiveParameters p;
+    p.sphere.segments = 12;
+    p.sphere.noSmoothing = true;
+    ModelData model;
+    BuildPrimitive(model, PrimitiveKind::Sphere, p);
+    AutoNormals(model.vertices, model.meshes[0].groups[0].triangles, 60);
+    for (const ModelVertex& v : model.vertices) EXPECT_GT(Dot(v.normal, Normalized(v.position)), 0.999f);
+}
+
+// So many triangles at one point that they are gathered by direction give nearly what all pairs give.
+TEST(AutoNormals, ManyCornersAtOnePlace) {
+    const auto cone = [](int count) {
+        Mesh mesh;
+        for (int i = 0; i < count; ++i) {
+            const float a = kPi * 2 * static_cast<float>(i) / static_cast<float>(count);
+            const float b = kPi * 2 * static_cast<float>(i + 1) / static_cast<float>(count);
+            const auto first = static_cast<std::uint32_t>(mesh.vertices.size());
+            for (const Point3 p :
+                 {Point3{0, -1, 0}, {std::cos(a), 0, std::sin(a)}, {std::cos(b), 0, std::sin(b)}})
+                mesh.vertices.push_back({p, {}, {}, {}});
+            mesh.triangles.push_back({first, first + 2, first + 1});
+        }
+        AutoNormals(mesh.vertices, mesh.triangles, 30);
+        return mesh;
+    };
+    const Mesh pairs = cone(512), cells = cone(2048);
+    for (int i = 0; i < 512; ++i)
+        EXPECT_GT(Dot(pairs.vertices[static_cast<std::size_t>(3 * i)].normal,
+                      cells.vertices[static_cast<std::size_t>(12 * i)].normal),
+                  0.98f);
+}
+
+TEST(OptimizeMesh, KeepsTheOrderOfFirstUse) {
+    ModelData cube = Cube();
+    UnshareVertices(cube);
+    ASSERT_EQ(cube.vertices.size(), 36u);
+    std::vector<Triangle>& triangles = cube.meshes[0].groups[0].triangles;
+    const std::vector<ModelVertex> before = cube.vertices;
+    const std::vector<Triangle> old = triangles;
+    OptimizeMesh(cube.vertices, triangles);
+    EXPECT_EQ(cube.vertices.size(), 24u) << "four a face";
+    std::uint32_t next = 0;
+    for (std::size_t t = 0; t < triangles.size(); ++t) {
+        for (std::size_t i = 0; i < 3; ++i) {
+            EXPECT_LE(triangles[t][i], next);
+            next = std::max(next, triangles[t][i] + 1);
+            EXPECT_EQ(cube.vertices[triangles[t][i]].position, before[old[t][i]].position);
+            EXPECT_EQ(cube.vertices[triangles[t][i]].normal, before[old[t][i]].normal);
+        }
+    }
+}
+
+TEST(OptimizeMesh, ComparesTheFieldsAndDropsTheUnused) {
+    const ModelVertex v{{1, 2, 3}, {4, 5}, {6, 7, 8}, {9, 9, 9, 1}};
+    std::vector<ModelVertex> vertices(7, v);
+    vertices[1].tangent = {0, 0, 0, 1}; // computed later: does not count
+    vertices[2].texCoord.y = 6;
+    vertices[3].normal.z = 9;
+    vertices[4].tangent.w = -1;
+    vertices[5].position.x = 0;
+    std::vector<Triangle> triangles{{0, 1, 2}, {3, 4, 2}};
+    OptimizeMesh(vertices, triangles);
+    EXPECT_EQ(triangles, (std::vector<Triangle>{{0, 0, 1}, {2, 3, 1}}));
+    EXPECT_EQ(vertices.size(), 4u);
+    vertices.assign(2, v);
+    vertices[0].position.x = 0.0f;
+    vertices[1].position.x = -0.0f;
+    triangles = {{0, 1, 0}};
+    OptimizeMesh(vertices, triangles);
+    EXPECT_EQ(vertices.size(), 1u);
+}
+
+TEST(Subdivide, GivesFourForOne) {
+    const ModelData cube = Cube();
+    const std::vector<Triangle>& coarse = cube.meshes[0].groups[0].triangles;
+    ASSERT_EQ(coarse.size(), 12u);
+    std::vector<ModelVertex> vertices = cube.vertices;
+    std::vector<Triangle> fine;
+    SubdivideGroup(1, vertices, coarse, fine);
+    EXPECT_EQ(fine.size(), 48u);
+    EXPECT_EQ(vertices.size(), cube.vertices.size() + 36);
+    const auto [a, b, c] = coarse[0];
+    EXPECT_EQ(fine[0][0], a);
+    EXPECT_EQ(fine[1][1], b);
+    EXPECT_EQ(fine[2][2], c);
+    const ModelVertex& ab = vertices[fine[0][1]];
+    EXPECT_EQ(ab.position, (cube.vertices[a].position + cube.vertices[b].position) * 0.5f);
+    EXPECT_EQ(ab.texCoord, (cube.vertices[a].texCoord + cube.vertices[b].texCoord) * 0.5f);
+    EXPECT_EQ(ab.normal, cube.vertices[a].normal);
+    // The surface stays: each level has the same area, wound the same way.
+    Point3 area, fineArea;
+    float total = 0, fineTotal = 0;
+    std::vector<Triangle> finest;
+    SubdivideGroup(3, vertices, coarse, finest);
+    EXPECT_EQ(finest.size(), 12u * 64);
+    for (const Triangle& t : coarse) {
+        const Point3 n = Cross(vertices[t[1]].position - vertices[t[0]].position,
+                               vertices[t[2]].position - vertices[t[0]].position);
+        area += n, total += Length(n);
+    }
+    for (const Triangle& t : finest) {
+        const Point3 n = Cross(vertices[t[1]].position - vertices[t[0]].position,
+                               vertices[t[2]].position - vertices[t[0]].position);
+        fineArea += n, fineTotal += Length(n);
+    }
+    EXPECT_NEAR(total, fineTotal, 1e-3f);
+    ExpectNear(area, fineArea, 1e-3f, "closed");
+}
+
+TEST(Edges, ConnectMergesWithinAStepOfTheGrid) {
+    Mesh mesh = Unshared({{Point3{0.5f, 0.5f, 0.5f}, {-1, 0, 0}, {0, 1, 0}},
+                          {Point3{0.5002f, 0.5002f, 0.5002f}, {-1, 0, 0.01f}, {0.1f, 1, 0}}});
+    EdgeConnector connector({1, 1, 1}, mesh.vertices.size());
+    connector.Connect(mesh.vertices, mesh.triangles);
+    EXPECT_EQ(mesh.vertices[3].position, mesh.vertices[0].position);
+    EXPECT_EQ(mesh.vertices[4].position, (Point3{-1, 0, 0.01f})) << "five steps away";
+    EXPECT_EQ(mesh.vertices[5].position, (Point3{0.1f, 1, 0}));
+}
+
+TEST(Edges, HardOnesAreFilledBelowAQuarterTurn) {
+    for (const float angle : {0.0f, 40.0f, 80.0f, 100.0f}) {
+        Mesh mesh = Fold(angle);
+        AutoNormals(mesh.vertices, mesh.triangles, 0);
+        const std::vector<HardEdge> edges = FindHardEdges(mesh.vertices, mesh.triangles);
+        ASSERT_EQ(edges.size(), angle > 0 ? 1u : 0u) << angle;
+        FillEdges(mesh.vertices, edges, mesh.triangles);
+        ASSERT_EQ(mesh.triangles.size(), angle > 0 && angle < 90 ? 4u : 2u) << angle;
+        // Moved along their normals, the two halves and the filling between them have no crack: the edge of
+        // each half is met by the opposite edge of the filling.
+        for (std::size_t t = 2; t < mesh.triangles.size(); ++t)
+            for (ModelVertex& v : mesh.vertices) EXPECT_EQ(LengthSquared(v.normal) > 0, true);
+        if (mesh.triangles.size() == 4) {
+            const auto has = [&](std::uint32_t from, std::uint32_t to) {
+                int count = 0;
+                for (const Triangle& t : mesh.triangles)
+                    for (std::size_t i = 0; i < 3; ++i) count += t[i] == from && t[(i + 1) % 3] == to;
+                return count;
+            };
+            EXPECT_EQ(has(0, 1) + has(1, 0), 2);
+            EXPECT_EQ(has(0, 1), has(1, 0));
+            EXPECT_EQ(has(3, 4), has(4, 3));
+        }
+    }
+    ModelData cube = Cube();
+    UnshareVertices(cube);
+    EXPECT_EQ(FindHardEdges(cube.vertices, cube.meshes[0].groups[0].triangles).size(), 12u);
+}
+
+TEST(Edges, AdjacentNormalsAreSharedAtAPosition) {
+    ModelData cube = Cube();
+    const std::vector<Point3> normals = AdjacentNormals(cube.vertices);
+    for (std::size_t i = 0; i < normals.size(); ++i) {
+        // The three faces of a corner: towards the corner.
+        ExpectNear(Normalized(normals[i]), Normalized(cube.vertices[i].position), 1e-5f, "corner");
+        EXPECT_NEAR(Length(normals[i]), std::sqrt(1 / 3.0f), 1e-5f) << "a mean";
+    }
+}
+
+TEST(Edges, TheListHasAllCornersOfAPlace) {
+    ModelData cube = Cube();
+    const std::vector<Triangle>& triangles = cube.meshes[0].groups[0].triangles;
+    const EdgeList list = BuildEdgeList(cube.vertices, triangles);
+    ASSERT_EQ(list.first.size(), 8u + 1);
+    ASSERT_EQ(list.corners.size(), 36u);
+    for (std::uint32_t c = 0; c < 36; ++c) {
+        const std::uint32_t place = list.place[c];
+        bool found = false;
+        for (std::uint32_t i = list.first[place]; i < list.first[place + 1]; ++i) {
+            const std::uint32_t other = list.corners[i];
+            found |= other == c;
+            EXPECT_EQ(cube.vertices[triangles[other / 3][other % 3]].position,
+                      cube.vertices[triangles[c / 3][c % 3]].position);
+        }
+        EXPECT_TRUE(found);
+    }
+}
+
+TEST(PositionPlaces, NumbersDecide) {
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const std::vector<Point3> points{{0, 0, 0},   {-0.0f, 0, 0}, {nan, 0, 0},
+                                     {nan, 0, 0}, {1, 0, 0},     {0, 0, -0.0f}};
+    const Places places = FindPlaces(points.size(), [&](std::uint32_t i) { return points[i]; });
+    EXPECT_EQ(places.place, (std::vector<std::uint32_t>{0, 0, 1, 2, 3, 0}));
+    EXPECT_EQ(places.count, 4u);
+    // Many that are no number do not search for one another.
+    const Places many = FindPlaces(300000, [&](std::uint32_t) { return Point3{nan, 0, 0}; });
+    EXPECT_EQ(many.count, 300000u);
+}
+
+} // namespace
+} // namespace velorin
