@@ -34,6 +34,10 @@ bool InChild(const std::function<double()>& body, double& answer, double& peakBy
 
 } // namespace
 
+double Seconds() {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
 double AskChild(const std::function<double()>& work) {
     double answer = 0, ignored = 0;
     return InChild(work, answer, ignored) ? answer : -1;
@@ -48,11 +52,11 @@ Measurement Measure(int runs, const std::function<bool()>& work) {
     const auto best = [&] {
         double seconds = 1e30;
         for (int i = 0; i < runs; ++i) {
-            const auto start = std::chrono::steady_clock::now();
+            const double start = Seconds();
             const bool done = work();
-            const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+            const double elapsed = Seconds() - start;
             if (!done) return -1.0;
-            seconds = std::min(seconds, elapsed.count());
+            seconds = std::min(seconds, elapsed);
         }
         return seconds;
     };

@@ -14,6 +14,9 @@ struct Measurement {
 // One child process runs `work` once for the memory, another `runs` times for the time.
 [[nodiscard]] Measurement Measure(int runs, const std::function<bool()>& work);
 
+// Of the monotonic clock.
+[[nodiscard]] double Seconds();
+
 // The number that `work` answers, computed in a process of its own; -1 when that fails.
 [[nodiscard]] double AskChild(const std::function<double()>& work);
 

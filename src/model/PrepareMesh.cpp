@@ -36,8 +36,7 @@ public:
         if (options_.textureMapping != TextureMapping::UV) UnshareVertices(model_);
         CopyDescription();
         optimizer_ = std::make_unique<VertexOptimizer>(model_.vertices.size());
-        if (options_.edgeMode != EdgeMode::Disconnected)
-            connector_ = std::make_unique<EdgeConnector>(Half(), model_.vertices.size());
+        if (options_.edgeMode != EdgeMode::Disconnected) connector_ = std::make_unique<EdgeConnector>(Half());
         mesh_.triangles.reserve(TriangleCount(model_));
         mesh_.meshes.reserve(model_.meshes.size());
         for (ModelMesh& source : model_.meshes) AddMesh(source);

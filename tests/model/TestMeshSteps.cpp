@@ -179,7 +179,7 @@ TEST(Subdivide, GivesFourForOne) {
 TEST(Edges, ConnectMergesWithinAStepOfTheGrid) {
     Mesh mesh = Unshared({{Point3{0.5f, 0.5f, 0.5f}, {-1, 0, 0}, {0, 1, 0}},
                           {Point3{0.5002f, 0.5002f, 0.5002f}, {-1, 0, 0.01f}, {0.1f, 1, 0}}});
-    EdgeConnector connector({1, 1, 1}, mesh.vertices.size());
+    EdgeConnector connector({1, 1, 1});
     connector.Connect(mesh.vertices, mesh.triangles);
     EXPECT_EQ(mesh.vertices[3].position, mesh.vertices[0].position);
     EXPECT_EQ(mesh.vertices[4].position, (Point3{-1, 0, 0.01f})) << "five steps away";

@@ -17,24 +17,23 @@ std::uint32_t CellOf(Point3 p, Point3 half) {
     return step(p.x, half.x) << 20 | step(p.y, half.y) << 10 | step(p.z, half.z);
 }
 
-} // namespace
-
-EdgeConnector::EdgeConnector(Point3 half, std::size_t vertexCount)
-    : half_(half), cells_(std::bit_ceil(2 * vertexCount + 1), IndexTable::kNone), keys_(cells_.size()) {
+// One to one: the finaliser of A. Appleby's MurmurHash3, 2011.
+constexpr std::uint32_t MixBits32(std::uint32_t h) {
+    h = (h ^ (h >> 16)) * 0x85ebca6bu;
+    h = (h ^ (h >> 13)) * 0xc2b2ae35u;
+    return h ^ (h >> 16);
 }
+
+} // namespace
 
 void EdgeConnector::Connect(std::span<ModelVertex> vertices, std::span<const Triangle> triangles) {
     for (const Triangle& triangle : triangles) {
         for (const std::uint32_t index : triangle) {
-            const std::uint32_t key = CellOf(vertices[index].position, half_);
-            std::size_t slot = MixBits(key) & (cells_.size() - 1);
-            while (cells_[slot] != IndexTable::kNone && keys_[slot] != key)
-                slot = (slot + 1) & (cells_.size() - 1);
-            if (cells_[slot] == IndexTable::kNone) {
-                cells_[slot] = index;
-                keys_[slot] = key;
-            }
-            vertices[index].position = vertices[cells_[slot]].position;
+            const std::uint32_t cell = CellOf(vertices[index].position, half_);
+            // Different cells have different hashes.
+            const std::uint32_t first =
+                cells_.FindOrAdd(MixBits32(cell), index, [](std::uint32_t) { return true; });
+            vertices[index].position = vertices[first].position;
         }
     }
 }
@@ -43,17 +42,18 @@ std::vector<HardEdge> FindHardEdges(std::span<const ModelVertex> vertices,
                                     std::span<const Triangle> triangles) {
     const CornersByPlace corners = SortCorners(vertices, triangles);
     std::vector<HardEdge> edges;
-    IndexTable table(3 * triangles.size());
+    IndexTable table;
     const auto next = [](std::uint32_t corner) { return corner % 3 == 2 ? corner - 2 : corner + 1; };
     std::vector<bool> paired(3 * triangles.size());
     for (std::uint32_t c = 0; c < 3 * triangles.size(); ++c) {
         const std::uint32_t from = corners.place[c], to = corners.place[next(c)];
         if (from == to) continue;
         const std::uint64_t key = std::uint64_t{std::min(from, to)} << 32 | std::max(from, to);
-        const std::uint32_t other = table.FindOrAdd(MixBits(key), c, [&](std::uint32_t o) {
-            const std::uint32_t p = corners.place[o], q = corners.place[next(o)];
-            return std::min(p, q) == std::min(from, to) && std::max(p, q) == std::max(from, to);
-        });
+        const std::uint32_t other =
+            table.FindOrAdd(static_cast<std::uint32_t>(MixBits(key)), c, [&](std::uint32_t o) {
+                const std::uint32_t p = corners.place[o], q = corners.place[next(o)];
+                return std::min(p, q) == std::min(from, to) && std::max(p, q) == std::max(from, to);
+            });
         if (other == c || paired[other]) continue; // a third triangle at an edge finds it taken
         paired[other] = true;
         const auto vertex = [&](std::uint32_t corner) { return triangles[corner / 3][corner % 3]; };

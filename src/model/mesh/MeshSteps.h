@@ -1,6 +1,7 @@
 #pragma once
 
 #include "model/ModelTools.h"
+#include "model/mesh/PositionPlaces.h"
 
 #include <cstdint>
 #include <span>
@@ -23,13 +24,12 @@ void AutoNormals(std::span<ModelVertex> vertices, std::span<const Triangle> tria
 // are centred: the cube of half-edge 1; `half` is half the extent of the bounds.
 class EdgeConnector {
 public:
-    explicit EdgeConnector(Point3 half, std::size_t vertexCount);
+    explicit EdgeConnector(Point3 half) : half_(half) {}
     void Connect(std::span<ModelVertex> vertices, std::span<const Triangle> triangles);
 
 private:
     Point3 half_;
-    std::vector<std::uint32_t> cells_; // open hash table of vertices
-    std::vector<std::uint32_t> keys_;
+    IndexTable cells_; // the first vertex of each cell
 };
 
 // An edge between two triangles that meet at its positions with vertices of different normals.

@@ -14,11 +14,11 @@ Key KeyOf(const ModelVertex& v) {
             CanonicalBits(v.texCoord.x), CanonicalBits(v.texCoord.y), CanonicalBits(v.normal.x),
             CanonicalBits(v.normal.y),   CanonicalBits(v.normal.z),   CanonicalBits(v.tangent.w)};
 }
-std::uint64_t Hash(const Key& key) {
+std::uint32_t Hash(const Key& key) {
     std::uint64_t h = key[8];
     for (std::size_t i = 0; i < 8; i += 2)
         h = (h ^ (std::uint64_t{key[i]} << 32 | key[i + 1])) * 0x9e3779b97f4a7c15u + (h >> 29);
-    return MixBits(h);
+    return static_cast<std::uint32_t>(MixBits(h));
 }
 
 } // namespace
@@ -26,7 +26,7 @@ std::uint64_t Hash(const Key& key) {
 void OptimizeMesh(std::vector<ModelVertex>& vertices, std::span<Triangle> triangles) {
     std::vector<ModelVertex> kept;
     std::vector<std::uint32_t> number(vertices.size(), IndexTable::kNone); // of a vertex among the kept
-    IndexTable table(vertices.size());
+    IndexTable table;
     for (Triangle& triangle : triangles) {
         for (std::uint32_t& index : triangle) {
             std::uint32_t& known = number[index];

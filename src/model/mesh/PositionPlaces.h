@@ -22,40 +22,48 @@ namespace velorin {
     h = (h ^ (h >> 27)) * 0x94d049bb133111ebu;
     return h ^ (h >> 31);
 }
-[[nodiscard]] inline std::uint64_t HashPosition(Point3 p) {
+[[nodiscard]] inline std::uint32_t HashPosition(Point3 p) {
     const std::uint64_t xy = std::uint64_t{CanonicalBits(p.x)} << 32 | CanonicalBits(p.y);
-    return MixBits(xy * 0x9e3779b97f4a7c15u + CanonicalBits(p.z));
+    return static_cast<std::uint32_t>(MixBits(xy * 0x9e3779b97f4a7c15u + CanonicalBits(p.z)));
 }
 
-// An open hash table of `count` numbers at most; what they stand for is the caller's. Linear in time and
-// memory.
+// An open hash table of numbers; what they stand for is the caller's. It grows with what is in it, so that a
+// mesh whose vertices lie on few places keeps it in the processor's caches. Linear in time and memory.
 class IndexTable {
 public:
     static constexpr std::uint32_t kNone = 0xffffffffu;
 
-    explicit IndexTable(std::size_t count)
-        : entries_(std::bit_ceil(count + count / 2 + 1), Entry{kNone, 0}) {}
+    IndexTable() : entries_(1024, Entry{kNone, 0}) {}
 
     // The number that was added under this hash and for which `isSame(number)` holds; else adds `index` and
     // returns it.
     template <class IsSame>
-    std::uint32_t FindOrAdd(std::uint64_t hash, std::uint32_t index, IsSame&& isSame) {
-        const auto tag = static_cast<std::uint32_t>(hash >> 32);
-        for (std::size_t slot = hash & (entries_.size() - 1);; slot = (slot + 1) & (entries_.size() - 1)) {
-            Entry& entry = entries_[slot];
-            if (entry.index == kNone) {
-                entry = {index, tag};
-                return index;
-            }
-            if (entry.tag == tag && isSame(entry.index)) return entry.index;
-        }
+    std::uint32_t FindOrAdd(std::uint32_t hash, std::uint32_t index, IsSame&& isSame) {
+        std::size_t slot = hash & (entries_.size() - 1);
+        for (; entries_[slot].index != kNone; slot = (slot + 1) & (entries_.size() - 1))
+            if (entries_[slot].hash == hash && isSame(entries_[slot].index)) return entries_[slot].index;
+        entries_[slot] = {index, hash};
+        if (++count_ > entries_.size() / 2) Grow();
+        return index;
     }
 
 private:
     struct Entry {
-        std::uint32_t index, tag;
+        std::uint32_t index, hash;
     };
+    void Grow() {
+        std::vector<Entry> old(2 * entries_.size(), Entry{kNone, 0});
+        old.swap(entries_);
+        for (const Entry& entry : old) {
+            if (entry.index == kNone) continue;
+            std::size_t slot = entry.hash & (entries_.size() - 1);
+            while (entries_[slot].index != kNone) slot = (slot + 1) & (entries_.size() - 1);
+            entries_[slot] = entry;
+        }
+    }
+
     std::vector<Entry> entries_;
+    std::size_t count_ = 0;
 };
 
 struct Places {
@@ -68,7 +76,7 @@ template <class Position>
 [[nodiscard]] Places FindPlaces(std::size_t count, Position&& position) {
     Places places;
     places.place.resize(count);
-    IndexTable table(count);
+    IndexTable table;
     for (std::uint32_t i = 0; i < count; ++i) {
         const Point3 p = position(i);
         const bool isNumber = !std::isnan(p.x) && !std::isnan(p.y) && !std::isnan(p.z);
