@@ -153,13 +153,21 @@ std::string ParamsJson() {
 
 // ---- scene and meshes
 
-// What importing a file does for the user: a model without bindings gets the materials of its file.
+bool HasNormals(const ModelData& data) {
+    return std::any_of(data.vertices.begin(), data.vertices.end(),
+                       [](const ModelVertex& vertex) { return !(vertex.normal == Point3{}); });
+}
+
+// What importing a file does for the user: a model without bindings gets the materials of its file, and one
+// whose file has no normals is smoothed.
 void ImportMaterials(Scene& scene, const std::string& dataFolder) {
     for (SceneModel* model : scene.Flatten()) {
         const bool isFile = model->type == ModelType::File || model->type == ModelType::ImportedFile;
         ModelData data;
-        if (isFile && model->bindings.empty() && LoadModelData(*model, dataFolder, data))
-            BindImportedMaterials(scene, *model, data.materials);
+        if (!isFile || !model->bindings.empty() || !LoadModelData(*model, dataFolder, data)) continue;
+        BindImportedMaterials(scene, *model, data.materials);
+        if (!HasNormals(data) && model->normalMode == NormalMode::FromModel)
+            model->normalMode = NormalMode::Auto;
     }
 }
 
