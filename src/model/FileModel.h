@@ -66,6 +66,10 @@ public:
     [[nodiscard]] virtual std::uint32_t TriangleCount() const = 0;
     // TriangleCount() triples of positions in FileModel::Vertices(), each below VertexCount().
     [[nodiscard]] virtual const Triangle* Indices() const = 0;
+    // The same triples as a list of the caller's.
+    [[nodiscard]] virtual std::vector<Triangle> CopyTriangles() const {
+        return {Indices(), Indices() + TriangleCount()};
+    }
     [[nodiscard]] virtual std::uint32_t MaterialIndex() const = 0;
 };
 

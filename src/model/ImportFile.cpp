@@ -83,7 +83,7 @@ void ImportGroups(ModelMesh& mesh, const FileMesh& file, const std::vector<Model
         const FileGroup& fileGroup = file.Group(i);
         ModelGroup& group = mesh.groups[i];
         group.materialIndex = fileGroup.MaterialIndex();
-        group.triangles.assign(fileGroup.Indices(), fileGroup.Indices() + fileGroup.TriangleCount());
+        group.triangles = fileGroup.CopyTriangles();
         for (const Triangle& triangle : group.triangles)
             for (const std::uint32_t index : triangle) bounds.Widen(vertices[index].position);
         repeated |= !materials.insert(group.materialIndex).second;

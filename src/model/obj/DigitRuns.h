@@ -19,10 +19,15 @@ public:
         ++p_;
         others_ &= others_ - 1;
     }
+    // Makes sure that the next 28 characters lie within the mask: a corner of a face.
+    void Rebase() {
+        if (p_ - base_ <= 36) return;
+        base_ = p_;
+        others_ = ~Digits64(p_);
+    }
     // Reads an index of one to seven digits with or without "-" and stands behind it; false for anything
     // else.
     [[nodiscard]] bool Index(std::int32_t& index, bool& negative) {
-        Rebase();
         int count = DigitCount();
         bool minus = false;
         if (count == 0 && *p_ == '-') {
@@ -39,7 +44,6 @@ public:
     // Reads a number of one to seven digits, with or without "-", a point and up to eight digits more, and
     // stands behind it; false for anything else. The same result as ScanFloat.
     [[nodiscard]] bool Float(float& result) {
-        Rebase();
         const bool minus = StepOverMinus();
         const int whole = DigitCount();
         if (whole < 1 || whole > 7) return false;
@@ -49,7 +53,7 @@ public:
             p_ += whole;
             Step();
             const int fraction = DigitCount();
-            if (fraction < 0 || fraction > 8) return false;
+            if (fraction < 0 || fraction > 8) return false; // below 0: behind the mask
             p_ += fraction;
             const std::uint64_t mantissa =
                 whole + fraction < 8 ? ValueAroundPoint(start, whole, fraction)
@@ -73,16 +77,8 @@ private:
         others_ &= others_ - minus;
         return minus;
     }
-    // A number that starts within the first 40 characters and is of the usual form ends within the mask.
-    void Rebase() {
-        if (p_ - base_ <= 40) return;
-        base_ = p_;
-        others_ = ~Digits64(p_);
-    }
-    // -1 when the mask does not hold the end.
-    [[nodiscard]] int DigitCount() const {
-        return others_ == 0 ? -1 : std::countr_zero(others_) - static_cast<int>(p_ - base_);
-    }
+    // When the mask does not hold the end, what lies between here and the mask's own end: negative behind it.
+    [[nodiscard]] int DigitCount() const { return std::countr_zero(others_) - static_cast<int>(p_ - base_); }
     static constexpr auto& kTens = detail::kIntegerPowersOfTen;
     static std::uint64_t Load(const char* p) {
         std::uint64_t text;

@@ -63,6 +63,7 @@ bool FaceLineReader::ReadCorners(const char*& p, const char* limit) {
     std::size_t count = 0;
     while (runs.place() < limit) {
         Corner corner;
+        runs.Rebase();
         if (!runs.Index(corner.position, negative_)) return false;
         if constexpr (kFormat == Format::PositionNormal)
             if (!slash() || !slash() || !runs.Index(corner.normal, negative_)) return false;

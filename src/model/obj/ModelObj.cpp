@@ -56,16 +56,13 @@ void ModelObj::LoadMaterials() {
 void ModelObj::Build(obj::ObjText& text) {
     std::vector<std::uint32_t> triangleCounts;
     vertices_ = obj::BuildVertices(text, triangleCounts);
-    triangles_.reserve(vertices_.size() / 3);
-    for (std::uint32_t i = 0; i < vertices_.size() / 3; ++i)
-        triangles_.push_back({3 * i, 3 * i + 1, 3 * i + 2});
-    std::size_t first = 0;
+    std::uint32_t vertex = 0;
     groups_.resize(text.groups.size());
     for (std::size_t i = 0; i < groups_.size(); ++i) {
         groups_[i].materialIndex = text.groups[i].material;
-        groups_[i].triangles = triangles_.data() + first;
+        groups_[i].firstVertex = vertex;
         groups_[i].triangleCount = triangleCounts[i];
-        first += triangleCounts[i];
+        vertex += 3 * triangleCounts[i];
     }
     meshes_.resize(text.meshes.size());
     for (std::size_t i = 0; i < meshes_.size(); ++i) {
@@ -75,6 +72,19 @@ void ModelObj::Build(obj::ObjText& text) {
     }
     materials_.resize(text.materialNames.size());
     for (std::size_t i = 0; i < materials_.size(); ++i) materials_[i].name = std::move(text.materialNames[i]);
+}
+
+std::vector<Triangle> ModelObj::GroupObj::CopyTriangles() const {
+    std::vector<Triangle> triangles;
+    triangles.reserve(triangleCount);
+    for (std::uint32_t i = 0, v = firstVertex; i < triangleCount; ++i, v += 3)
+        triangles.push_back({v, v + 1, v + 2});
+    return triangles;
+}
+
+const Triangle* ModelObj::GroupObj::Indices() const {
+    if (triangles_.empty()) triangles_ = CopyTriangles();
+    return triangles_.data();
 }
 
 std::uint32_t ModelObj::MaterialCount() const {

@@ -38,14 +38,20 @@ public:
     [[nodiscard]] Point3 SourceOffset() const override { return {}; }
 
 private:
+    // The vertices of a group stand behind one another, three a triangle: its indices are made when asked
+    // for.
     class GroupObj final : public FileGroup {
     public:
         std::uint32_t materialIndex = 0;
+        std::uint32_t firstVertex = 0;
         std::uint32_t triangleCount = 0;
-        const Triangle* triangles = nullptr; // in ModelObj::triangles_
         [[nodiscard]] std::uint32_t TriangleCount() const override { return triangleCount; }
-        [[nodiscard]] const Triangle* Indices() const override { return triangles; }
+        [[nodiscard]] const Triangle* Indices() const override; // by one thread at a time
+        [[nodiscard]] std::vector<Triangle> CopyTriangles() const override;
         [[nodiscard]] std::uint32_t MaterialIndex() const override { return materialIndex; }
+
+    private:
+        mutable std::vector<Triangle> triangles_;
     };
     class MeshObj final : public FileMesh {
     public:
@@ -67,7 +73,6 @@ private:
     std::vector<obj::MaterialObj> materials_;
     std::vector<MeshObj> meshes_;
     std::vector<GroupObj> groups_;
-    std::vector<Triangle> triangles_;
     std::vector<ModelVertex> vertices_;
     bool hasLayers_ = false;
     obj::LayerFile layers_;

@@ -6,6 +6,7 @@
 #include "services/Log.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <unordered_map>
 
@@ -17,6 +18,30 @@ constexpr std::ptrdiff_t kKeywordLength = 16; // letters
 constexpr std::uint32_t kLoggedKeywords =
     100; // of unknown statements, so that a broken file does not fill the log
 constexpr std::string_view kDefaultMaterial = "Default";
+
+// Lines of a keyword of one or two letters and N numbers in their usual form, with one blank before each and
+// nothing behind the last. `p` stands at a line's start; returns the start of the first line that is
+// different or comes close to the end of the file. A function of its own: the loop has all registers to
+// itself.
+template <int N, class Store>
+[[gnu::noinline]] const char* ReadUsualLines(const char* p, const char* end, std::string_view keyword,
+                                             Store&& store) {
+    // The numbers of a line end within one mask, or the line is left to others.
+    while (end - p >= 2 * kFarBytes && p[0] == keyword[0] && (keyword.size() == 1 || p[1] == keyword[1])) {
+        DigitRuns runs(p + keyword.size());
+        std::array<float, N> values;
+        for (float& value : values) {
+            if (!IsBlank(runs.next())) return p;
+            runs.Step();
+            if (!runs.Float(value)) return p;
+        }
+        if (!IsLineEnd(runs.next())) return p;
+        store(values.data());
+        p = runs.place() + 1;
+        if (runs.next() == '\r' && *p == '\n') ++p;
+    }
+    return p;
+}
 
 class Reader {
 public:
@@ -33,8 +58,7 @@ public:
                 continue;
             }
             limit_ = end_ - p_ > kLineLength ? p_ + kLineLength : end_;
-            far_ = end_ - limit_ >= kFarBytes;
-            Line();
+            Line(); // leaves p_ within its line, or limit_ at the start of a later one
             while (p_ < limit_ && !IsLineEnd(*p_)) ++p_;
         }
         if (unknown_ > kLoggedKeywords)
@@ -48,10 +72,26 @@ private:
         const char* const next = p_ + 1;
         const bool oneLetter = next == limit_ || !IsLetter(*next);
         if (*p_ == 'v') {
-            if (oneLetter) return Position(next);
+            const char* const start = p_;
+            if (oneLetter) {
+                p_ = ReadUsualLines<3>(p_, end_, "v", [this](const float* v) { AddPosition(v); });
+                if (p_ == start) return Position(next);
+                limit_ = p_;
+                return;
+            }
             const bool twoLetters = next + 1 == limit_ || !IsLetter(next[1]);
-            if (twoLetters && *next == 'n') return Normal(next + 1);
-            if (twoLetters && *next == 't') return TexCoord(next + 1);
+            if (twoLetters && *next == 'n') {
+                p_ = ReadUsualLines<3>(p_, end_, "vn", [this](const float* v) { AddNormal(v); });
+                if (p_ == start) return Normal(next + 1);
+                limit_ = p_;
+                return;
+            }
+            if (twoLetters && *next == 't') {
+                p_ = ReadUsualLines<2>(p_, end_, "vt", [this](const float* v) { AddTexCoord(v); });
+                if (p_ == start) return TexCoord(next + 1);
+                limit_ = p_;
+                return;
+            }
         } else if (*p_ == 'f' && oneLetter) {
             return FaceLines();
         }
@@ -60,46 +100,26 @@ private:
 
     // Numbers as "%f %f %f" takes them: from the first that is missing on, all are 0.
     template <int N>
-    void Numbers(const char* p, float (&values)[N]) {
-        if (far_ && UsualNumbers(p, values)) return;
-        std::fill(values, values + N, 0.0f);
+    std::array<float, N> Numbers(const char* p) {
+        std::array<float, N> values{};
         for (float& value : values) {
             const char* const behind = ScanFloat(SkipBlanks(p, limit_), limit_, value);
             if (!behind) break;
             p = behind;
         }
         p_ = p;
+        return values;
     }
-    // N numbers with one blank before each; whatever follows them is no number of this statement.
-    template <int N>
-    bool UsualNumbers(const char* p, float (&values)[N]) {
-        DigitRuns runs(p);
-        for (float& value : values) {
-            if (!IsBlank(runs.next())) return false;
-            runs.Step();
-            if (!runs.Float(value)) return false;
-        }
-        if (runs.place() > limit_) return false;
-        p_ = runs.place();
-        return true;
-    }
-    void Position(const char* p) {
-        float v[3]{};
-        Numbers(p, v);
-        text_.positions.push_back({-v[0], -v[1], v[2]});
-    }
-    void Normal(const char* p) {
-        float v[3]{};
-        Numbers(p, v);
+    void Position(const char* p) { AddPosition(Numbers<3>(p).data()); }
+    void Normal(const char* p) { AddNormal(Numbers<3>(p).data()); }
+    void TexCoord(const char* p) { AddTexCoord(Numbers<2>(p).data()); }
+    void AddPosition(const float* v) { text_.positions.push_back({-v[0], -v[1], v[2]}); }
+    void AddNormal(const float* v) {
         const Point3 n{-v[0], -v[1], v[2]};
         const float square = LengthSquared(n);
         text_.normals.push_back(square != 0 ? n * (1 / std::sqrt(square)) : n);
     }
-    void TexCoord(const char* p) {
-        float v[2]{};
-        Numbers(p, v);
-        text_.texCoords.push_back({v[0], 1 - v[1]});
-    }
+    void AddTexCoord(const float* v) { text_.texCoords.push_back({v[0], 1 - v[1]}); }
 
     // All statements but the frequent ones.
     void Statement() {
@@ -194,7 +214,6 @@ private:
     std::string_view defaultName_;
     std::string materialName_; // that holds now
     std::unordered_map<std::string, std::uint32_t> materialIndex_;
-    bool far_ = false; // kFarBytes behind `limit_` are readable
     bool needMesh_ = true, materialBound_ = false;
     std::uint32_t unknown_ = 0;
     ObjText text_;
