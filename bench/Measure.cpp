@@ -43,7 +43,7 @@ double AskChild(const std::function<double()>& work) {
     return InChild(work, answer, ignored) ? answer : -1;
 }
 
-Measurement Measure(int runs, const std::function<bool()>& work) {
+Measurement MeasureResult(int runs, const std::function<std::shared_ptr<void>()>& work) {
     Measurement result;
     double nothing = 0, worked = 0, idlePeak = 0, peak = 0, ignored = 0;
     result.ok = InChild([] { return 0.0; }, nothing, idlePeak) &&
@@ -53,15 +53,20 @@ Measurement Measure(int runs, const std::function<bool()>& work) {
         double seconds = 1e30;
         for (int i = 0; i < runs; ++i) {
             const double start = Seconds();
-            const bool done = work();
+            const std::shared_ptr<void> made = work();
             const double elapsed = Seconds() - start;
-            if (!done) return -1.0;
+            if (!made) return -1.0;
             seconds = std::min(seconds, elapsed);
         }
         return seconds;
     };
     result.ok = result.ok && InChild(best, result.seconds, ignored) && result.seconds >= 0;
     return result;
+}
+
+Measurement Measure(int runs, const std::function<bool()>& work) {
+    return MeasureResult(
+        runs, [&]() -> std::shared_ptr<void> { return work() ? std::make_shared<char>() : nullptr; });
 }
 
 } // namespace velorin::bench

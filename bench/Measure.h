@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 
 // Measures a piece of work in processes of its own, so that nothing of one measurement is left for the next.
 namespace velorin::bench {
@@ -13,6 +14,9 @@ struct Measurement {
 
 // One child process runs `work` once for the memory, another `runs` times for the time.
 [[nodiscard]] Measurement Measure(int runs, const std::function<bool()>& work);
+// The same for work that gives a result, null when it fails. What the result's end takes is not part of the
+// time.
+[[nodiscard]] Measurement MeasureResult(int runs, const std::function<std::shared_ptr<void>()>& work);
 
 // Of the monotonic clock.
 [[nodiscard]] double Seconds();

@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -23,19 +24,19 @@ namespace fs = std::filesystem;
 
 struct Row {
     const char* name;
-    bool (*read)(const std::string& path);
+    std::shared_ptr<void> (*read)(const std::string& path);
 };
 
-bool LoadOnly(const std::string& path) {
-    ModelObj model;
-    return model.Load(path, true, true);
+std::shared_ptr<void> LoadOnly(const std::string& path) {
+    auto model = std::make_shared<ModelObj>();
+    return model->Load(path, true, true) ? model : nullptr;
 }
-bool LoadAndImport(const std::string& path) {
+std::shared_ptr<void> LoadAndImport(const std::string& path) {
     ModelObj file;
-    if (!file.Load(path, true, true)) return false;
-    ModelData model;
-    ImportFile(model, file);
-    return true;
+    if (!file.Load(path, true, true)) return nullptr;
+    auto model = std::make_shared<ModelData>();
+    ImportFile(*model, file);
+    return model;
 }
 
 double TriangleCountOf(const std::string& path) {
@@ -58,7 +59,7 @@ void PrintTable(const std::string& path, bool withPeers) {
     double seconds[4]{};
     for (int i = 0; i < (withPeers ? 4 : 2); ++i) {
         const int runs = fileBytes > 3e8 ? 2 : fileBytes > 3e7 ? 4 : 12;
-        const Measurement m = Measure(runs, [&] { return rows[i].read(path); });
+        const Measurement m = MeasureResult(runs, [&] { return rows[i].read(path); });
         seconds[i] = m.seconds;
         if (!m.ok) {
             std::printf("  %-28s failed\n", rows[i].name);

@@ -8,15 +8,15 @@
 
 namespace velorin::bench {
 
-bool ReadWithTinyObjLoader(const std::string& path) {
-    tinyobj::ObjReader reader;
-    return reader.ParseFromFile(path) && !reader.GetAttrib().vertices.empty();
+std::shared_ptr<void> ReadWithTinyObjLoader(const std::string& path) {
+    auto reader = std::make_shared<tinyobj::ObjReader>();
+    return reader->ParseFromFile(path) && !reader->GetAttrib().vertices.empty() ? reader : nullptr;
 }
 
-bool ReadWithAssimp(const std::string& path) {
-    Assimp::Importer importer;
-    const aiScene* scene = importer.ReadFile(path, 0);
-    return scene && scene->mNumMeshes > 0;
+std::shared_ptr<void> ReadWithAssimp(const std::string& path) {
+    auto importer = std::make_shared<Assimp::Importer>();
+    const aiScene* scene = importer->ReadFile(path, 0);
+    return scene && scene->mNumMeshes > 0 ? importer : nullptr;
 }
 
 } // namespace velorin::bench
