@@ -110,6 +110,7 @@ FullScreenQuad& Renderer::quad() {
 
 InitError Renderer::Init() {
     Shutdown();
+    prefs_ = LoadRendererPrefs();
     initError_ = InitGL();
     if (ready()) ReadVideoMemory();
     LogReport();

@@ -2,6 +2,7 @@
 
 #include "render/ImageHeader.h"
 #include "render/RenderStatistics.h"
+#include "render/RendererPrefs.h"
 
 #include <cstdint>
 #include <functional>
@@ -73,6 +74,8 @@ public:
     InitError Init();
     void Shutdown();
     [[nodiscard]] InitError initError() const { return initError_; }
+    // As the preference files had them at Init.
+    [[nodiscard]] const RendererPrefs& prefs() const { return prefs_; }
     [[nodiscard]] bool ready() const { return initError_ == InitError::Done; }
     [[nodiscard]] const DriverInfo& driver() const { return driver_; }
     // One sentence for a person about a failed Init; empty after a good one.
@@ -133,6 +136,7 @@ private:
     void KeepPickingData();
     [[nodiscard]] bool ReadBack(bool argb, const std::function<bool(const float*)>& use);
 
+    RendererPrefs prefs_;
     InitError initError_ = InitError::NotInitialised;
     std::string contextReason_;
     DriverInfo driver_;

@@ -3,6 +3,7 @@
 
 #include "platform/Clock.h"
 #include "platform/Process.h"
+#include "services/CrashReport.h"
 
 #include <nlohmann/json.hpp>
 
@@ -109,7 +110,13 @@ private:
     bool CheckDevices() {
         devices_ = DeviceNames();
         const ordered_json gl = devices_.is_object() ? devices_.value("gl", ordered_json()) : ordered_json();
-        if (!gl.is_object() || gl.value("ready", true)) return true;
+        if (!gl.is_object()) return true;
+        // The module has its own copy of the services; a crash report of this process should name the driver
+        // too.
+        SetCrashReportGL(gl.value("vendor", std::string()).c_str(),
+                         gl.value("renderer", std::string()).c_str(),
+                         gl.value("version", std::string()).c_str());
+        if (gl.value("ready", true)) return true;
         console_.Error(gl.value("reason", std::string("OpenGL does not start")));
         return false;
     }
