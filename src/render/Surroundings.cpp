@@ -22,7 +22,7 @@ namespace {
 constexpr std::uint32_t kSphereColumns = 96, kSphereRows = 48;
 
 // Of texel (s, t) of a face, both from -1 to 1, row 0 at t = -1: the cube direction is forward + s * across +
-// t * down. OpenGL 3.3 core specification, table 3.11.
+// t * down. OpenGL 3.3 core, table 3.11.
 struct FaceAxes {
     Point3 forward, across, down;
 };

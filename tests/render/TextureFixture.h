@@ -52,7 +52,7 @@ private:
     std::unique_ptr<TextureManager> manager_;
 };
 
-// The direction of a texel of a cube's face by the table of the GL specification ("Cube map texture
+// The direction of a texel of a cube's face by the table of OpenGL ("Cube map texture
 // selection"): (sc, tc) in -1 to 1, ma = 1. Not normalised.
 [[nodiscard]] std::array<float, 3> FaceDirection(int face, float sc, float tc);
 
