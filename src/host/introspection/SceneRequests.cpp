@@ -1,0 +1,73 @@
+#include "core/ImportMaterials.h"
+#include "core/Introspect.h"
+#include "core/document/AssetContext.h"
+#include "core/document/Scene.h"
+#include "core/document/SceneJson.h"
+#include "host/introspection/Request.h"
+#include "model/ModelLoader.h"
+#include "model/ModelTools.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace velorin {
+namespace {
+
+bool HasNormals(const ModelData& data) {
+    return std::any_of(data.vertices.begin(), data.vertices.end(),
+                       [](const ModelVertex& vertex) { return !(vertex.normal == Point3{}); });
+}
+
+// What importing a file does for the user: a model without bindings gets the materials of its file, and one
+// whose file has no normals is smoothed.
+void ImportMaterials(Scene& scene, const std::string& dataFolder) {
+    for (SceneModel* model : scene.Flatten()) {
+        const bool isFile = model->type == ModelType::File || model->type == ModelType::ImportedFile;
+        ModelData data;
+        if (!isFile || !model->bindings.empty() || !LoadModelData(*model, dataFolder, data)) continue;
+        BindImportedMaterials(scene, *model, data.materials);
+        if (!HasNormals(data) && model->normalMode == NormalMode::FromModel)
+            model->normalMode = NormalMode::Auto;
+    }
+}
+
+} // namespace
+
+std::string AnswerSceneToFlat(const Request& request) {
+    Scene scene;
+    SceneJsonError error;
+    const auto json = request.json.find("scene");
+    if (json == request.json.end()) return RequestError("the request has no scene", "/scene");
+    const std::string folder = request.json.value("folder", std::string());
+    if (!SceneFromJsonText(json->dump(), folder, scene, error)) return RequestError(error.message, error.at);
+    ImportMaterials(scene, request.assets.dataFolder);
+    const std::vector<std::byte> flat = scene.Flat();
+    return {reinterpret_cast<const char*>(flat.data()), flat.size()};
+}
+
+std::string AnswerFlatToScene(const Request& request) {
+    Scene scene;
+    if (!scene.Read(request.payload))
+        return RequestError("the bytes are no scene document of a known version");
+    return SceneToJsonText(scene, request.json.value("defaults", false), -1);
+}
+
+std::string AnswerMesh(const Request& request) {
+    Scene scene;
+    if (!scene.Read(request.payload))
+        return RequestError("the bytes are no scene document of a known version");
+    const std::string name = request.json.value("model", std::string());
+    const std::vector<SceneModel*> models = scene.Flatten();
+    const auto found = std::find_if(models.begin(), models.end(), [&](const SceneModel* model) {
+        return name.empty() || model->name == name;
+    });
+    if (found == models.end()) return RequestError("the scene has no model \"" + name + "\"", "/model");
+    ModelData data;
+    if (!LoadModelData(**found, request.assets.dataFolder, data))
+        return RequestError("the model \"" + (*found)->name + "\" has no geometry", "/model");
+    if (!request.json.value("prepared", false)) return MeshJson(data);
+    return MeshJson(PrepareMesh(std::move(data), **found));
+}
+
+} // namespace velorin
