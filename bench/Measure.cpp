@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <ctime>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -38,6 +39,12 @@ double Seconds() {
     return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
+double ProcessorSeconds() {
+    timespec now{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
+}
+
 double AskChild(const std::function<double()>& work) {
     double answer = 0, ignored = 0;
     return InChild(work, answer, ignored) ? answer : -1;
@@ -52,9 +59,9 @@ Measurement MeasureResult(int runs, const std::function<std::shared_ptr<void>()>
     const auto best = [&] {
         double seconds = 1e30;
         for (int i = 0; i < runs; ++i) {
-            const double start = Seconds();
+            const double start = ProcessorSeconds();
             const std::shared_ptr<void> made = work();
-            const double elapsed = Seconds() - start;
+            const double elapsed = ProcessorSeconds() - start;
             if (!made) return -1.0;
             seconds = std::min(seconds, elapsed);
         }

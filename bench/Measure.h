@@ -7,7 +7,7 @@
 namespace velorin::bench {
 
 struct Measurement {
-    double seconds = 0;   // the best of the runs
+    double seconds = 0;   // of the processor, in user and system; the best of the runs
     double peakBytes = 0; // that one run adds to the process's peak; pages of mapped files count
     bool ok = false;      // the work returned true every time
 };
@@ -20,6 +20,8 @@ struct Measurement {
 
 // Of the monotonic clock.
 [[nodiscard]] double Seconds();
+// Spent by this process's threads. Other programs on the machine count little.
+[[nodiscard]] double ProcessorSeconds();
 
 // The number that `work` answers, computed in a process of its own; -1 when that fails.
 [[nodiscard]] double AskChild(const std::function<double()>& work);
