@@ -1,5 +1,6 @@
 #include "model/obj/ByteMasks.h"
 #include "model/obj/ObjText.h"
+#include "services/LargePages.h"
 #include "services/Log.h"
 
 #include <algorithm>
@@ -16,7 +17,7 @@ public:
     Builder(const ObjText& text, std::vector<std::uint32_t>& triangleCounts)
         : text_(text), counts_(triangleCounts), hasFaces_(text.groups.size(), false) {
         counts_.assign(text.groups.size(), 0);
-        vertices_.reserve(3 * std::min(text.faceEstimate, kMaximumTriangles));
+        ReserveLarge(vertices_, 3 * std::min(text.faceEstimate, kMaximumTriangles));
     }
 
     std::vector<ModelVertex> Run() {

@@ -2,6 +2,7 @@
 
 #include "model/ModelPaths.h"
 #include "model/obj/ObjText.h"
+#include "services/LargePages.h"
 #include "services/Log.h"
 #include "services/MappedFile.h"
 
@@ -76,7 +77,7 @@ void ModelObj::Build(obj::ObjText& text) {
 
 std::vector<Triangle> ModelObj::GroupObj::CopyTriangles() const {
     std::vector<Triangle> triangles;
-    triangles.reserve(triangleCount);
+    ReserveLarge(triangles, triangleCount);
     for (std::uint32_t i = 0, v = firstVertex; i < triangleCount; ++i, v += 3)
         triangles.push_back({v, v + 1, v + 2});
     return triangles;
