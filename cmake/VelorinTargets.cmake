@@ -32,7 +32,7 @@ endfunction()
 # known to CTest as one test per label so that the suite starts few processes.
 function(velorin_add_test NAME)
   cmake_parse_arguments(ARG "" "LABEL;TIMEOUT" "SOURCES;LIBS;ENV" ${ARGN})
-  add_executable(${NAME} ${ARG_SOURCES})
+  add_executable(${NAME} ${ARG_SOURCES} ${PROJECT_SOURCE_DIR}/tests/UserFolder.cpp)
   target_include_directories(${NAME} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(${NAME} PRIVATE velorin_options ${ARG_LIBS} GTest::gtest GTest::gmock GTest::gtest_main)
   target_compile_definitions(${NAME} PRIVATE VELORIN_SOURCE_DIR="${PROJECT_SOURCE_DIR}")

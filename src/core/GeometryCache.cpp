@@ -40,6 +40,12 @@ bool IsFile(ModelType type) {
     return type == ModelType::File || type == ModelType::ImportedFile || type == ModelType::Sequence;
 }
 
+// Whether both are one state of one file, however it is processed.
+bool IsSameFile(const Source& a, const Source& b) {
+    return a.kind == ModelType::File && b.kind == a.kind && a.path == b.path &&
+           a.noMaterials == b.noMaterials && a.modifiedTime == b.modifiedTime && a.fileSize == b.fileSize;
+}
+
 Source SourceOf(const SceneModel& model, const std::string& path) {
     Source source;
     source.kind = IsFile(model.type) ? ModelType::File : model.type;
@@ -70,19 +76,16 @@ Source SourceOf(const SceneModel& model, const std::string& path) {
     return source;
 }
 
-std::unique_ptr<MeshBuffers> Load(const SceneModel& model, const std::string& path, const Source& source) {
-    VELORIN_PROFILE("Velorin::FindGeometry", "LoadModel");
-    ModelData data;
+// `path` takes the place of the model's.
+bool ReadSource(const SceneModel& model, const std::string& path, ModelData& data) {
     const std::string folder = model.context ? model.context->dataFolder : std::string();
-    bool loaded = false;
-    if (path == model.path) {
-        loaded = LoadModelData(model, folder, data);
-    } else {
-        SceneModel frame(model);
-        frame.path = path;
-        loaded = LoadModelData(frame, folder, data);
-    }
-    if (!loaded) return nullptr;
+    if (path == model.path) return LoadModelData(model, folder, data);
+    SceneModel frame(model);
+    frame.path = path;
+    return LoadModelData(frame, folder, data);
+}
+
+std::unique_ptr<MeshBuffers> Prepare(ModelData data, const Source& source) {
     auto mesh = std::make_unique<MeshBuffers>(PrepareMesh(std::move(data), source.options));
     mesh->sourcePath = source.path;
     mesh->sourceTime = source.modifiedTime;
@@ -103,6 +106,19 @@ struct GeometryCache::State {
     std::deque<std::pair<Source, std::uint64_t>> generated;
     std::uint64_t lastGenerated = 0;
     static constexpr std::size_t kMostGenerated = 64;
+
+    // Files that were read but not yet asked for as meshes.
+    std::deque<std::pair<Source, ModelData>> fresh;
+
+    // Reads the source, or takes what was read of it.
+    bool Take(const SceneModel& model, const std::string& path, const Source& source, ModelData& data) {
+        const auto known = std::find_if(fresh.begin(), fresh.end(),
+                                        [&](const auto& item) { return IsSameFile(item.first, source); });
+        if (known == fresh.end()) return ReadSource(model, path, data);
+        data = std::move(known->second);
+        fresh.erase(known);
+        return true;
+    }
 
     Entry* Of(const MeshBuffers* mesh) {
         for (auto& [path, entry] : byPath)
@@ -125,9 +141,26 @@ MeshBuffers* GeometryCache::Find(const SceneModel& model, const std::string& pat
     std::erase_if(state_->byPath, [&](const auto& item) {
         return !item.second.mesh && item.first == source.path && item.second.source.kind == source.kind;
     });
-    auto mesh = Load(model, path, source);
+    std::unique_ptr<MeshBuffers> mesh;
+    {
+        VELORIN_PROFILE("Velorin::FindGeometry", "LoadModel");
+        ModelData data;
+        if (state_->Take(model, path, source, data)) mesh = Prepare(std::move(data), source);
+    }
     if (mesh) ++loaded_;
     return state_->byPath.emplace(source.path, State::Entry{source, std::move(mesh), 0})->second.mesh.get();
+}
+
+const ModelData* GeometryCache::Read(const SceneModel& model) {
+    if (model.type == ModelType::Folder) return nullptr;
+    Source source = SourceOf(model, model.path);
+    auto& fresh = state_->fresh;
+    const auto known = std::find_if(fresh.begin(), fresh.end(),
+                                    [&](const auto& item) { return IsSameFile(item.first, source); });
+    if (known != fresh.end()) return &known->second;
+    ModelData data;
+    if (!ReadSource(model, model.path, data)) return nullptr;
+    return &fresh.emplace_back(std::move(source), std::move(data)).second;
 }
 
 std::string GeometryCache::Key(const SceneModel& model, const std::string& path) const {
@@ -169,6 +202,7 @@ MeshBuffers* GeometryCache::FindId(std::uint64_t id) const {
 
 void GeometryCache::FreeUnused() {
     std::erase_if(state_->byPath, [](const auto& item) { return item.second.mesh && item.second.uses == 0; });
+    state_->fresh.clear();
 }
 
 std::size_t GeometryCache::size() const {
@@ -179,6 +213,7 @@ std::size_t GeometryCache::size() const {
 
 void GeometryCache::Clear() {
     state_->byPath.clear();
+    state_->fresh.clear();
 }
 
 GeometryFacts FactsOf(const MeshBuffers& mesh) {

@@ -12,6 +12,7 @@ namespace velorin {
 
 class MeshBuffers;
 class SceneModel;
+struct ModelData;
 
 // The meshes that all scenes of the process share, by what they are made from: the file with its time of last
 // change, the import settings, and the settings of generated kinds. Each has a count of uses; one that nobody
@@ -28,12 +29,16 @@ public:
     // Names what Find would give, for other caches.
     [[nodiscard]] std::string Key(const SceneModel& model, const std::string& path) const;
 
+    // What a model's source holds before it is processed. Of a file it is kept until the next Find of the
+    // model takes it or FreeUnused, so that it is read once. Null when there is no geometry.
+    [[nodiscard]] const ModelData* Read(const SceneModel& model);
+
     void AddUse(const MeshBuffers* mesh);
     // Frees the mesh with the last use.
     void DropUse(const MeshBuffers* mesh);
     // Null when there is none.
     [[nodiscard]] MeshBuffers* FindId(std::uint64_t id) const;
-    // Frees meshes that were found but never came into use.
+    // Frees meshes that were found, and sources that were read, but never came into use.
     void FreeUnused();
 
     [[nodiscard]] std::size_t size() const;

@@ -5,6 +5,7 @@
 #include "core/Replicator.h"
 #include "core/SequencePath.h"
 #include "core/document/Scene.h"
+#include "model/ModelCache.h"
 #include "platform/FileSystem.h"
 #include "platform/MessageBox.h"
 #include "platform/Process.h"
@@ -80,7 +81,15 @@ struct PlanKeyHash {
 } // namespace
 
 struct Velorin::State : SurfaceSource {
+    State() = default;
+    ~State() override {
+        if (modelCache && GetModelCache() == modelCache.get()) SetModelCache(nullptr);
+    }
+    State(const State&) = delete;
+    State& operator=(const State&) = delete;
+
     GeometryCache cache;
+    std::unique_ptr<ModelCache> modelCache; // on the disk; null before Initialize
     std::unordered_map<PlanKey, MeshBuffers*, PlanKeyHash> geometryByModel; // of the frame at hand
     std::vector<bool> usedModels; // of the loadedModels of the instance at hand
     DrawScratch scratch;
@@ -201,6 +210,9 @@ void Velorin::Initialize() {
         Log("Cannot make the folder %s", dataDirectory_.c_str());
     else
         RecordBuild(dataDirectory_);
+    // A process without a core has its models loaded by another and needs no cache.
+    state_->modelCache = std::make_unique<ModelCache>();
+    SetModelCache(state_->modelCache.get());
     LoadRigTables(dataDirectory_ + "/" + kRigTableFile);
 
     velorinRenderer_.reset();
@@ -302,6 +314,10 @@ void Velorin::DropFrame() {
 
 MeshBuffers* Velorin::FindGeometry(FrameParams& params, const SceneModel& model) {
     return state_->Use(params, model, model.path);
+}
+
+const ModelData* Velorin::ReadGeometry(const SceneModel& model) {
+    return state_->cache.Read(model);
 }
 
 const RigTable& Velorin::RigInfo(const SceneModel& model) const {

@@ -15,6 +15,7 @@ namespace velorin {
 
 class MeshBuffers;
 class SceneModel;
+struct ModelData;
 class VelorinRenderer;
 struct RenderSettings;
 
@@ -33,9 +34,9 @@ public:
     Velorin();
     ~Velorin() override;
 
-    // Clears the state of the run, makes the data folder, reads the rig tables and makes the scene renderer
-    // over the context that `renderer->Init()` made. A failure leaves glReady() false and, unless
-    // `renderEngine`, is shown to the user.
+    // Clears the state of the run, makes the data folder, takes the user's model cache into use, reads the
+    // rig tables and makes the scene renderer over the context that `renderer->Init()` made. A failure leaves
+    // glReady() false and, unless `renderEngine`, is shown to the user.
     void Initialize() override;
     // Drops all geometry and the renderer.
     void Shutdown() override;
@@ -71,6 +72,9 @@ public:
     // The geometry of a model, from the instance's list, from the cache, or loaded now; null for a folder and
     // for what does not load (told once as a warning). Counts as one use by `params.loadedModels`.
     [[nodiscard]] MeshBuffers* FindGeometry(FrameParams& params, const SceneModel& model);
+    // The model's source before mesh processing, as an import looks at it; the FindGeometry that follows
+    // takes it over. Null when it does not load.
+    [[nodiscard]] const ModelData* ReadGeometry(const SceneModel& model);
     // The rig table of a model's file, or the default one.
     [[nodiscard]] const RigTable& RigInfo(const SceneModel& model) const;
     // Adds the tables of a file (ReadRigTables). False when it cannot be read.

@@ -3,6 +3,7 @@
 #include "core/document/SceneModel.h"
 #include "model/ModelRecord.h"
 
+#include <algorithm>
 #include <atomic>
 #include <filesystem>
 #include <optional>
@@ -12,6 +13,14 @@ namespace velorin {
 namespace {
 
 std::atomic<ModelCache*> processCache{nullptr};
+
+// Of the file and of the materials that exporters write beside it.
+double LatestChange(const std::string& path) {
+    std::filesystem::path materials(std::u8string(path.begin(), path.end()));
+    materials.replace_extension(".mtl");
+    const std::u8string name = materials.u8string();
+    return std::max(PackTimeOfFile(path), PackTimeOfFile(std::string(name.begin(), name.end())));
+}
 
 // The low 32 bits, as a record keeps them.
 std::optional<std::uint32_t> StoredSizeOf(const std::string& path) {
@@ -33,7 +42,7 @@ bool ModelCache::Find(const SceneModel& model, const std::string& filePath, Mode
     bool damaged = false;
     {
         const PackEntry entry = pack_.Get(model.path);
-        if (entry && entry.created() >= PackTimeOfFile(filePath)) {
+        if (entry && entry.created() >= LatestChange(filePath)) {
             const auto head = ReadModelRecordHead(entry.bytes());
             damaged = !head || head->version != kModelRecordVersion;
             if (!damaged && head->sourceSize == *size) {

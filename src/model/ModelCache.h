@@ -17,8 +17,8 @@ public:
     explicit ModelCache(const std::string& name = "model_cache_2");
 
     // Fills `data` from the record of a model whose file stands at `filePath`. False when there is none, or
-    // when the file has changed since: it is younger than the record or has another size. A record of another
-    // version wipes the cache.
+    // when the file has changed since: it, or the ".mtl" file of its name beside it, is younger than the
+    // record, or it has another size. A record of another version wipes the cache.
     [[nodiscard]] bool Find(const SceneModel& model, const std::string& filePath, ModelData& data);
     // Puts the record of a model that was read from `filePath` into the cache. False when it did not fit.
     bool Store(const SceneModel& model, const std::string& filePath, const ModelData& data);

@@ -4,7 +4,6 @@
 #include "model/DefaultModel.h"
 #include "model/LayerPlane.h"
 #include "model/ModelCache.h"
-#include "model/ModelPaths.h"
 #include "model/ModelRecord.h"
 #include "model/ModelTools.h"
 #include "model/PackFile.h"
@@ -12,17 +11,20 @@
 #include "model/obj/ModelObj.h"
 #include "model/primitives/BuildPrimitive.h"
 #include "model/vector/VectorFile.h"
+#include "services/Library.h"
 #include "services/Log.h"
 #include "services/Warnings.h"
 
+#include <atomic>
 #include <chrono>
 #include <exception>
-#include <filesystem>
 #include <memory>
 
 namespace velorin {
 
 namespace {
+
+std::atomic<std::uint64_t> parsedModels{0}, cachedModels{0};
 
 std::string LowerCaseExtension(const std::string& path) {
     const auto dot = path.find_last_of("./");
@@ -70,7 +72,10 @@ bool LoadFile(const SceneModel& model, const std::string& dataFolder, ModelData&
     if (const auto place = SplitBundlePath(model.path)) return LoadBundleEntry(*place, dataFolder, data);
     const std::string path = ResolveModelPath(model.path, dataFolder);
     ModelCache* const cache = model.noMaterials ? nullptr : GetModelCache();
-    if (cache && cache->Find(model, path, data)) return true;
+    if (cache && cache->Find(model, path, data)) {
+        ++cachedModels;
+        return true;
+    }
     if (!LoadModelFile(path, !model.noMaterials, model.type != ModelType::Sequence, data)) return false;
     if (cache && !cache->Store(model, path, data)) Log("No room in the model cache for %s", path.c_str());
     return true;
@@ -150,13 +155,18 @@ bool LoadModelFile(const std::string& path, bool loadMaterials, bool loadAnimati
         const std::chrono::duration<double, std::milli> elapsed = Clock::now() - start;
         Log("Loading Model: %.2f ms", elapsed.count());
         ImportFile(data, *file);
+        ++parsedModels;
         return true;
     }
     return false;
 }
 
+ModelLoadCounts GetModelLoadCounts() {
+    return {parsedModels.load(), cachedModels.load()};
+}
+
 std::string ResolveModelPath(const std::string& path, const std::string& dataFolder) {
-    return std::filesystem::path(JoinPath(dataFolder, path)).lexically_normal().generic_string();
+    return FindAsset(path, dataFolder);
 }
 
 } // namespace velorin

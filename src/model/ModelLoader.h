@@ -2,6 +2,7 @@
 
 #include "model/ModelData.h"
 
+#include <cstdint>
 #include <string>
 
 namespace velorin {
@@ -13,12 +14,18 @@ class SceneModel;
 // "Failed to load model: <path>" and the warnings have one sentence with the file and the reason.
 [[nodiscard]] bool LoadModelData(const SceneModel& model, const std::string& dataFolder, ModelData& data);
 
+// How many model files this process has parsed, and how many came from the model cache in place of that.
+struct ModelLoadCounts {
+    std::uint64_t parsed = 0, cached = 0;
+};
+[[nodiscard]] ModelLoadCounts GetModelLoadCounts();
+
 // Reads a model file by its extension: the file half of LoadModelData. `loadMaterials`: with the properties
 // of the materials, else only their names.
 [[nodiscard]] bool LoadModelFile(const std::string& path, bool loadMaterials, bool loadAnimation,
                                  ModelData& data);
 
-// The path of the model's file as it is opened: relative ones joined to `dataFolder`, "." and ".." resolved.
+// The path of a file of the scene as it is opened: FindAsset of services/Library.h.
 [[nodiscard]] std::string ResolveModelPath(const std::string& path, const std::string& dataFolder);
 
 } // namespace velorin

@@ -147,7 +147,7 @@ private:
         ordered_json entry{{"frame", frame}, {"file", file}};
         entry["milliseconds"] = (MonotonicSeconds() - start) * 1000;
         entry["stages"] = facts.value("stages", ordered_json::object());
-        for (const char* key : {"uploads", "programs"})
+        for (const char* key : {"uploads", "programs", "models"})
             if (facts.contains(key)) entry[key] = facts[key];
         frames_.push_back(std::move(entry));
         return true;

@@ -3,8 +3,8 @@
 #include <cstdint>
 
 // How the `velorin` command looks into the plug-in: a private call type of the general command
-// (PF_Cmd_COMPLETELY_GENERAL), whose value no sibling instance and no host sends by chance. Requests and replies
-// are JSON, so that this header is all that the two sides share.
+// (PF_Cmd_COMPLETELY_GENERAL), whose value no sibling instance and no host sends by chance. Requests and
+// replies are JSON, so that this header is all that the two sides share.
 namespace velorin {
 
 inline constexpr std::uint64_t kIntrospectionCall = 0x3149'4E49'524F'4C56; // "VLORINI1"
@@ -15,10 +15,12 @@ struct GeneralCall {
     void* reply = nullptr;
 };
 
-// `reply` of a GeneralCall of type kIntrospectionCall. `respond` is called exactly once, inside the call; its bytes
-// are valid only during it. A request that cannot be served is answered {"error": "...", "at": "/json/pointer"}.
+// `reply` of a GeneralCall of type kIntrospectionCall. `respond` is called exactly once, inside the call; its
+// bytes are valid only during it. A request that cannot be served is answered {"error": "...", "at":
+// "/json/pointer"}.
 //
-// Requests, by the member "do" (those marked * need an instance, that is in_data->effect_ref and sequence data):
+// Requests, by the member "do" (those marked * need an instance, that is in_data->effect_ref and sequence
+// data):
 //   params          array of parameter rows in host order
 //   sceneToFlat     "scene": {...}, "folder": base of relative paths -> the flat document as raw bytes
 //   flatToScene     payload = flat document -> the scene as JSON, "defaults": true for every field
@@ -27,7 +29,8 @@ struct GeneralCall {
 //   mesh            payload = flat document, "model": name, "prepared": bool -> the ModelData
 //   devices         GL and CL devices with their limits
 //   frame           of the last frame: {"stages": {name: ms}, "gl": {...}, "uploads": n, "programs": n,
-//                   "warnings": [...]}; warnings are given once
+//                   "models": {"parsed": n, "cached": n} since the start, "warnings": [...]}; warnings are
+//                   given once
 struct IntrospectionRequest {
     const char* request = nullptr; // UTF-8 JSON, zero-terminated
     const void* payload = nullptr;

@@ -3,6 +3,7 @@
 #include "host/AEPlugin.h"
 #include "host/Capture.h"
 #include "host/introspection/Request.h"
+#include "model/ModelLoader.h"
 #include "render/RenderStatistics.h"
 #include "render/Renderer.h"
 #include "services/Profiler.h"
@@ -49,6 +50,8 @@ std::string AnswerFrame(const Request& request) {
     frame["programs"] = after.programsCompiled - before.programsCompiled;
     frame["framebuffers"] = after.framebufferBuilds - before.framebufferBuilds;
     frame["draws"] = after.draws - before.draws;
+    const ModelLoadCounts models = GetModelLoadCounts();
+    frame["models"] = {{"parsed", models.parsed}, {"cached", models.cached}};
     frame["warnings"] = TakeWarnings();
     return DumpJson(frame);
 }

@@ -7,7 +7,7 @@ constexpr bool kWithoutCore = false;
 
 constexpr RequestRow kRequests[] = {
     {"params", AnswerParams, kWithoutCore},
-    {"sceneToFlat", AnswerSceneToFlat, kWithoutCore},
+    {"sceneToFlat", AnswerSceneToFlat},
     {"flatToScene", AnswerFlatToScene, kWithoutCore},
     {"mesh", AnswerMesh},
     {"capture", AnswerCapture},

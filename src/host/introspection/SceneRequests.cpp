@@ -1,5 +1,6 @@
 #include "core/ImportMaterials.h"
 #include "core/Introspect.h"
+#include "core/Velorin.h"
 #include "core/document/AssetContext.h"
 #include "core/document/Scene.h"
 #include "core/document/SceneJson.h"
@@ -21,13 +22,13 @@ bool HasNormals(const ModelData& data) {
 
 // What importing a file does for the user: a model without bindings gets the materials of its file, and one
 // whose file has no normals is smoothed.
-void ImportMaterials(Scene& scene, const std::string& dataFolder) {
+void ImportMaterials(Scene& scene, Velorin& core) {
     for (SceneModel* model : scene.Flatten()) {
         const bool isFile = model->type == ModelType::File || model->type == ModelType::ImportedFile;
-        ModelData data;
-        if (!isFile || !model->bindings.empty() || !LoadModelData(*model, dataFolder, data)) continue;
-        BindImportedMaterials(scene, *model, data.materials);
-        if (!HasNormals(data) && model->normalMode == NormalMode::FromModel)
+        const ModelData* const data = isFile && model->bindings.empty() ? core.ReadGeometry(*model) : nullptr;
+        if (!data) continue;
+        BindImportedMaterials(scene, *model, data->materials);
+        if (!HasNormals(*data) && model->normalMode == NormalMode::FromModel)
             model->normalMode = NormalMode::Auto;
     }
 }
@@ -35,13 +36,13 @@ void ImportMaterials(Scene& scene, const std::string& dataFolder) {
 } // namespace
 
 std::string AnswerSceneToFlat(const Request& request) {
-    Scene scene;
+    Scene scene(&request.assets);
     SceneJsonError error;
     const auto json = request.json.find("scene");
     if (json == request.json.end()) return RequestError("the request has no scene", "/scene");
     const std::string folder = request.json.value("folder", std::string());
     if (!SceneFromJsonText(json->dump(), folder, scene, error)) return RequestError(error.message, error.at);
-    ImportMaterials(scene, request.assets.dataFolder);
+    ImportMaterials(scene, *request.core);
     const std::vector<std::byte> flat = scene.Flat();
     return {reinterpret_cast<const char*>(flat.data()), flat.size()};
 }
