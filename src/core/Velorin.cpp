@@ -1,6 +1,7 @@
 #include "core/Velorin.h"
 
 #include "core/DrawBuilder.h"
+#include "core/ExportScene.h"
 #include "core/GeometryCache.h"
 #include "core/Replicator.h"
 #include "core/SequencePath.h"
@@ -305,6 +306,21 @@ bool Velorin::EndRender() {
     const bool written = renderer->EndRender();
     velorinRenderer_->EndRender();
     return written;
+}
+
+bool Velorin::ExportObj(FrameParams& params, Point3 cameraPosition, int group, const std::string& path,
+                        std::string& error) {
+    DropFrame();
+    const bool built = BuildFrame(params, cameraPosition);
+    SetRender(0, params, cameraPosition);
+    bool good = built;
+    if (built) {
+        good = ExportScene(drawList_, group, GetDataPath(), path, error);
+    } else {
+        error = path + ": is not written: a group has more particles than memory can hold.";
+    }
+    DropFrame();
+    return good;
 }
 
 void Velorin::DropFrame() {

@@ -63,10 +63,16 @@ bool SafeFile::Write(Bytes bytes) {
     return Write(bytes.data(), bytes.size());
 }
 
-bool SafeFile::Commit() {
-    if (!ok() || file_ < 0) return false;
+bool SafeFile::Complete() {
+    if (!ok()) return false;
+    if (file_ < 0) return !temporary_.empty();
     if (const int error = SyncFile(file_); error != 0) return Fail(error), false;
     if (const int error = CloseFile(std::exchange(file_, -1)); error != 0) return Fail(error), false;
+    return true;
+}
+
+bool SafeFile::Commit() {
+    if (!Complete()) return false;
     if (const int error = RenamePath(temporary_, target_); error != 0) return Fail(error), false;
     temporary_.clear();
     return true;

@@ -21,6 +21,10 @@ public:
     // After the first failure the later calls do nothing and return false.
     bool Write(Bytes bytes);
     bool Write(const void* bytes, std::uint64_t size);
+    // Everything on the disk but not yet in its place: what several files need that appear together or not at
+    // all. Nothing can be written after it.
+    [[nodiscard]] bool Complete();
+    // Completes the file and puts it in its place.
     [[nodiscard]] bool Commit();
 
     [[nodiscard]] bool ok() const { return error_.empty(); }

@@ -64,6 +64,19 @@ void DescribeInspect(CLI::App& command, InspectOptions& options) {
     AddHostModes(command, options.session.host);
 }
 
+void DescribeExport(CLI::App& command, ExportOptions& options) {
+    command.add_option("INPUT", options.input, "A project (.json) or a model (.obj)")->required();
+    command.add_option("-o,--output", options.output, "The file to write")->required()->type_name("OUT.obj");
+    command.add_option("--group", options.group, "Replicator group, 1 to 5; all of them when left out")
+        ->type_name("G")
+        ->check(CLI::Range(1, 5));
+    command.add_option("--frame", options.frame, "Frame, counted from 0")
+        ->type_name("N")
+        ->check(CLI::NonNegativeNumber);
+    AddPlugin(command, options.session);
+    AddHostModes(command, options.session.host);
+}
+
 int AnswerMissing(const char* what) {
     Console console(false);
     console.Error(std::string(what) + ": this version of the effect has no such operation yet");
@@ -94,19 +107,9 @@ int RunCommand(int argc, char** argv) {
     newCommand->add_option("-o,--output", fresh.output, "The project to write")
         ->required()
         ->type_name("PROJECT.json");
-    RenderOptions exported;
-    int group = 0, frame = 0;
-    CLI::App* exportCommand = app.add_subcommand("export", "Writes the models of a group as OBJ");
-    exportCommand->add_option("INPUT", exported.input, "A project (.json)")->required();
-    exportCommand->add_option("-o,--output", exported.output, "The file to write")
-        ->required()
-        ->type_name("OUT.obj");
-    exportCommand->add_option("--group", group, "Replicator group, 1 to 5")
-        ->type_name("G")
-        ->check(CLI::Range(1, 5));
-    exportCommand->add_option("--frame", frame, "Frame, counted from 0")
-        ->type_name("N")
-        ->check(CLI::NonNegativeNumber);
+    ExportOptions exported;
+    CLI::App* exportCommand = app.add_subcommand("export", "Writes what the groups show as OBJ");
+    DescribeExport(*exportCommand, exported);
     std::string setupProject;
     CLI::App* setupCommand = app.add_subcommand("setup", "Opens the scene of a project in its window");
     setupCommand->add_option("PROJECT", setupProject, "A project (.json)")->required();
@@ -127,7 +130,8 @@ int RunCommand(int argc, char** argv) {
     if (*renderCommand) return RunRender(render);
     if (*inspectCommand) return RunInspect(inspect);
     if (*newCommand) return RunNew(fresh);
-    return AnswerMissing(*exportCommand ? "export" : "setup");
+    if (*exportCommand) return RunExport(exported);
+    return AnswerMissing("setup");
 }
 
 } // namespace velorin::app

@@ -40,6 +40,14 @@ struct InspectOptions {
 };
 [[nodiscard]] int RunInspect(const InspectOptions& options);
 
+struct ExportOptions {
+    std::string input, output;
+    int group = 0; // 1 to 5; 0: all
+    int frame = 0;
+    SessionOptions session;
+};
+[[nodiscard]] int RunExport(const ExportOptions& options);
+
 struct NewOptions {
     std::vector<std::string> files;
     std::string output;

@@ -1,6 +1,7 @@
 #include "model/export/SceneExport.h"
 
 #include "model/ModelPaths.h"
+#include "services/MappedFile.h"
 #include "services/Warnings.h"
 
 #include <algorithm>
@@ -62,19 +63,31 @@ SceneExporter::SceneExporter(const std::string& path)
     textureNames_ = {fs::path(path).filename().string(), fs::path(MtlPath(path)).filename().string()};
 }
 
+SceneExporter::~SceneExporter() = default;
+
 bool SceneExporter::Add(const ExportModel& model) {
-    WriteVertices(model);
-    WriteFaces(model);
-    vertexCount_ += model.vertices.size();
-    return obj_.ok() && mtl_.ok();
+    obj_.Text("o " + Line(model.name, "unnamed_object") + "\n");
+    for (const ExportMesh& mesh : model.meshes) {
+        obj_.Text("g " + Line(mesh.name, "unnamed_mesh") + "\n");
+        WriteVertices(model, mesh);
+        WriteFaces(model, mesh);
+        vertexCount_ += mesh.vertices.size();
+    }
+    return obj_.ok() && mtl_.ok() && textureError_.empty();
 }
 
 bool SceneExporter::Finish(std::string& error) {
+    error = textureError_;
+    if (!error.empty() || !mtl_.Complete(error) || !obj_.Complete(error)) return false;
+    for (SafeFile& copy : copies_) {
+        if (copy.Commit()) continue;
+        error = copy.error();
+        return false;
+    }
     return mtl_.Commit(error) && obj_.Commit(error);
 }
 
-void SceneExporter::WriteVertices(const ExportModel& model) {
-    obj_.Text("o " + Line(model.name, "unnamed_object") + "\n");
+void SceneExporter::WriteVertices(const ExportModel& model, const ExportMesh& mesh) {
     const auto triple = [this](std::string_view keyword, Point3 p) {
         obj_.Text(keyword);
         obj_.Float(p.x);
@@ -84,41 +97,39 @@ void SceneExporter::WriteVertices(const ExportModel& model) {
         obj_.Float(-p.z);
         obj_.Text("\n");
     };
-    const Matrix normals = NormalMatrix(model.world);
-    for (const ModelVertex& v : model.vertices) triple("v ", TransformPoint(v.position, model.world));
-    for (const ModelVertex& v : model.vertices) {
+    const Matrix normals = NormalMatrix(mesh.world);
+    const float sign = model.invertNormals ? -1.0f : 1.0f;
+    for (const ModelVertex& v : mesh.vertices) triple("v ", TransformPoint(v.position, mesh.world));
+    for (const ModelVertex& v : mesh.vertices) {
         obj_.Text("vt ");
-        obj_.Float(v.texCoord.x);
+        obj_.Float(v.texCoord.x * model.uvScale.x + model.uvOffset.x);
         obj_.Text(" ");
-        obj_.Float(1 - v.texCoord.y);
+        obj_.Float(1 - (v.texCoord.y * model.uvScale.y + model.uvOffset.y));
         obj_.Text("\n");
     }
-    for (const ModelVertex& v : model.vertices)
-        triple("vn ", Normalized(TransformDirection(v.normal, normals)));
+    for (const ModelVertex& v : mesh.vertices)
+        triple("vn ", Normalized(TransformDirection(v.normal, normals)) * sign);
 }
 
-void SceneExporter::WriteFaces(const ExportModel& model) {
-    const bool mirrored = Determinant3(model.world) < 0; // the corners then run the other way round
-    for (const MeshRange& mesh : model.meshes) {
-        obj_.Text("g " + Line(mesh.name, "unnamed_mesh") + "\n");
-        for (const GroupRange& group : mesh.groups) {
-            const ExportMaterial fallback;
-            obj_.Text("usemtl " +
-                      NameOf(group.materialIndex < model.materials.size()
-                                 ? model.materials[group.materialIndex]
-                                 : fallback) +
-                      "\n");
-            for (Triangle triangle : model.triangles.subspan(group.firstIndex, group.indexCount)) {
-                if (mirrored) std::swap(triangle[1], triangle[2]);
-                obj_.Text("f");
-                for (const std::uint32_t index : triangle) {
-                    for (int i = 0; i < 3; ++i) {
-                        obj_.Text(i == 0 ? " " : "/");
-                        obj_.Number(vertexCount_ + index + 1);
-                    }
+void SceneExporter::WriteFaces(const ExportModel& model, const ExportMesh& mesh) {
+    const bool mirrored = Determinant3(mesh.world) < 0; // the corners then run the other way round
+    for (const GroupRange& group : mesh.groups) {
+        const ExportMaterial fallback;
+        obj_.Text(
+            "usemtl " +
+            NameOf(group.materialIndex < model.materials.size() ? model.materials[group.materialIndex]
+                                                                : fallback) +
+            "\n");
+        for (Triangle triangle : mesh.triangles.subspan(group.firstIndex, group.indexCount)) {
+            if (mirrored) std::swap(triangle[1], triangle[2]);
+            obj_.Text("f");
+            for (const std::uint32_t index : triangle) {
+                for (int i = 0; i < 3; ++i) {
+                    obj_.Text(i == 0 ? " " : "/");
+                    obj_.Number(vertexCount_ + index + 1);
                 }
-                obj_.Text("\n");
             }
+            obj_.Text("\n");
         }
     }
 }
@@ -164,8 +175,9 @@ void SceneExporter::WriteMaterial(const ExportMaterial& material, const std::str
     mtl_.Text("\n");
 }
 
-// Puts a copy beside the export and returns its name; empty, with a warning, when that fails. Pictures of one
-// name from different folders get numbers; a picture that stands beside the export already stays.
+// Makes a copy beside the export and returns its name; empty, with a warning, when the picture cannot be read.
+// Pictures of one name from different folders get numbers; a picture that stands beside the export already
+// stays.
 std::string SceneExporter::CopyTexture(const std::string& source) {
     const auto known = textures_.find(source);
     if (known != textures_.end()) return known->second;
@@ -173,25 +185,18 @@ std::string SceneExporter::CopyTexture(const std::string& source) {
     const fs::path from(source);
     const fs::path folder(folder_.empty() ? "." : folder_);
     std::error_code failure;
-    if (!fs::is_regular_file(from, failure)) {
-        ReportWarning("Texture " + source + " is not exported: it is not there.");
+    const MappedFile picture = MappedFile::Open(source, FileAccess::Read);
+    if (!picture.valid()) {
+        ReportWarning("Texture " + source + " is not exported: it cannot be read.");
         return name;
     }
     const std::string wanted =
         TakeName(textureNames_, Word(from.stem().string(), "texture"), Word(from.extension().string(), ""));
     const fs::path to = folder / wanted;
     if (!fs::equivalent(from, to, failure)) {
-        // Beside its place first, so that no half of it is left.
-        const fs::path temporary = to.string() + ".part";
-        failure.clear();
-        fs::copy_file(from, temporary, fs::copy_options::overwrite_existing, failure);
-        if (!failure) fs::rename(temporary, to, failure);
-        if (failure) {
-            std::error_code ignored;
-            fs::remove(temporary, ignored);
-            ReportWarning("Texture " + source + " is not exported: " + failure.message() + ".");
-            return name;
-        }
+        SafeFile& copy = copies_.emplace_back(to.string());
+        copy.Write(picture.bytes());
+        if (!copy.Complete() && textureError_.empty()) textureError_ = copy.error();
     }
     return name = wanted;
 }

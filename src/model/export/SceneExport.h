@@ -4,6 +4,7 @@
 #include "model/export/TextWriter.h"
 #include "services/NxMath.h"
 
+#include <deque>
 #include <map>
 #include <set>
 #include <span>
@@ -30,33 +31,42 @@ struct ExportMaterial {
     friend bool operator==(const ExportMaterial&, const ExportMaterial&) = default;
 };
 
-// One model where it stands. The spans are borrowed for the call.
+// One mesh of a model where it stands. The spans are borrowed for the call.
+struct ExportMesh {
+    std::string name; // empty: "unnamed_mesh"
+    std::span<const ModelVertex> vertices;
+    std::span<const Triangle> triangles; // into `vertices`
+    std::span<const GroupRange> groups;  // runs of `triangles`
+    Matrix world;                        // model space to world (x right, y down, z away)
+};
+
 struct ExportModel {
     std::string name; // empty: "unnamed_object"
-    std::span<const ModelVertex> vertices;
-    std::span<const Triangle> triangles;
-    std::span<const MeshRange> meshes;         // meshes without a name: "unnamed_mesh"
+    std::span<const ExportMesh> meshes;
     std::span<const ExportMaterial> materials; // by the materialIndex of the groups
-    Matrix world;                              // model space to world (x right, y down, z away)
+    Point2 uvOffset{0, 0}, uvScale{1, 1};      // of the model: for its texture coordinates
+    bool invertNormals = false;
 };
 
 // Writes while it is given: the models need not be in memory together. The files of the export have the axes
-// x right, y up, z towards the viewer.
+// x right, y up, z towards the viewer. They appear together, in Finish: before it, and after a failure, there is
+// nothing of them.
 class SceneExporter {
 public:
     explicit SceneExporter(const std::string& path);
+    ~SceneExporter();
 
     // False after a failure; the sentence comes from Finish.
     bool Add(const ExportModel& model);
-    // Puts both files in their place. On failure `error` is one sentence, and none of the two is left half.
+    // Puts all files in their places. On failure `error` is one sentence.
     [[nodiscard]] bool Finish(std::string& error);
 
 private:
     std::string NameOf(const ExportMaterial& material);
     std::string CopyTexture(const std::string& source);
     void WriteMaterial(const ExportMaterial& material, const std::string& name);
-    void WriteVertices(const ExportModel& model);
-    void WriteFaces(const ExportModel& model);
+    void WriteVertices(const ExportModel& model, const ExportMesh& mesh);
+    void WriteFaces(const ExportModel& model, const ExportMesh& mesh);
 
     std::string folder_;
     TextWriter obj_, mtl_;
@@ -65,6 +75,8 @@ private:
         materials_; // by their names; with those given
     std::set<std::string> materialNames_, textureNames_;
     std::map<std::string, std::string> textures_; // sources and the names of their copies
+    std::deque<SafeFile> copies_;                 // complete, not yet in their places
+    std::string textureError_;                    // of the first copy that could not be written
 };
 
 } // namespace velorin

@@ -61,8 +61,15 @@ void TextWriter::Number(std::uint64_t value) {
     used_ += static_cast<std::size_t>(std::to_chars(start, start + 24, value).ptr - start);
 }
 
+bool TextWriter::Complete(std::string& error) {
+    if (used_ > 0) Flush();
+    if (file_.Complete()) return true;
+    error = file_.error();
+    return false;
+}
+
 bool TextWriter::Commit(std::string& error) {
-    Flush();
+    if (!Complete(error)) return false;
     if (file_.Commit()) return true;
     error = file_.error();
     return false;

@@ -21,6 +21,8 @@ public:
     void Number(std::uint64_t value);
 
     [[nodiscard]] bool ok() const { return file_.ok(); }
+    // Writes what is left, but does not put the file in its place yet. On failure as Commit.
+    [[nodiscard]] bool Complete(std::string& error);
     // Writes what is left and puts the file in its place. On failure `error` is one sentence, and no file is
     // left.
     [[nodiscard]] bool Commit(std::string& error);
