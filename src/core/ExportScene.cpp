@@ -102,15 +102,16 @@ ExportMaterial MaterialForExport(const SceneMaterial& material, Point4 tint, Poi
         result.exponent = 2 / (alpha * alpha) - 2;
     }
     result.exponent = std::clamp(result.exponent, 0.0f, kLargestExponent);
-    static constexpr std::pair<Channel, ExportSlot> kSlots[] = {{Channel::Diffuse, ExportSlot::Diffuse},
-                                                                {Channel::Specular, ExportSlot::Specular},
-                                                                {Channel::Normal, ExportSlot::Bump},
-                                                                {Channel::Reflection, ExportSlot::Reflection}};
+    static constexpr std::pair<Channel, ExportSlot> kSlots[] = {
+        {Channel::Diffuse, ExportSlot::Diffuse},
+        {Channel::Specular, ExportSlot::Specular},
+        {Channel::Normal, ExportSlot::Bump},
+        {Channel::Reflection, ExportSlot::Reflection}};
     for (const auto& [number, slot] : kSlots) {
         const TextureChannel& channel = material.channel(number);
         if (!channel.enabled || channel.path.empty() || channel.customLayer >= 0) continue;
-        result.maps.push_back(
-            {slot, ResolveModelPath(channel.path, dataFolder), channel.uvOffset + uvOffset, channel.uvRepeat});
+        result.maps.push_back({slot, ResolveModelPath(channel.path, dataFolder), channel.uvOffset + uvOffset,
+                               channel.uvRepeat});
     }
     return result;
 }

@@ -70,8 +70,8 @@ public:
     // Writes what one group (0 to 4), or all of them (negative), shows as an OBJ file with its materials and
     // textures (core/ExportScene.h): particles, records and matrices are made as for a frame. Not between the
     // steps of one. False with one sentence when no file was written.
-    [[nodiscard]] bool ExportObj(FrameParams& params, Point3 cameraPosition, int group, const std::string& path,
-                                 std::string& error);
+    [[nodiscard]] bool ExportObj(FrameParams& params, Point3 cameraPosition, int group,
+                                 const std::string& path, std::string& error);
 
     // The step of SetRender that finds the geometry of all models and gives them to the particles.
     void LoadAssignModels(FrameParams& params);

@@ -42,9 +42,9 @@ public:
 
     [[nodiscard]] const LiveRecords& liveRecords() const { return live_; }
 
-    // What "Export Obj" does: writes what a group (0 to 4), or all of them (negative), shows at the call's time
-    // (Velorin::ExportObj). Layers that shape particles are those of the instance's last frame. False with one
-    // sentence when no file was written.
+    // What "Export Obj" does: writes what a group (0 to 4), or all of them (negative), shows at the call's
+    // time (Velorin::ExportObj). Layers that shape particles are those of the instance's last frame. False
+    // with one sentence when no file was written.
     [[nodiscard]] bool ExportObj(PluginCall& call, int group, const std::string& path, std::string& error);
 
 protected:

@@ -9,8 +9,7 @@
 
 namespace velorin {
 
-bool AEPluginConnection::ExportObj(PluginCall& call, int group, const std::string& path,
-                                   std::string& error) {
+bool AEPluginConnection::ExportObj(PluginCall& call, int group, const std::string& path, std::string& error) {
     const std::scoped_lock lock(renderMutex_);
     const PF_Handle handle = call.in_data->sequence_data;
     const HandleLock sequence(call.utils(), handle);
@@ -23,9 +22,8 @@ bool AEPluginConnection::ExportObj(PluginCall& call, int group, const std::strin
     }
     ReadForFrame(call, *record);
     const FrameRecord frame = ReadFrameRecord(call, Rows(call), velorin_->renderer->driver());
-    const CameraState camera =
-        MakeCameraState(ReadHostCamera(call, call.in_data->current_time), CompPixelAspect(call),
-                        frame.nearPlane, frame.farPlane);
+    const CameraState camera = MakeCameraState(ReadHostCamera(call, call.in_data->current_time),
+                                               CompPixelAspect(call), frame.nearPlane, frame.farPlane);
     FrameParams& params = *record->params;
     params.scene = record->scene.get();
     params.settings = nullptr;

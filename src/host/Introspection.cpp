@@ -21,8 +21,8 @@ std::string AEPluginConnection::Answer(PluginCall& call, const IntrospectionRequ
                         request.payload ? static_cast<std::size_t>(request.payloadSize) : 0);
     std::unique_lock lock(renderMutex_, std::defer_lock);
     if (row->usesCore) lock.lock();
-    return row->handler(
-        {call, json, payload, assets_, live_, velorin_, capture_, statisticsBefore_, statisticsAfter_});
+    return row->handler({*this, call, json, payload, assets_, live_, velorin_, capture_, statisticsBefore_,
+                         statisticsAfter_});
 }
 
 void AEPluginConnection::Introspect(PluginCall& call, IntrospectionRequest& request) {

@@ -40,12 +40,11 @@ private:
 
     bool Ask(EffectInstance& effect) {
         ordered_json answer;
-        const bool written =
-            Answer(&effect,
-                   {{"do", "export"},
-                    {"group", options_.group},
-                    {"path", std::filesystem::absolute(options_.output).string()}},
-                   answer);
+        const bool written = Answer(&effect,
+                                    {{"do", "export"},
+                                     {"group", options_.group},
+                                     {"path", std::filesystem::absolute(options_.output).string()}},
+                                    answer);
         ordered_json facts;
         if (Answer(nullptr, {{"do", "frame"}}, facts) && facts.contains("warnings"))
             for (const auto& warning : facts["warnings"])

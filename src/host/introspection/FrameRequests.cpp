@@ -1,6 +1,7 @@
 #include "core/FrameParams.h"
 #include "core/Velorin.h"
 #include "host/AEPlugin.h"
+#include "host/AEPluginConnection.h"
 #include "host/Capture.h"
 #include "host/introspection/Request.h"
 #include "model/ModelLoader.h"
@@ -78,6 +79,19 @@ std::string AnswerCapture(const Request& request) {
 
 std::string AnswerCaptured(const Request& request) {
     return R"({"particles":)" + request.capture.particles() + R"(,"draws":)" + request.capture.draws() + "}";
+}
+
+std::string AnswerExport(const Request& request) {
+    if (!request.call.in_data->sequence_data)
+        return RequestError("the request needs an instance of the effect");
+    const int group = request.json.value("group", 0);
+    const std::string path = request.json.value("path", std::string());
+    if (group < 0 || group > static_cast<int>(kGroupCount))
+        return RequestError("groups count from 1 to 5", "/group");
+    if (path.empty()) return RequestError("the request names no file", "/path");
+    std::string error;
+    if (!request.effect.ExportObj(request.call, group - 1, path, error)) return RequestError(error);
+    return "{}";
 }
 
 } // namespace velorin

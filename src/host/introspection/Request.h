@@ -10,6 +10,7 @@
 // RequestTable.cpp; its handler stands in a file with those of its kind.
 namespace velorin {
 
+class AEPluginConnection;
 class AssetContext;
 class Capture;
 class LiveRecords;
@@ -21,6 +22,7 @@ using Json = nlohmann::ordered_json;
 
 // A request and what the plug-in has to answer it from; lives for the call.
 struct Request {
+    AEPluginConnection& effect;
     PluginCall& call;
     const Json& json; // an object
     Bytes payload;
@@ -60,5 +62,6 @@ struct RequestRow {
 [[nodiscard]] std::string AnswerCaptured(const Request& request);
 [[nodiscard]] std::string AnswerDevices(const Request& request);
 [[nodiscard]] std::string AnswerFrame(const Request& request);
+[[nodiscard]] std::string AnswerExport(const Request& request);
 
 } // namespace velorin

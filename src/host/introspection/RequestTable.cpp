@@ -14,6 +14,7 @@ constexpr RequestRow kRequests[] = {
     {"captured", AnswerCaptured},
     {"devices", AnswerDevices},
     {"frame", AnswerFrame},
+    {"export", AnswerExport},
 };
 
 } // namespace

@@ -115,11 +115,10 @@ void SceneExporter::WriteFaces(const ExportModel& model, const ExportMesh& mesh)
     const bool mirrored = Determinant3(mesh.world) < 0; // the corners then run the other way round
     for (const GroupRange& group : mesh.groups) {
         const ExportMaterial fallback;
-        obj_.Text(
-            "usemtl " +
-            NameOf(group.materialIndex < model.materials.size() ? model.materials[group.materialIndex]
-                                                                : fallback) +
-            "\n");
+        obj_.Text("usemtl " +
+                  NameOf(group.materialIndex < model.materials.size() ? model.materials[group.materialIndex]
+                                                                      : fallback) +
+                  "\n");
         for (Triangle triangle : mesh.triangles.subspan(group.firstIndex, group.indexCount)) {
             if (mirrored) std::swap(triangle[1], triangle[2]);
             obj_.Text("f");
@@ -175,9 +174,9 @@ void SceneExporter::WriteMaterial(const ExportMaterial& material, const std::str
     mtl_.Text("\n");
 }
 
-// Makes a copy beside the export and returns its name; empty, with a warning, when the picture cannot be read.
-// Pictures of one name from different folders get numbers; a picture that stands beside the export already
-// stays.
+// Makes a copy beside the export and returns its name; empty, with a warning, when the picture cannot be
+// read. Pictures of one name from different folders get numbers; a picture that stands beside the export
+// already stays.
 std::string SceneExporter::CopyTexture(const std::string& source) {
     const auto known = textures_.find(source);
     if (known != textures_.end()) return known->second;

@@ -49,8 +49,8 @@ struct ExportModel {
 };
 
 // Writes while it is given: the models need not be in memory together. The files of the export have the axes
-// x right, y up, z towards the viewer. They appear together, in Finish: before it, and after a failure, there is
-// nothing of them.
+// x right, y up, z towards the viewer. They appear together, in Finish: before it, and after a failure, there
+// is nothing of them.
 class SceneExporter {
 public:
     explicit SceneExporter(const std::string& path);
