@@ -26,9 +26,8 @@ struct GeneralCall {
 //   flatToScene     payload = flat document -> the scene as JSON, "defaults": true for every field
 //   capture *       "what": ["particles", "draws"], "group": 1..5: keep these of the next rendered frame
 //   captured        what the last capture kept: {"particles": [...], "draws": [...]}
-//   export *        "path": an OBJ file to write, "group": 1..5 or 0 for all: what they show at the call's
-//   time,
-//                   with materials and textures -> {}
+//   export *        "path": of an OBJ file, "group": 1..5 or 0 for all: written with materials and
+//                   textures as they stand at the call's time -> {}
 //   mesh            payload = flat document, "model": name, "prepared": bool -> the ModelData
 //   devices         GL and CL devices with their limits
 //   frame           of the last frame: {"stages": {name: ms}, "gl": {...}, "uploads": n, "programs": n,
