@@ -107,10 +107,13 @@ protected:
         BuildPrimitive(model, kind, {});
         return PrepareMesh(std::move(model), {});
     }
-    static ExportModel ModelOf(const PreparedMesh& mesh, const std::vector<ExportMaterial>& materials,
-                               const Matrix& world) {
-        return {"", mesh.vertices, mesh.triangles, mesh.meshes, materials, world};
+    ExportModel ModelOf(const PreparedMesh& mesh, const std::vector<ExportMaterial>& materials,
+                        const Matrix& world) {
+        ExportMesh& part = meshes_.emplace_back(
+            ExportMesh{mesh.meshes[0].name, mesh.vertices, mesh.triangles, mesh.meshes[0].groups, world});
+        return {"", std::span(&part, 1), materials, {0, 0}, {1, 1}, false};
     }
+    std::deque<ExportMesh> meshes_;
     TemporaryFolder folder_;
 };
 
@@ -169,9 +172,9 @@ TEST_F(SceneExportTest, AnotherReaderLoadsTheSame) {
     EXPECT_EQ(ReadWhole(folder_.file("out/my_wood.png")), "picture");
 
     const std::string text = ReadWhole(folder_.file("out/scene.obj"));
-    EXPECT_TRUE(text.starts_with("mtllib scene.mtl\no unnamed_object\nv "));
+    EXPECT_TRUE(text.starts_with("mtllib scene.mtl\no unnamed_object\ng Box\nv "));
     EXPECT_THAT(text, testing::HasSubstr("\no the gear\n"));
-    EXPECT_THAT(text, testing::HasSubstr("\ng Box\nusemtl red\nf 1/1/1 "));
+    EXPECT_THAT(text, testing::HasSubstr("\nusemtl red\nf 1/1/1 "));
     EXPECT_EQ(ReadWhole(folder_.file("out/scene.mtl")),
               "newmtl red\nKa 0.000000 0.000000 0.000000\nKd 1.000000 0.000000 0.000000\n"
               "Ks 0.500000 0.500000 0.500000\nNs 20.000000\n\n"

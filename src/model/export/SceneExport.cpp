@@ -78,7 +78,7 @@ bool SceneExporter::Add(const ExportModel& model) {
 
 bool SceneExporter::Finish(std::string& error) {
     error = textureError_;
-    if (!error.empty() || !mtl_.Complete(error) || !obj_.Complete(error)) return false;
+    if (!error.empty() || !obj_.Complete(error) || !mtl_.Complete(error)) return false;
     for (SafeFile& copy : copies_) {
         if (copy.Commit()) continue;
         error = copy.error();
