@@ -9,5 +9,6 @@ namespace examples {
 [[nodiscard]] bool MakeVase(const std::filesystem::path& folder);
 [[nodiscard]] bool MakeWatch(const std::filesystem::path& folder);
 [[nodiscard]] bool MakeGlass(const std::filesystem::path& folder);
+[[nodiscard]] bool MakeDesigns(const std::filesystem::path& folder); // of several: see Designs.cpp
 
 } // namespace examples

@@ -16,6 +16,7 @@ int main(int argc, char** argv) {
         return 1;
     }
     const bool good = examples::MakeStudio(folder) && examples::MakeVase(folder) &&
-                      examples::MakeWatch(folder) && examples::MakeGlass(folder);
+                      examples::MakeWatch(folder) && examples::MakeGlass(folder) &&
+                      examples::MakeDesigns(folder);
     return good ? 0 : 1;
 }
