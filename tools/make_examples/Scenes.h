@@ -3,7 +3,11 @@
 #include <filesystem>
 
 // Each writes the assets of one example project into a folder; false when a file could not be written.
+namespace art {}
+
 namespace examples {
+
+using namespace art; // pictures and noise
 
 [[nodiscard]] bool MakeStudio(const std::filesystem::path& folder); // environment maps and ground textures
 [[nodiscard]] bool MakeVase(const std::filesystem::path& folder);

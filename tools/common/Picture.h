@@ -7,7 +7,8 @@
 #include <functional>
 #include <vector>
 
-namespace examples {
+// What our own tools draw pictures with: the same bytes at every run.
+namespace art {
 
 using velorin::Point3;
 
@@ -31,21 +32,14 @@ struct Picture {
 [[nodiscard]] Picture NormalMap(int width, int height, float strength,
                                 const std::function<float(float u, float v)>& heightAt);
 
+// Half the width and height, each pixel the mean of four.
+[[nodiscard]] Picture Halved(const Picture& picture);
+
 // 8-bit PNG, values clamped to 0..1. False with a line on stderr when it cannot be written.
 [[nodiscard]] bool WritePng(const Picture& picture, const std::filesystem::path& path);
-// Radiance RGBE. G. Ward, "Real pixels", Graphics Gems II, 1991.
+// 8-bit JPEG of that quality (1 to 100) with full colour resolution, values clamped to 0..1.
+[[nodiscard]] bool WriteJpeg(const Picture& picture, const std::filesystem::path& path, int quality);
+// Radiance RGBE, rows packed by runs. G. Ward, "Real pixels", Graphics Gems II, 1991.
 [[nodiscard]] bool WriteHdr(const Picture& picture, const std::filesystem::path& path);
 
-// Smooth value noise in 0..1, periodic after `period` cells on both axes, and a sum of octaves of it.
-[[nodiscard]] float Noise(float x, float y, int period, std::uint32_t seed);
-[[nodiscard]] float Fractal(float u, float v, int period, int octaves, std::uint32_t seed);
-// Distance to the nearest and second nearest point of a jittered grid. S. Worley, "A cellular texture basis",
-// 1996.
-struct Cells {
-    float nearest, second;
-};
-[[nodiscard]] Cells Cellular(float u, float v, int period, std::uint32_t seed);
-
-[[nodiscard]] float SmoothStep(float low, float high, float x);
-
-} // namespace examples
+} // namespace art

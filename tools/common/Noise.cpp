@@ -1,0 +1,117 @@
+#include "Noise.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace art {
+
+namespace {
+
+std::uint32_t Hash(int x, int y, std::uint32_t seed) {
+    std::uint32_t h = static_cast<std::uint32_t>(x) * 0x9E3779B1u ^
+                      static_cast<std::uint32_t>(y) * 0x85EBCA77u ^ seed * 0xC2B2AE3Du;
+    h = (h ^ (h >> 15)) * 0x2C1B3C6Du;
+    h = (h ^ (h >> 12)) * 0x297A2D39u;
+    return h ^ (h >> 15);
+}
+
+float Unit(std::uint32_t h) {
+    return static_cast<float>(h >> 8) * (1.0f / 16777216.0f);
+}
+
+int Wrap(int i, int period) {
+    return ((i % period) + period) % period;
+}
+
+float Fade(float t) {
+    return t * t * t * (t * (t * 6 - 15) + 10);
+}
+
+// The component of `d` along one of the twelve directions to the edges of a cube.
+float AlongGradient(std::uint32_t hash, float x, float y, float z) {
+    const std::uint32_t h = (hash >> 11) & 15;
+    const float u = h < 8 ? x : y;
+    const float v = h < 4 ? y : (h == 12 || h == 14 ? x : z);
+    return ((h & 1) ? -u : u) + ((h & 2) ? -v : v);
+}
+
+} // namespace
+
+float SmoothStep(float low, float high, float x) {
+    const float t = std::clamp((x - low) / (high - low), 0.0f, 1.0f);
+    return t * t * (3 - 2 * t);
+}
+
+float Noise(float x, float y, int period, std::uint32_t seed) {
+    const float fx = std::floor(x), fy = std::floor(y);
+    const int ix = static_cast<int>(fx), iy = static_cast<int>(fy);
+    const float tx = Fade(x - fx), ty = Fade(y - fy);
+    const auto at = [&](int i, int j) {
+        return Unit(Hash(Wrap(ix + i, period), Wrap(iy + j, period), seed));
+    };
+    const float top = at(0, 0) + (at(1, 0) - at(0, 0)) * tx, bottom = at(0, 1) + (at(1, 1) - at(0, 1)) * tx;
+    return top + (bottom - top) * ty;
+}
+
+float Fractal(float u, float v, int period, int octaves, std::uint32_t seed) {
+    float sum = 0, weight = 0.5f, total = 0;
+    for (int i = 0; i < octaves; ++i) {
+        const int cells = period << i;
+        sum += weight * Noise(u * static_cast<float>(cells), v * static_cast<float>(cells), cells,
+                              seed + static_cast<std::uint32_t>(i));
+        total += weight;
+        weight *= 0.5f;
+    }
+    return sum / total;
+}
+
+Cells Cellular(float u, float v, int period, std::uint32_t seed) {
+    const float x = u * static_cast<float>(period), y = v * static_cast<float>(period);
+    const int ix = static_cast<int>(std::floor(x)), iy = static_cast<int>(std::floor(y));
+    Cells cells{9, 9, 0};
+    for (int j = iy - 1; j <= iy + 1; ++j)
+        for (int i = ix - 1; i <= ix + 1; ++i) {
+            const std::uint32_t h = Hash(Wrap(i, period), Wrap(j, period), seed);
+            const float dx = static_cast<float>(i) + Unit(h) - x;
+            const float dy = static_cast<float>(j) + Unit(h * 747796405u + 1u) - y;
+            const float d = std::hypot(dx, dy);
+            if (d < cells.nearest) {
+                cells.second = cells.nearest;
+                cells.nearest = d;
+                cells.own = Unit(h * 2891336453u + 7u);
+            } else {
+                cells.second = std::min(cells.second, d);
+            }
+        }
+    return cells;
+}
+
+float Noise3(Point3 p, std::uint32_t seed) {
+    const float fx = std::floor(p.x), fy = std::floor(p.y), fz = std::floor(p.z);
+    const int ix = static_cast<int>(fx), iy = static_cast<int>(fy), iz = static_cast<int>(fz);
+    const float x = p.x - fx, y = p.y - fy, z = p.z - fz;
+    const float u = Fade(x), v = Fade(y), w = Fade(z);
+    const auto corner = [&](int i, int j, int k) {
+        const std::uint32_t h = Hash(ix + i, iy + j, seed + static_cast<std::uint32_t>(iz + k) * 0x632BE59Bu);
+        return AlongGradient(h, x - static_cast<float>(i), y - static_cast<float>(j),
+                             z - static_cast<float>(k));
+    };
+    const auto row = [&](int j, int k) { return std::lerp(corner(0, j, k), corner(1, j, k), u); };
+    return std::lerp(std::lerp(row(0, 0), row(1, 0), v), std::lerp(row(0, 1), row(1, 1), v), w);
+}
+
+float Fractal3(Point3 p, int octaves, std::uint32_t seed) {
+    float sum = 0, weight = 0.5f;
+    for (int i = 0; i < octaves; ++i) {
+        sum += weight * Noise3(p, seed + static_cast<std::uint32_t>(i));
+        weight *= 0.5f;
+        p = p * 2.03f; // not exactly 2, so that the lattices of the octaves do not meet
+    }
+    return sum;
+}
+
+float Random(int x, int y, std::uint32_t seed) {
+    return Unit(Hash(x, y, seed));
+}
+
+} // namespace art

@@ -1,0 +1,68 @@
+#include "Library.h"
+#include "Noise.h"
+#include "Sky.h"
+
+#include <algorithm>
+
+namespace content {
+
+namespace {
+
+constexpr int kHeight = 1024; // of a JPEG, half its width
+constexpr int kQuality = 93;
+
+// Above the knee the curve bends so that no light reaches 1 abruptly.
+float Toned(float x) {
+    constexpr float kKnee = 0.62f;
+    return x < kKnee ? x : kKnee + (1 - kKnee) * (1 - std::exp(-(x - kKnee) / (1 - kKnee)));
+}
+
+// As shown on a display of gamma 2.2, with a grain below one step so that soft gradients have no bands.
+Picture Developed(const Picture& scene, float exposure) {
+    Picture shown = scene;
+    for (int y = 0; y < shown.height; ++y)
+        for (int x = 0; x < shown.width; ++x) {
+            const float grain = (art::Random(x, y, 1) - 0.5f) / 255;
+            const auto channel = [&](float v) {
+                return std::pow(Toned(std::max(0.0f, v) * exposure), 1 / 2.2f) + grain;
+            };
+            Point3& p = shown.at(x, y);
+            p = {channel(p.x), channel(p.y), channel(p.z)};
+        }
+    return shown;
+}
+
+} // namespace
+
+bool MakeEnvironments(const std::filesystem::path& root) {
+    struct Row {
+        const char* path; // below the library, without an extension
+        std::function<Picture()> paint;
+        float exposure; // of the JPEG
+        bool hdr;
+    };
+    const auto sphere = [](Radiance radiance, int height = kHeight) {
+        return [radiance, height] { return Panorama(height, radiance); };
+    };
+    const Row rows[] = {
+        {"Materials/Environment/Basic_2K/Basic_2K_03", sphere(ProductStudio), 0.62f, false},
+        {"Materials/Material_Thumbnail_Env", sphere(ThumbnailStudio, 512), 0.6f, false},
+        {"Materials/Environment/Studio/Soft_Boxes", sphere(SoftBoxStudio), 0.42f, true},
+        {"Materials/Environment/Studio/Strip_Lights", sphere(StripLights), 0.5f, true},
+        {"Materials/Environment/Interior/Window_Room", sphere(WindowRoom), 0.5f, true},
+        {"Materials/Environment/Sky/Overcast", sphere(Overcast), 0.62f, true},
+        {"Materials/Environment/Sky/Sunset", sphere(Sunset), 0.62f, true},
+        {"Materials/Environment/City/Night_City", [] { return NightCity(kHeight); }, 1.5f, true},
+    };
+    for (const Row& row : rows) {
+        const std::filesystem::path base = root / row.path;
+        if (!MakeFolder(base.parent_path())) return false;
+        const Picture picture = row.paint();
+        std::filesystem::path jpeg = base, hdr = base;
+        if (!WriteJpeg(Developed(picture, row.exposure), jpeg += ".jpg", kQuality)) return false;
+        if (row.hdr && !WriteHdr(Halved(picture), hdr += ".hdr")) return false;
+    }
+    return true;
+}
+
+} // namespace content

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <filesystem>
+
+// The library that ships: each writes its part below a folder; false, with a line on stderr, when something
+// cannot be written or the table is at fault.
+namespace content {
+
+[[nodiscard]] bool MakeFolder(const std::filesystem::path& folder);
+
+[[nodiscard]] bool MakeEnvironments(const std::filesystem::path& root);
+
+} // namespace content
