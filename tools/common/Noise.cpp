@@ -42,12 +42,12 @@ float SmoothStep(float low, float high, float x) {
     return t * t * (3 - 2 * t);
 }
 
-float Noise(float x, float y, int period, std::uint32_t seed) {
+float Noise(float x, float y, int periodX, int periodY, std::uint32_t seed) {
     const float fx = std::floor(x), fy = std::floor(y);
     const int ix = static_cast<int>(fx), iy = static_cast<int>(fy);
     const float tx = Fade(x - fx), ty = Fade(y - fy);
     const auto at = [&](int i, int j) {
-        return Unit(Hash(Wrap(ix + i, period), Wrap(iy + j, period), seed));
+        return Unit(Hash(Wrap(ix + i, periodX), Wrap(iy + j, periodY), seed));
     };
     const float top = at(0, 0) + (at(1, 0) - at(0, 0)) * tx, bottom = at(0, 1) + (at(1, 1) - at(0, 1)) * tx;
     return top + (bottom - top) * ty;

@@ -8,9 +8,15 @@ namespace art {
 
 using velorin::Point3;
 
-// Smooth value noise in 0..1, periodic after `period` cells on both axes, and a sum of octaves of it over the
-// unit square.
-[[nodiscard]] float Noise(float x, float y, int period, std::uint32_t seed);
+// Smooth value noise in 0..1, periodic after so many cells, and a sum of octaves of it over the unit square.
+[[nodiscard]] float Noise(float x, float y, int periodX, int periodY, std::uint32_t seed);
+[[nodiscard]] inline float Noise(float x, float y, int period, std::uint32_t seed) {
+    return Noise(x, y, period, period, seed);
+}
+// Noise of `across` by `down` cells over the unit square.
+[[nodiscard]] inline float Grain(float u, float v, int across, int down, std::uint32_t seed) {
+    return Noise(u * static_cast<float>(across), v * static_cast<float>(down), across, down, seed);
+}
 [[nodiscard]] float Fractal(float u, float v, int period, int octaves, std::uint32_t seed);
 
 // Gradient noise of space, about -1..1 and 0 on average, and a sum of octaves of it: without a seam on

@@ -9,5 +9,6 @@ namespace content {
 [[nodiscard]] bool MakeFolder(const std::filesystem::path& folder);
 
 [[nodiscard]] bool MakeEnvironments(const std::filesystem::path& root);
+[[nodiscard]] bool MakeTextures(const std::filesystem::path& root);
 
 } // namespace content

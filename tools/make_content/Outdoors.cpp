@@ -247,11 +247,13 @@ Picture NightCity(int height) {
                 above[static_cast<std::size_t>(y)] + picture.at(x, half - 1 - y);
         for (int y = 0; y < half; ++y) {
             const float share = (static_cast<float>(y) + 0.5f) / static_cast<float>(half);
-            const int reach = 3 + static_cast<int>(0.55f * static_cast<float>(y));
-            const int from = std::max(0, y - reach), to = std::min(half, y + reach + 1);
-            const Point3 mirrored =
-                (above[static_cast<std::size_t>(to)] - above[static_cast<std::size_t>(from)]) *
-                (1 / static_cast<float>(to - from));
+            Point3 mirrored{}; // three boxes of growing size make a soft smear
+            for (const float size : {0.2f, 0.42f, 0.7f}) {
+                const int reach = 3 + static_cast<int>(size * static_cast<float>(y));
+                const int from = std::max(0, y - reach), to = std::min(half, y + reach + 1);
+                mirrored += (above[static_cast<std::size_t>(to)] - above[static_cast<std::size_t>(from)]) *
+                            (1 / (3 * static_cast<float>(to - from)));
+            }
             const Point3 d = Direction(
                 (static_cast<float>(x) + 0.5f) / static_cast<float>(picture.width) * 360 - 180, -90 * share);
             const float t = 1 / std::max(0.03f, -d.y);

@@ -19,5 +19,5 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: make_content FOLDER\n");
         return 2;
     }
-    return content::MakeEnvironments(argv[1]) ? 0 : 1;
+    return content::MakeTextures(argv[1]) && content::MakeEnvironments(argv[1]) ? 0 : 1;
 }
