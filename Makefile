@@ -17,8 +17,15 @@ configure: dependencies
 build: configure
 	cmake --build --preset $(PRESET) -j $(JOBS)
 
-examples: build
+examples: build content/.made
 	$(BUILD)/bin/make_examples examples/assets
+
+# The library that ships; made again when its maker or its table has changed.
+content/.made: $(BUILD)/bin/make_content tools/make_content/library.json
+	$(BUILD)/bin/make_content tools/make_content/library.json content
+	touch $@
+
+$(BUILD)/bin/make_content: build
 
 demo: examples
 	tools/render_examples.sh $(BUILD)/bin/velorin $(OUT)
@@ -52,4 +59,4 @@ format:
 	  | xargs clang-format -i
 
 clean:
-	rm -rf build out examples/assets
+	rm -rf build out content examples/assets

@@ -46,10 +46,11 @@ float Noise(float x, float y, int periodX, int periodY, std::uint32_t seed) {
     const float fx = std::floor(x), fy = std::floor(y);
     const int ix = static_cast<int>(fx), iy = static_cast<int>(fy);
     const float tx = Fade(x - fx), ty = Fade(y - fy);
-    const auto at = [&](int i, int j) {
-        return Unit(Hash(Wrap(ix + i, periodX), Wrap(iy + j, periodY), seed));
-    };
-    const float top = at(0, 0) + (at(1, 0) - at(0, 0)) * tx, bottom = at(0, 1) + (at(1, 1) - at(0, 1)) * tx;
+    const int left = Wrap(ix, periodX), right = left + 1 == periodX ? 0 : left + 1;
+    const int above = Wrap(iy, periodY), below = above + 1 == periodY ? 0 : above + 1;
+    const auto at = [&](int i, int j) { return Unit(Hash(i, j, seed)); };
+    const float a = at(left, above), b = at(left, below);
+    const float top = a + (at(right, above) - a) * tx, bottom = b + (at(right, below) - b) * tx;
     return top + (bottom - top) * ty;
 }
 

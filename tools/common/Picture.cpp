@@ -8,6 +8,7 @@
 #include <jpeglib.h>
 #include <memory>
 #include <png.h>
+#include <thread>
 
 namespace art {
 
@@ -38,11 +39,18 @@ std::vector<std::uint8_t> Bytes8(const Picture& picture) {
 
 Picture Paint(int width, int height, const std::function<Point3(float, float)>& color) {
     Picture picture{width, height, {}};
-    picture.pixels.reserve(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x)
-            picture.pixels.push_back(color((static_cast<float>(x) + 0.5f) / static_cast<float>(width),
-                                           (static_cast<float>(y) + 0.5f) / static_cast<float>(height)));
+    picture.pixels.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+    const auto rows = [&](int from, int to) {
+        for (int y = from; y < to; ++y)
+            for (int x = 0; x < width; ++x)
+                picture.at(x, y) = color((static_cast<float>(x) + 0.5f) / static_cast<float>(width),
+                                         (static_cast<float>(y) + 0.5f) / static_cast<float>(height));
+    };
+    const int parts = std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, 16);
+    std::vector<std::jthread> workers; // joined at the end
+    for (int i = 1; i < parts; ++i) workers.emplace_back(rows, height * i / parts, height * (i + 1) / parts);
+    rows(0, height / parts);
+    workers.clear();
     return picture;
 }
 

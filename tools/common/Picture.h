@@ -26,6 +26,7 @@ struct Picture {
     }
 };
 
+// `color` is called from several threads at once and must depend on nothing but its place.
 [[nodiscard]] Picture Paint(int width, int height, const std::function<Point3(float u, float v)>& color);
 
 // A tangent-space normal map of a height field (1 unit of height a pixel at strength 1); both sides wrap.

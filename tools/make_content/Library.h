@@ -10,5 +10,8 @@ namespace content {
 
 [[nodiscard]] bool MakeEnvironments(const std::filesystem::path& root);
 [[nodiscard]] bool MakeTextures(const std::filesystem::path& root);
+// After the textures, which the materials name. `table` lists the presets by kind and folder, each with the
+// fields that a scene in JSON has.
+[[nodiscard]] bool MakePresets(const std::filesystem::path& table, const std::filesystem::path& root);
 
 } // namespace content

@@ -2,6 +2,7 @@
 #include "Library.h"
 
 #include <cstdio>
+#include <string>
 
 namespace content {
 
@@ -15,9 +16,16 @@ bool MakeFolder(const std::filesystem::path& folder) {
 } // namespace content
 
 int main(int argc, char** argv) {
-    if (argc != 2) {
-        std::fprintf(stderr, "usage: make_content FOLDER\n");
+    const std::string part = argc == 4 ? argv[3] : "all";
+    const bool all = part == "all", pictures = part == "textures", maps = part == "environments",
+               presets = part == "presets";
+    if (argc < 3 || argc > 4 || !(all || pictures || maps || presets)) {
+        std::fprintf(stderr, "usage: make_content LIBRARY.json FOLDER [textures|environments|presets]\n");
         return 2;
     }
-    return content::MakeTextures(argv[1]) && content::MakeEnvironments(argv[1]) ? 0 : 1;
+    const std::filesystem::path table = argv[1], root = argv[2];
+    const bool good = (!(all || pictures) || content::MakeTextures(root)) &&
+                      (!(all || maps) || content::MakeEnvironments(root)) &&
+                      (!(all || presets) || content::MakePresets(table, root));
+    return good ? 0 : 1;
 }
