@@ -25,7 +25,7 @@ content/.made: $(BUILD)/bin/make_content tools/make_content/library.json
 	$(BUILD)/bin/make_content tools/make_content/library.json content
 	touch $@
 
-$(BUILD)/bin/make_content: build
+$(BUILD)/bin/make_content: | build
 
 demo: examples
 	tools/render_examples.sh $(BUILD)/bin/velorin $(OUT)

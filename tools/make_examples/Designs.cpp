@@ -1,3 +1,4 @@
+#include "Noise.h"
 #include "Picture.h"
 #include "Scenes.h"
 #include "Solid.h"
