@@ -9,6 +9,7 @@
 #include "render/PostEffects.h"
 #include "render/ReadBack.h"
 #include "render/RenderSettings.h"
+#include "render/TextDrawer.h"
 #include "render/TextureManager.h"
 #include "render/gl/GLError.h"
 #include "render/gl/GLStateScope.h"
@@ -25,6 +26,7 @@ namespace velorin {
 namespace {
 
 constexpr int kOldestVersion = 0x200;
+constexpr int kTextHeight = 14; // pixels
 
 // 4 in GLEW's numbering: without GLX. It is reported after everything else was loaded, so under EGL it means
 // success.
@@ -80,6 +82,7 @@ struct Renderer::Context {
     std::unique_ptr<FixedPrograms> programs;
     std::unique_ptr<FullScreenQuad> quad;
     std::unique_ptr<TextureManager> textures;
+    std::unique_ptr<TextDrawer> text;
     FrameBuffers frameBuffers;
 };
 
@@ -106,6 +109,9 @@ FixedPrograms& Renderer::programs() {
 }
 FullScreenQuad& Renderer::quad() {
     return *context_->quad;
+}
+TextDrawer& Renderer::text() {
+    return *context_->text;
 }
 
 InitError Renderer::Init() {
@@ -139,6 +145,7 @@ InitError Renderer::InitGL() {
     glEnable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
     if (gl::CheckGLError("Renderer::InitGL", __LINE__) != 0) return InitError::SeamlessFault;
     context_->textures = std::make_unique<TextureManager>(*context_->quad, driver_, statistics_);
+    context_->text = std::make_unique<TextDrawer>("Arial", kTextHeight);
     return InitError::Done;
 }
 
@@ -202,6 +209,7 @@ void Renderer::Shutdown() {
             glBindVertexArray(0);
             glBindBuffer(GL_ARRAY_BUFFER, 0);
         }
+        context_->text.reset();
         context_->textures.reset();
         context_->frameBuffers.Destroy();
         context_->quad.reset();

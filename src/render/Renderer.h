@@ -16,6 +16,7 @@ struct RenderSettings;
 class FrameBuffers;
 class FixedPrograms;
 class FullScreenQuad;
+class TextDrawer;
 class TextureManager;
 class VelorinRenderer;
 
@@ -122,6 +123,7 @@ public:
     [[nodiscard]] FrameBuffers& frameBuffers();
     [[nodiscard]] FixedPrograms& programs();
     [[nodiscard]] FullScreenQuad& quad();
+    [[nodiscard]] TextDrawer& text();
     // The settings that the steps behind the image read: those of the last time sample.
     void SetFrameSettings(const RenderSettings& settings);
 
