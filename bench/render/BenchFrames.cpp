@@ -178,7 +178,7 @@ void BenchReadBack(Renderer& renderer) {
         target.image = {kWidth, kHeight, depth, static_cast<std::int32_t>(4 * depth * kWidth), world.data()};
         target.width = kWidth;
         target.height = kHeight;
-        const auto deliver = [&](const float* argb) { return WritePicture(argb, kWidth, kHeight, target); };
+        const auto deliver = [&](const std::uint16_t* argb) { return WritePicture(argb, kWidth, kHeight, target); };
         const double ours =
             Best(15, WallSeconds, [&] { (void)ReadResult(renderer.frameBuffers(), deliver); });
         std::printf("1080p read-back and conversion, %2u bits %*s %9.3f ms  x %.2f\n", 8 * depth, 5, "",

@@ -7,7 +7,7 @@
 
 namespace velorin {
 
-bool ReadResult(const FrameBuffers& buffers, const std::function<bool(const float*)>& use) {
+bool ReadResult(const FrameBuffers& buffers, const std::function<bool(const std::uint16_t*)>& use) {
     const FrameBufferKey& key = buffers.key();
     glBindFramebuffer(GL_READ_FRAMEBUFFER, buffers.resultFramebuffer.name());
     glReadBuffer(GL_COLOR_ATTACHMENT0);
@@ -16,9 +16,10 @@ bool ReadResult(const FrameBuffers& buffers, const std::function<bool(const floa
     glPixelStorei(GL_PACK_ROW_LENGTH, 0);
     glPixelStorei(GL_PACK_SKIP_ROWS, 0);
     glPixelStorei(GL_PACK_SKIP_PIXELS, 0);
-    glReadPixels(0, 0, key.width, key.height, GL_RGBA, GL_FLOAT, nullptr);
-    const auto* pixels = static_cast<const float*>(
-        glMapBufferRange(GL_PIXEL_PACK_BUFFER, 0, GLsizeiptr{16} * key.width * key.height, GL_MAP_READ_BIT));
+    // Without a change of format the driver only copies.
+    glReadPixels(0, 0, key.width, key.height, GL_RGBA, GL_HALF_FLOAT, nullptr);
+    const auto* pixels = static_cast<const std::uint16_t*>(
+        glMapBufferRange(GL_PIXEL_PACK_BUFFER, 0, GLsizeiptr{8} * key.width * key.height, GL_MAP_READ_BIT));
     const bool done = pixels && use(pixels);
     if (pixels) glUnmapBuffer(GL_PIXEL_PACK_BUFFER);
     glBindBuffer(GL_PIXEL_PACK_BUFFER, 0);

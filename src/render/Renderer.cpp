@@ -19,7 +19,6 @@
 #include <GL/glew.h>
 
 #include <algorithm>
-#include <cstring>
 
 namespace velorin {
 
@@ -280,7 +279,7 @@ bool Renderer::PickAt(int x, int y, PickResult& result) const {
     return frame_->picking.PickAt(x, y, result);
 }
 
-bool Renderer::ReadBack(bool argb, const std::function<bool(const float*)>& use) {
+bool Renderer::ReadBack(bool argb, const std::function<bool(const std::uint16_t*)>& use) {
     FrameBuffers& buffers = context_->frameBuffers;
     if (!buffers.exists()) return false;
     const gl::GLStateScope state;
@@ -292,7 +291,7 @@ bool Renderer::ReadBack(bool argb, const std::function<bool(const float*)>& use)
 }
 
 bool Renderer::EndRender() {
-    const bool written = ReadBack(true, [this](const float* argb) {
+    const bool written = ReadBack(true, [this](const std::uint16_t* argb) {
         VELORIN_PROFILE("Renderer", "AddToBuffer");
         const FrameBufferKey& key = context_->frameBuffers.key();
         return WritePicture(argb, key.width, key.height, output_);
@@ -303,11 +302,11 @@ bool Renderer::EndRender() {
 }
 
 bool Renderer::ReadFrame(float* rgba) {
-    return ReadBack(false, [&](const float* pixels) {
+    return ReadBack(false, [&](const std::uint16_t* pixels) {
         const FrameBufferKey& key = context_->frameBuffers.key();
-        std::memcpy(rgba, pixels,
-                    std::size_t{16} * static_cast<std::size_t>(key.width) *
-                        static_cast<std::size_t>(key.height));
+        HalvesToFloats(pixels, rgba,
+                       std::size_t{4} * static_cast<std::size_t>(key.width) *
+                           static_cast<std::size_t>(key.height));
         return true;
     });
 }

@@ -136,7 +136,7 @@ private:
     void ReadVideoMemory();
     void LogReport() const;
     void KeepPickingData();
-    [[nodiscard]] bool ReadBack(bool argb, const std::function<bool(const float*)>& use);
+    [[nodiscard]] bool ReadBack(bool argb, const std::function<bool(const std::uint16_t*)>& use);
 
     RendererPrefs prefs_;
     InitError initError_ = InitError::NotInitialised;
