@@ -167,18 +167,22 @@ void BenchReadBack(Renderer& renderer) {
     renderer.BlendToFinal(1);
     glFinish();
     std::vector<float> pixels(std::size_t{4} * kWidth * kHeight);
-    const auto read = [&] {
+    const auto read = [&](GLenum type) {
         glBindFramebuffer(GL_READ_FRAMEBUFFER, renderer.frameBuffers().resultFramebuffer.name());
-        glReadPixels(0, 0, kWidth, kHeight, GL_RGBA, GL_FLOAT, pixels.data());
+        glReadPixels(0, 0, kWidth, kHeight, GL_RGBA, type, pixels.data());
     };
-    const double plain = Best(15, WallSeconds, read);
-    std::printf("%-44s %9.3f ms\n", "1080p glReadPixels alone", plain * 1e3);
+    const double plain = Best(15, WallSeconds, [&] { read(GL_FLOAT); });
+    std::printf("%-44s %9.3f ms\n", "1080p glReadPixels alone, floats", plain * 1e3);
+    std::printf("%-44s %9.3f ms\n", "1080p glReadPixels alone, halves",
+                Best(15, WallSeconds, [&] { read(GL_HALF_FLOAT); }) * 1e3);
     for (const std::uint32_t depth : {1u, 2u, 4u}) {
         OutputTarget target;
         target.image = {kWidth, kHeight, depth, static_cast<std::int32_t>(4 * depth * kWidth), world.data()};
         target.width = kWidth;
         target.height = kHeight;
-        const auto deliver = [&](const std::uint16_t* argb) { return WritePicture(argb, kWidth, kHeight, target); };
+        const auto deliver = [&](const std::uint16_t* argb) {
+            return WritePicture(argb, kWidth, kHeight, target);
+        };
         const double ours =
             Best(15, WallSeconds, [&] { (void)ReadResult(renderer.frameBuffers(), deliver); });
         std::printf("1080p read-back and conversion, %2u bits %*s %9.3f ms  x %.2f\n", 8 * depth, 5, "",

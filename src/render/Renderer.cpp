@@ -304,9 +304,9 @@ bool Renderer::EndRender() {
 bool Renderer::ReadFrame(float* rgba) {
     return ReadBack(false, [&](const std::uint16_t* pixels) {
         const FrameBufferKey& key = context_->frameBuffers.key();
-        HalvesToFloats(pixels, rgba,
-                       std::size_t{4} * static_cast<std::size_t>(key.width) *
-                           static_cast<std::size_t>(key.height));
+        ConvertHalves32(pixels, rgba,
+                        std::size_t{4} * static_cast<std::size_t>(key.width) *
+                            static_cast<std::size_t>(key.height));
         return true;
     });
 }

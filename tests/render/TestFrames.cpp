@@ -2,7 +2,6 @@
 
 #include "render/FrameBuffers.h"
 #include "render/LayerTexture.h"
-#include "render/PassTable.h"
 #include "render/Surroundings.h"
 #include "render/gl/GLStateScope.h"
 
@@ -20,90 +19,6 @@ using test::RectMesh;
 using test::SceneTest;
 
 using FrameTest = SceneTest;
-
-// Of the premultiplied colours and the coverage.
-float Difference(const Picture& a, const Picture& b) {
-    float worst = 0;
-    for (std::size_t i = 0; i < a.rgba.size(); ++i) {
-        const std::size_t alpha = i | 3;
-        const float x = i == alpha ? a.rgba[i] : a.rgba[i] * a.rgba[alpha];
-        const float y = i == alpha ? b.rgba[i] : b.rgba[i] * b.rgba[alpha];
-        worst = std::max(worst, std::abs(x - y));
-    }
-    return worst;
-}
-
-// The mean of `side` by `side` pixels of a larger picture; premultiplied, as filtering works on light.
-Picture BoxFiltered(const Picture& large, int side) {
-    Picture small{large.width / side, large.height / side, {}};
-    for (int y = 0; y < small.height; ++y)
-        for (int x = 0; x < small.width; ++x) {
-            Point4 sum;
-            for (int j = 0; j < side * side; ++j) {
-                const Point4 p = large.at(x * side + j % side, y * side + j / side);
-                sum = {sum.x + p.x * p.w, sum.y + p.y * p.w, sum.z + p.z * p.w, sum.w + p.w};
-            }
-            const float scale = sum.w > 0 ? 1 / sum.w : 0;
-            small.rgba.insert(small.rgba.end(), {sum.x * scale, sum.y * scale, sum.z * scale,
-                                                 sum.w / static_cast<float>(side * side)});
-        }
-    return small;
-}
-
-TEST(Tiles, CoverTheFrameWithoutAGap) {
-    for (const int size : {1, 7, 64, 1001, 4096})
-        for (const int count : {1, 2, 4, 8}) {
-            int next = 0;
-            for (int i = 0; i < count; ++i) {
-                const TileSpan tile = TileOf(size, count, i);
-                EXPECT_EQ(tile.start, next);
-                EXPECT_GE(tile.length, size / count);
-                EXPECT_LE(tile.length, (size + count - 1) / count);
-                next += tile.length;
-            }
-            EXPECT_EQ(next, size);
-        }
-}
-
-TEST_F(FrameTest, SupersamplingIsTheLargerPictureFiltered) {
-    test::MakeMatte(Add(QuadMesh({5, 3, 0}, {59, 11, 0}, {50, 44, 30}, {9, 39, -10})), {255, 128, 64, 255});
-    SceneMaterial& glass = Add(QuadMesh({20, 10, -20}, {60, 20, -20}, {44, 46, -20}, {16, 30, -20}));
-    test::MakeMatte(glass, {0, 128, 255, 255});
-    glass.forceOpacity = 0.5f;
-    constexpr int kWidth = 64, kHeight = 48;
-    for (const int value : {2, 3, 4}) {
-        const int side = 1 << (value - 1);
-        settings.supersampling = value;
-        ownCamera = false;
-        const Picture super = Draw(kWidth, kHeight);
-        settings.supersampling = 1;
-        settings.camera = test::CompCamera(kWidth, kHeight); // the same view on more pixels
-        ownCamera = true;
-        const Picture expected = BoxFiltered(Draw(kWidth * side, kHeight * side), side);
-        EXPECT_LT(Difference(super, expected), 0.004f) << "grid " << side;
-    }
-}
-
-// A plane whose value runs linearly over the picture shows any seam between tiles of unequal size.
-TEST_F(FrameTest, TilesOfOddSizesHaveNoSeams) {
-    Add(RectMesh(-50, -50, 200, 150, 0));
-    settings.output = Output::WorldPosition;
-    settings.matte.mode = MatteMode::Matte;
-    settings.matte.position = {0, 0, 0};
-    settings.matte.rotationY = 90; // the matte's direction lies along x, whichever way
-    settings.matte.doubleSided = true;
-    settings.matte.feather = 101;
-    settings.matte.gamma = 1;
-    for (const int value : {1, 2, 3, 4}) {
-        settings.supersampling = value;
-        const Picture picture = Draw(101, 67);
-        const float step = picture.at(51, 30).x - picture.at(50, 30).x;
-        EXPECT_NEAR(std::abs(step), 1 / 101.0f, 0.001f);
-        for (int x = 1; x < 101; ++x)
-            ASSERT_NEAR(picture.at(x, 66).x - picture.at(x - 1, 66).x, step, 0.0015f)
-                << x << " grid " << value;
-    }
-}
 
 TEST_F(FrameTest, ASecondFrameSendsAndCompilesNothing) {
     Add(RectMesh(4, 4, 30, 30));

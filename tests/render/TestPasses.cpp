@@ -192,33 +192,6 @@ TEST_F(PassTest, TwoLayersMixByTheRecordsShare) {
     ExpectColour(Draw(kWidth, kHeight).at(30, 20), {0, 1, 0, 1});
 }
 
-// An edge from the lower left to the upper right at a slope that meets every sub-pixel offset.
-TEST_F(PassTest, SamplesMeasureTheCoverageOfASlantedEdge) {
-    const Point3 low{4, 40, 0}, high{60, 9, 0};
-    Add(QuadMesh(low, high, {high.x, 48, 0}, {low.x, 48, 0}));
-    settings.sampleCount = 4;
-    const Picture picture = Draw(kWidth, kHeight);
-    const float slope = (high.y - low.y) / (high.x - low.x);
-    double sum = 0, count = 0, worst = 0;
-    for (int x = 6; x < 58; ++x)
-        for (int y = 5; y < 44; ++y) {
-            // Area of the pixel below the line, by fine columns.
-            double area = 0;
-            for (int i = 0; i < 64; ++i) {
-                const double at = low.y + slope * (x + (i + 0.5) / 64 - low.x);
-                area += std::min(1.0, std::max(0.0, y + 1 - at)) / 64;
-            }
-            if (area <= 0 || area >= 1) continue;
-            const double error = std::abs(picture.at(x, y).w - area);
-            worst = std::max(worst, error);
-            sum += picture.at(x, y).w - area;
-            ++count;
-        }
-    EXPECT_GT(count, 40);
-    EXPECT_LT(std::abs(sum / count), 0.03); // unbiased
-    EXPECT_LE(worst, 0.25 + 0.01);          // a sample more or less
-}
-
 TEST_F(PassTest, EmptyListsGiveTheOutputsClearColour) {
     struct Row {
         Output output;

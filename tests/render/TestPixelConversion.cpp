@@ -2,68 +2,55 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <bit>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <vector>
 
 namespace velorin {
 namespace {
 
-TEST(PixelConversion, RoundsToTheNearestAndCutsBothEnds) {
-    const float nan = std::numeric_limits<float>::quiet_NaN(), inf = std::numeric_limits<float>::infinity();
-    struct Row {
-        float value;
-        std::uint8_t as8;
-        std::uint16_t as16;
-    };
-    const std::vector<Row> rows{
-        {0, 0, 0},           {1, 255, 32768},    {0.5f, 128, 16384}, // 127.5 rounds up
-        {0.4f / 255, 0, 51},                                         // 51.4
-        {0.6f / 255, 1, 77},                                         // 77.1
-        {-0.25f, 0, 0},      {1.5f, 255, 32768},                     // 16 bit stops at 32768
-        {inf, 255, 32768},   {-inf, 0, 0},       {nan, 0, 0}};
-    for (const Row& row : rows) {
-        std::uint8_t as8 = 77;
-        std::uint16_t as16 = 77;
-        ConvertChannels8(&row.value, &as8, 1);
-        ConvertChannels16(&row.value, &as16, 1);
-        EXPECT_EQ(as8, row.as8) << row.value;
-        EXPECT_EQ(as16, row.as16) << row.value;
-        // Long runs go another way than single values, and end with a rest of every length.
-        for (std::size_t count = 2; count < 40; ++count) {
-            const std::vector<float> run(count, row.value);
-            std::vector<std::uint8_t> run8(count + 1, 77);
-            std::vector<std::uint16_t> run16(count + 1, 77);
-            ConvertChannels8(run.data(), run8.data(), count);
-            ConvertChannels16(run.data(), run16.data(), count);
-            for (std::size_t i = 0; i < count; ++i) {
-                ASSERT_EQ(run8[i], row.as8) << row.value << " at " << i << " of " << count;
-                ASSERT_EQ(run16[i], row.as16) << row.value << " at " << i << " of " << count;
-            }
-            EXPECT_EQ(run8[count], 77);
-            EXPECT_EQ(run16[count], 77);
-        }
-    }
+// What a half's bits stand for: 1.f * 2^(e - 15), without a leading 1 at 0.f * 2^-14.
+double ValueOf(std::uint16_t half) {
+    const int exponent = half >> 10 & 31, fraction = half & 1023;
+    double value = exponent == 0 ? std::ldexp(fraction, -24) : std::ldexp(1024 + fraction, exponent - 25);
+    if (exponent == 31) value = fraction ? std::nan("") : std::numeric_limits<double>::infinity();
+    return half & 0x8000 ? -value : value;
 }
 
-// Every half but those that are no number, against its definition: 1.f * 2^(e - 15), 0.f * 2^-14.
-TEST(PixelConversion, EveryHalfHasItsValue) {
-    std::vector<std::uint16_t> halves(65536 + 3);
+// The nearest of 0 to `white`, halves upwards; what is no number is 0.
+double Cut(double value, double white) {
+    return value > 0 ? std::floor(std::min(value, 1.0) * white + 0.5) : 0;
+}
+
+// Every half there is, in runs and alone: these go different ways.
+TEST(PixelConversion, EveryHalfInEveryDepth) {
+    std::vector<std::uint16_t> halves(65536 + 5);
     for (std::size_t i = 0; i < halves.size(); ++i) halves[i] = static_cast<std::uint16_t>(i);
-    std::vector<float> floats(halves.size()); // three more than whole groups
-    HalvesToFloats(halves.data(), floats.data(), halves.size());
-    for (std::size_t i = 0; i < halves.size(); ++i) {
-        const int exponent = halves[i] >> 10 & 31, fraction = halves[i] & 1023;
-        double value = exponent == 0 ? std::ldexp(fraction, -24) : std::ldexp(1024 + fraction, exponent - 25);
-        if (exponent == 31) value = std::numeric_limits<double>::infinity();
-        if (halves[i] & 0x8000) value = -value;
-        if (exponent == 31 && fraction)
-            ASSERT_TRUE(std::isnan(floats[i])) << i;
-        else
-            ASSERT_EQ(static_cast<double>(floats[i]), value) << i;
+    const std::size_t count = halves.size();
+    std::vector<std::uint8_t> bytes(count + 1, 77), byte(1);
+    std::vector<std::uint16_t> words(count + 1, 77), word(1);
+    std::vector<float> floats(count + 1, 77), one(1);
+    ConvertHalves8(halves.data(), bytes.data(), count);
+    ConvertHalves16(halves.data(), words.data(), count);
+    ConvertHalves32(halves.data(), floats.data(), count);
+    for (std::size_t i = 0; i < count; ++i) {
+        const double value = ValueOf(halves[i]);
+        ConvertHalves8(&halves[i], byte.data(), 1);
+        ConvertHalves16(&halves[i], word.data(), 1);
+        ConvertHalves32(&halves[i], one.data(), 1);
+        ASSERT_EQ(bytes[i], Cut(value, 255)) << i;
+        ASSERT_EQ(byte[0], bytes[i]) << i;
+        ASSERT_EQ(words[i], Cut(value, 32768)) << i;
+        ASSERT_EQ(word[0], words[i]) << i;
+        ASSERT_EQ(std::bit_cast<std::uint32_t>(floats[i]), std::bit_cast<std::uint32_t>(one[0])) << i;
+        ASSERT_TRUE(std::isnan(value) ? std::isnan(floats[i]) : static_cast<double>(floats[i]) == value) << i;
         ASSERT_EQ(std::signbit(floats[i]), (halves[i] & 0x8000) != 0) << i;
     }
+    EXPECT_EQ(bytes[count], 77);
+    EXPECT_EQ(words[count], 77);
+    EXPECT_EQ(floats[count], 77);
 }
 
 // The half below n / 255 or n / 255 itself, n below 256: less than 1/8 of a step of 8 bits away.
