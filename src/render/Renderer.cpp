@@ -19,6 +19,7 @@
 #include <GL/glew.h>
 
 #include <algorithm>
+#include <array>
 
 namespace velorin {
 
@@ -135,6 +136,7 @@ InitError Renderer::InitGL() {
     glewExperimental = GL_TRUE;
     const GLenum loaded = glewInit();
     if (loaded != GLEW_OK && loaded != kNoGlxDisplay) return InitError::LoaderFailed;
+    gl::WatchDriver();
     gl::DrainGLErrors();
     if (const InitError error = ReadLimits(); error != InitError::Done) return error;
 
@@ -172,18 +174,18 @@ InitError Renderer::ReadLimits() {
 }
 
 void Renderer::ReadVideoMemory() {
+    constexpr int kUnknown = -1024;
+    std::array<GLint, 4> free{0, kUnknown, 0, 0}; // kilobytes
     gl::DrainGLErrors();
-    GLint total = 0, available = 0;
-    glGetIntegerv(GL_GPU_MEMORY_INFO_DEDICATED_VIDMEM_NVX, &total);
-    glGetIntegerv(GL_GPU_MEMORY_INFO_CURRENT_AVAILABLE_VIDMEM_NVX, &available);
-    if (glGetError() != GL_NO_ERROR) {
-        GLint free[4] = {0, -1024, 0, 0};
-        glGetIntegerv(GL_TEXTURE_FREE_MEMORY_ATI, free);
-        total = free[0];
-        available = glGetError() == GL_NO_ERROR ? free[1] : -1024;
+    if (GLEW_NVX_gpu_memory_info) {
+        glGetIntegerv(GL_GPU_MEMORY_INFO_DEDICATED_VIDMEM_NVX, &free[0]);
+        glGetIntegerv(GL_GPU_MEMORY_INFO_CURRENT_AVAILABLE_VIDMEM_NVX, &free[1]);
+    } else if (GLEW_ATI_meminfo) {
+        glGetIntegerv(GL_TEXTURE_FREE_MEMORY_ATI, free.data());
     }
-    driver_.videoMemoryTotalMB = total / 1024;
-    driver_.videoMemoryFreeMB = available / 1024;
+    if (glGetError() != GL_NO_ERROR) free[1] = kUnknown;
+    driver_.videoMemoryTotalMB = free[0] / 1024;
+    driver_.videoMemoryFreeMB = free[1] / 1024;
     gl::DrainGLErrors();
 }
 

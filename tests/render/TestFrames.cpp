@@ -146,39 +146,6 @@ TEST_F(FrameTest, AFrameLeavesTheStateOfItsContextAlone) {
     EXPECT_EQ(StateNow(), before);
 }
 
-TEST_F(FrameTest, NoObjectIsLeakedOverFramesOfChangingSettings) {
-    Add(RectMesh(4, 4, 30, 30));
-    SceneMaterial& glass = Add(RectMesh(8, 8, 40, 40, 5));
-    glass.forceOpacity = 0.5f;
-    const auto frame = [&](int i) {
-        settings.supersampling = 1 + i % 3;
-        settings.sampleCount = i % 2 ? 4 : 0;
-        settings.picking = i % 5 == 0;
-        settings.fxaa = i % 3;
-        settings.output = static_cast<Output>(1 + i % 3);
-        settings.sphericalCapture = i % 7 == 0;
-        settings.environment.showBackground = i % 4 == 0;
-        glass.blendMode = static_cast<MaterialBlend>(i % 3);
-        settings.camera.nearPlane = 1;
-        (void)Draw(8 + i % 6, 8 + i % 4);
-        LayerTexture layer;
-        std::array<std::uint8_t, 64> pixels{};
-        ASSERT_TRUE(renderer().UploadTexture({2, 2, 1, 8, pixels.data()}, layer));
-    };
-    for (int i = 0; i < 60; ++i) frame(i);
-    settings = RenderSettings();
-    settings.sampleCount = 0;
-    (void)Draw(8, 8);
-    gl::FlushDeletedObjects();
-    const std::uint32_t live = gl::LiveObjects();
-    for (int i = 0; i < 120; ++i) frame(i);
-    settings = RenderSettings();
-    settings.sampleCount = 0;
-    (void)Draw(8, 8);
-    gl::FlushDeletedObjects();
-    EXPECT_EQ(gl::LiveObjects(), live);
-}
-
 TEST_F(FrameTest, PickingTellsPositionNormalAndObject) {
     const float c = std::cos(kPi / 6), s = std::sin(kPi / 6);
     Add(RectMesh(-20, -20, 100, 100, 60));

@@ -1,3 +1,4 @@
+#include "render/DriverMessages.h"
 #include "render/MaterialHarness.h"
 
 #include "platform/Environment.h"
@@ -325,7 +326,7 @@ TEST_F(MaterialPrograms, FaultyTextIsReportedOnce) {
     EXPECT_TRUE(manager.ApplyShaderState());
     SetEnvironmentVariable("VELORIN_SHADERS", std::nullopt);
     fs::remove_all(folder);
-    ForgetDriverMessages();
+    test::ForgiveDriverMessages();
     glUseProgram(0);
 }
 

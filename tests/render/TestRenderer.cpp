@@ -1,3 +1,4 @@
+#include "render/DriverMessages.h"
 #include "render/FixedPrograms.h"
 #include "render/FrameBuffers.h"
 #include "render/FullScreenQuad.h"
@@ -34,7 +35,7 @@ TEST_F(RendererTest, FaultyShadersGiveNoProgram) {
     EXPECT_FALSE(gl::CreateShaderProgram("void main() { this is not a shader }"));
     EXPECT_FALSE(gl::CreateTwoStageProgram("#version 150 core\nvoid main() { gl_Position = vec4(0); }",
                                            "#version 150 core\nnonsense"));
-    ForgetDriverMessages();
+    test::ForgiveDriverMessages();
 }
 
 TEST_F(RendererTest, RebuildsTargetsOnlyWhenSomethingChanged) {

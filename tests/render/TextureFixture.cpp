@@ -1,5 +1,6 @@
 #include "TextureFixture.h"
 
+#include "render/gl/GLError.h"
 #include "services/Warnings.h"
 
 namespace velorin::test {
@@ -14,6 +15,7 @@ GLContext* SharedContext() {
             glewExperimental = GL_TRUE;
             glewInit(); // knows no EGL, and says so after it has loaded everything
             gl::BeginContext();
+            gl::WatchDriver();
         }
         return made;
     }();

@@ -1,10 +1,26 @@
 #include "render/gl/GLError.h"
 
+#include "platform/Environment.h"
 #include "services/Log.h"
 
 #include <GL/glew.h>
 
+#include <atomic>
+
 namespace velorin::gl {
+
+namespace {
+
+std::atomic<unsigned> severeMessages{0};
+
+void GLAPIENTRY OnMessage(GLenum, GLenum, GLuint, GLenum severity, GLsizei, const GLchar* message,
+                          const void*) {
+    if (severity != GL_DEBUG_SEVERITY_HIGH) return;
+    ++severeMessages;
+    LogError("GL: %s", message);
+}
+
+} // namespace
 
 unsigned CheckGLError(const char* name, int line) {
     const GLenum code = glGetError();
@@ -16,6 +32,17 @@ void DrainGLErrors() {
     // A lost context reports errors without end.
     for (int i = 0; i < 1000 && glGetError() != GL_NO_ERROR; ++i) {
     }
+}
+
+void WatchDriver() {
+    if (!GLEW_KHR_debug || !EnvironmentVariable("VELORIN_GL_DEBUG")) return;
+    glEnable(GL_DEBUG_OUTPUT);
+    glEnable(GL_DEBUG_OUTPUT_SYNCHRONOUS);
+    glDebugMessageCallback(OnMessage, nullptr);
+}
+
+unsigned SevereMessages() {
+    return severeMessages;
 }
 
 } // namespace velorin::gl

@@ -9,4 +9,10 @@ unsigned CheckGLError(const char* name, int line);
 // Reads errors until there are none (at most 1000), so that a stale one does not count against what follows.
 void DrainGLErrors();
 
+// With the environment variable VELORIN_GL_DEBUG, which also asks for a debug context: every message of high
+// severity that the driver has for the current context goes to the log as "GL: text" and is counted.
+void WatchDriver();
+// How many there were in this process.
+[[nodiscard]] unsigned SevereMessages();
+
 } // namespace velorin::gl
