@@ -50,7 +50,10 @@ TEST(Arguments, TablesAlignTheirColumns) {
                                "b\n   c     1 2.5\n");
     EXPECT_EQ(
         TableText(nlohmann::ordered_json::parse(R"({"x": true, "rows": [{"k": 1}], "of": {"y": null}})")),
-        "x: yes\n\nrows:\nk\n1\n\nof:\ny: \n");
+        "x: yes\n\nrows:\n  k\n  1\n\nof:\n  y: \n");
+    // Rows that hold more than values stand below each other.
+    EXPECT_EQ(TableText(nlohmann::ordered_json::parse(R"([{"a": 1, "b": {"c": 2}}, {"a": 3}])")),
+              "[0]\n  a: 1\n\n  b:\n    c: 2\n\n[1]\n  a: 3\n");
 }
 
 TEST(Arguments, FilesWithoutAPropertyListHaveNone) {

@@ -36,9 +36,20 @@ std::size_t Characters(const std::string& text) {
         std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
 }
 
-bool IsTable(const ordered_json& json) {
+bool IsListOfObjects(const ordered_json& json) {
     return json.is_array() && !json.empty() &&
            std::all_of(json.begin(), json.end(), [](const auto& row) { return row.is_object(); });
+}
+
+bool IsNested(const ordered_json& value) {
+    return value.is_object() || IsListOfObjects(value);
+}
+
+// Rows of plain values; what holds more reads better as blocks below each other.
+bool IsTable(const ordered_json& json) {
+    return IsListOfObjects(json) && std::all_of(json.begin(), json.end(), [](const auto& row) {
+               return std::none_of(row.begin(), row.end(), IsNested);
+           });
 }
 
 std::string Columns(const ordered_json& rows) {
@@ -65,21 +76,38 @@ std::string Columns(const ordered_json& rows) {
     return text;
 }
 
+std::string Indented(const std::string& text) {
+    std::string result;
+    for (std::size_t i = 0; i < text.size();) {
+        const std::size_t end = std::min(text.find('\n', i), text.size() - 1) + 1;
+        if (text[i] != '\n') result += "  ";
+        result.append(text, i, end - i);
+        i = end;
+    }
+    return result;
+}
+
+std::string Blocks(const ordered_json& rows) {
+    std::string text;
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        text += (i > 0 ? "\n[" : "[") + std::to_string(i) + "]\n" + Indented(TableText(rows[i]));
+    return text;
+}
+
 } // namespace
 
 std::string TableText(const ordered_json& json) {
     if (IsTable(json)) return Columns(json);
+    if (IsListOfObjects(json)) return Blocks(json);
     if (!json.is_object()) return CellText(json) + '\n';
     std::string text, below;
     for (const auto& [key, value] : json.items()) {
-        if (IsTable(value))
-            below += '\n' + key + ":\n" + Columns(value);
-        else if (value.is_object())
-            below += '\n' + key + ":\n" + TableText(value);
+        if (IsNested(value))
+            below += '\n' + key + ":\n" + Indented(TableText(value));
         else
             text += key + ": " + CellText(value) + '\n';
     }
-    return text + below;
+    return text.empty() && !below.empty() ? below.substr(1) : text + below;
 }
 
 } // namespace velorin::app
