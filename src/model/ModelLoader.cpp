@@ -76,7 +76,8 @@ bool LoadFile(const SceneModel& model, const std::string& dataFolder, ModelData&
         ++cachedModels;
         return true;
     }
-    if (!LoadModelFile(path, !model.noMaterials, model.type != ModelType::Sequence, data)) return false;
+    if (!LoadModelFile(path, !model.noMaterials, model.type != ModelType::Sequence, data, model.path))
+        return false;
     if (cache && !cache->Store(model, path, data)) Log("No room in the model cache for %s", path.c_str());
     return true;
 }
@@ -139,7 +140,8 @@ bool LoadModelData(const SceneModel& model, const std::string& dataFolder, Model
     return false;
 }
 
-bool LoadModelFile(const std::string& path, bool loadMaterials, bool loadAnimation, ModelData& data) {
+bool LoadModelFile(const std::string& path, bool loadMaterials, bool loadAnimation, ModelData& data,
+                   const std::string& writtenAs) {
     using Clock = std::chrono::steady_clock;
     const std::string extension = LowerCaseExtension(path);
     for (const FileReader& reader : kFileReaders) {
@@ -149,7 +151,7 @@ bool LoadModelFile(const std::string& path, bool loadMaterials, bool loadAnimati
         std::string reason;
         if (!LoadGuarded(*file, path, loadMaterials, loadAnimation, reason)) {
             Log("Failed to load model: %s", path.c_str());
-            ReportWarning("Model " + path + " " + reason + ".");
+            ReportWarning("Model " + (writtenAs.empty() ? path : writtenAs) + " " + reason + ".");
             return false;
         }
         const std::chrono::duration<double, std::milli> elapsed = Clock::now() - start;

@@ -21,9 +21,9 @@ struct ModelLoadCounts {
 [[nodiscard]] ModelLoadCounts GetModelLoadCounts();
 
 // Reads a model file by its extension: the file half of LoadModelData. `loadMaterials`: with the properties
-// of the materials, else only their names.
+// of the materials, else only their names. `writtenAs`: the path as the scene has it, for the warning.
 [[nodiscard]] bool LoadModelFile(const std::string& path, bool loadMaterials, bool loadAnimation,
-                                 ModelData& data);
+                                 ModelData& data, const std::string& writtenAs = {});
 
 // The path of a file of the scene as it is opened: FindAsset of services/Library.h.
 [[nodiscard]] std::string ResolveModelPath(const std::string& path, const std::string& dataFolder);
