@@ -5,7 +5,7 @@
 #include "model/extrusion/CapTriangulation.h"
 #include "model/extrusion/Contours.h"
 #include "model/extrusion/FlattenPath.h"
-#include "services/Log.h"
+#include "services/Warnings.h"
 
 #include <algorithm>
 #include <cmath>
@@ -19,8 +19,8 @@ constexpr float kSharpCosine =
     0.8660254f; // neighbouring edges 30 degrees apart and more keep their own normals
 constexpr float kRealWorldDepth = 0.4f;
 constexpr float kFirstShellLift = 0.005f;        // keeps the first shell out of the plane of the origin
-constexpr std::uint64_t kMostSteps = 1u << 30;   // of one triangulation: some seconds
-constexpr std::uint64_t kMostCorners = 1u << 30; // of one model; more would not fit the index buffer's memory
+constexpr std::uint64_t kMostSteps = 1u << 31;   // of one model: some seconds
+constexpr std::uint64_t kMostCorners = 1u << 26; // of one model: 3 GB of vertices
 
 // Appends the triangles of one shell of one object, three vertices each, and keeps the texture frame.
 class ShellWriter {
@@ -85,6 +85,7 @@ struct ShellBuild {
     const ShellMeasures& shell;
     int depthSegments;
     ShellWriter& writer;
+    WorkBudget& budget;
 };
 
 // Quads between two rows of a contour, the first row nearer to the viewer.
@@ -152,7 +153,7 @@ void BuildCap(const ShellBuild& build, const std::vector<ShellContour>& contours
     std::vector<const std::vector<Point2>*> outlines;
     for (const ShellContour& contour : contours) outlines.push_back(wall ? &contour.wall : &contour.cap);
     const Point3 normal{0, 0, front ? -1.0f : 1.0f};
-    for (const CapTriangle& t : TriangulateCap(outlines)) {
+    for (const CapTriangle& t : TriangulateCap(outlines, build.budget)) {
         const auto corner = [&](Point2 p) { return ShellWriter::Corner{{p.x, p.y, level}, normal}; };
         front ? build.writer.triangle(corner(t[0]), corner(t[2]), corner(t[1]))
               : build.writer.triangle(corner(t[0]), corner(t[1]), corner(t[2]));
@@ -200,8 +201,10 @@ std::uint64_t EstimateCorners(const std::vector<Contour>& contours, const std::v
     std::uint64_t points = 0, corners = 0;
     for (const Contour& contour : contours) points += contour.points.size();
     for (const ShellMeasures& shell : shells) {
-        const std::uint64_t rows = depthSegments + 1 + 2 * (static_cast<std::uint64_t>(shell.segments) + 1);
-        corners += points * (shell.outline ? 2 : 1) * 6 * (rows + 1);
+        const std::uint64_t strips = shell.depth == 0 ? 0 : shell.backside ? 2 : 1;
+        const std::uint64_t rows =
+            depthSegments + 1 + strips * (static_cast<std::uint64_t>(shell.segments) + 1);
+        corners += points * (shell.outline ? 2 : 1) * 6 * (rows + 1); // the caps count as a row
     }
     return corners;
 }
@@ -247,7 +250,7 @@ void MeshBounds(const ModelData& model, ModelMesh& mesh) {
 }
 
 void BuildObjects(ModelData& model, const std::vector<Contour>& contours, std::uint32_t objectCount,
-                  const ExtrusionOptions& options) {
+                  const ExtrusionOptions& options, WorkBudget& budget) {
     const std::vector<ShellMeasures> shells = MeasureShells(options);
     const Frame frame = FrameOf(contours);
     const auto inverse = [](float extent) { return extent > 0 ? 1 / extent : 1.0f; };
@@ -270,7 +273,7 @@ void BuildObjects(ModelData& model, const std::vector<Contour>& contours, std::u
             group.materialIndex = b;
             group.useLayerAsUV = options.bevels[b].useLayerAsUV;
             ShellWriter writer(model, group, frame.low, extent);
-            BuildShell({shells[b], static_cast<int>(options.depthSegments), writer},
+            BuildShell({shells[b], static_cast<int>(options.depthSegments), writer, budget},
                        shells[b].outline ? outlined[object] : plain[object]);
             if (!group.triangles.empty()) mesh.groups.push_back(std::move(group));
         }
@@ -324,27 +327,33 @@ void BuildExtrusion(ModelData& model, const PathSet& pathSet, const ExtrusionOpt
     for (std::size_t b = 0; b < shellCount; ++b) model.materials[b].name = "Bevel " + std::to_string(b + 1);
     if (!(scale.z > 0.001f)) return;
 
-    const float pathScale = options.autoPresetScale && std::isfinite(pathSet.scale) ? pathSet.scale : 1;
+    const float pathScale =
+        options.autoPresetScale && std::isfinite(pathSet.scale) && pathSet.scale > 0 ? pathSet.scale : 1;
     std::vector<std::vector<Point2>> polygons;
     for (const auto& path : pathSet.paths) {
         auto polygon = FlattenPath(path, pathSet.isPlain, options.pathResolution, options.spikeFilter);
+        // Points are thinned in the units of the source, where small letters of a long title keep their round
+        // corners, but a source of a few units is first brought to size.
         for (Point2& p : polygon) p = p * pathScale;
-        if (polygon.size() > 2) polygons.push_back(std::move(polygon));
+        if (polygon.size() > 2)
+            polygons.push_back(ThinPoints(polygon, kThinDistance * std::min(1.0f, pathScale)));
     }
-    if (polygons.empty()) return;
-    std::vector<const std::vector<Point2>*> all;
-    for (const auto& polygon : polygons) all.push_back(&polygon);
-    if (TriangulationCost(all) > kMostSteps) {
-        LogError("The outlines of an extrusion are too intricate to be filled");
-        return;
-    }
+    WorkBudget budget(kMostSteps);
     std::uint32_t objectCount = 0;
-    const std::vector<Contour> contours = OrderContours(polygons, options, objectCount);
-    if (EstimateCorners(contours, MeasureShells(options), options.depthSegments) > kMostCorners) {
-        LogError("Extrusion with %u depth segments is too large to build", options.depthSegments);
+    const std::vector<Contour> contours = OrderContours(std::move(polygons), options, objectCount, budget);
+    if (!budget.spent() && contours.empty()) return;
+    const std::uint64_t corners = EstimateCorners(contours, MeasureShells(options), options.depthSegments);
+    if (corners > kMostCorners) {
+        ReportWarning("An extrusion of " + std::to_string(corners / 3) +
+                      " triangles is too large to be built; lower its depth segments or path resolution.");
         return;
     }
-    BuildObjects(model, contours, objectCount, options);
+    model.vertices.reserve(corners);
+    BuildObjects(model, contours, objectCount, options, budget);
+    if (budget.spent()) {
+        ReportWarning("The outlines of an extrusion are too intricate to be filled.");
+        model.vertices.clear();
+    }
     if (model.vertices.empty()) {
         model.meshes.clear();
         return;

@@ -9,6 +9,47 @@ namespace velorin {
 
 namespace {
 
+// The tessellator keeps half a kilobyte a crossing.
+constexpr std::uint64_t kMostCrossings = 1u << 19;
+
+struct Edge {
+    Point2 left, right; // by x
+};
+
+bool Cross(const Edge& p, const Edge& q) {
+    const auto side = [](const Edge& e, Point2 c) {
+        const Point2 d = e.right - e.left, v = c - e.left;
+        return d.x * v.y - d.y * v.x;
+    };
+    return side(p, q.left) * side(p, q.right) < 0 && side(q, p.left) * side(q, p.right) < 0;
+}
+
+// Counts the crossings of edges by a sweep over x, as far as the limit. False, with the budget spent, when
+// there are more.
+bool CrossingsAreFew(const std::vector<const std::vector<Point2>*>& contours, WorkBudget& budget) {
+    std::vector<Edge> edges, open;
+    for (const auto* contour : contours)
+        for (std::size_t i = 0, n = contour->size(); i < n; ++i) {
+            const Point2 a = (*contour)[i], b = (*contour)[(i + 1) % n];
+            edges.push_back(a.x <= b.x ? Edge{a, b} : Edge{b, a});
+        }
+    std::sort(edges.begin(), edges.end(), [](const Edge& p, const Edge& q) { return p.left.x < q.left.x; });
+    std::uint64_t crossings = 0;
+    for (const Edge& edge : edges) {
+        if (!budget.spend(open.size() + 1)) return false;
+        std::size_t kept = 0;
+        for (const Edge& other : open) {
+            if (other.right.x < edge.left.x) continue;
+            open[kept++] = other;
+            crossings += Cross(edge, other);
+        }
+        open.resize(kept);
+        open.push_back(edge);
+        if (crossings > kMostCrossings) return budget.spend(~std::uint64_t{0});
+    }
+    return true;
+}
+
 struct TessDeleter {
     void operator()(GLUtesselator* tess) const { gluDeleteTess(tess); }
 };
@@ -81,7 +122,11 @@ std::uint64_t TriangulationCost(const std::vector<const std::vector<Point2>*>& c
     return cost;
 }
 
-std::vector<CapTriangle> TriangulateCap(const std::vector<const std::vector<Point2>*>& contours) {
+std::vector<CapTriangle> TriangulateCap(const std::vector<const std::vector<Point2>*>& contours,
+                                        WorkBudget& budget) {
+    const std::uint64_t cost = TriangulationCost(contours);
+    // There are fewer crossings than steps, so only a long sweep can meet too many of them.
+    if (!budget.spend(cost) || (cost > kMostCrossings && !CrossingsAreFew(contours, budget))) return {};
     Collector out;
     const std::unique_ptr<GLUtesselator, TessDeleter> tess(gluNewTess());
     if (!tess) return {};

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/extrusion/WorkBudget.h"
 #include "services/NxMath.h"
 
 #include <array>
@@ -17,8 +18,9 @@ using CapTriangle = std::array<Point2, 3>;
 
 // Triangles of the area that the contours enclose with a winding number above 0: outlines run with positive
 // area and holes with negative, so an outline that overlaps itself or another after being expanded stays
-// filled. Corners are points of the contours, and where edges cross, the crossing.
-[[nodiscard]] std::vector<CapTriangle>
-TriangulateCap(const std::vector<const std::vector<Point2>*>& contours);
+// filled. Corners are points of the contours, and where edges cross, the crossing. None when the budget does
+// not allow for the steps, which it then has spent.
+[[nodiscard]] std::vector<CapTriangle> TriangulateCap(const std::vector<const std::vector<Point2>*>& contours,
+                                                      WorkBudget& budget);
 
 } // namespace velorin

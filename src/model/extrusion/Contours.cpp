@@ -13,7 +13,6 @@ namespace {
 
 constexpr float kKeptTurnDegrees = 35; // sharper corners always stay
 constexpr float kFlatTurnDegrees = 0.25f;
-constexpr float kThinDistance = 0.25f;
 constexpr float kParallel = 0.001f; // sine between neighbours that still have a usable intersection
 constexpr float kMiterLimit = 20;   // longest corner, in distances
 
@@ -47,7 +46,14 @@ class EdgeStrips {
 public:
     explicit EdgeStrips(const std::vector<Point2>& points) : points_(points), box_(BoxOf(points)) {
         const std::size_t count = points.size();
-        const std::size_t wanted = std::clamp<std::size_t>(count / 4, 1, 4096);
+        std::size_t wanted = std::clamp<std::size_t>(count / 4, 1, 4096);
+        // Edges that span many strips stand in each of them: no more strips than keep that within some edges.
+        double climbed = 0;
+        for (std::size_t i = 0; i < count; ++i)
+            climbed += std::fabs(static_cast<double>(points[(i + 1) % count].y - points[i].y));
+        const double spans = climbed / std::max(1e-20, static_cast<double>(box_.high.y - box_.low.y));
+        while (wanted > 1 && spans * static_cast<double>(wanted) > 8 * static_cast<double>(count))
+            wanted /= 2;
         inverseHeight_ = static_cast<float>(wanted) / std::max(1e-20f, box_.high.y - box_.low.y);
         first_.assign(wanted + 1, 0);
         forEachStripOfEdges([&](std::size_t strip, std::size_t) { ++first_[strip + 1]; });
@@ -61,10 +67,11 @@ public:
 
     [[nodiscard]] const Box& box() const { return box_; }
 
-    [[nodiscard]] bool contains(Point2 p) const {
+    [[nodiscard]] bool contains(Point2 p, WorkBudget& budget) const {
         if (!box_.holds(p)) return false;
         bool inside = false;
         const std::size_t strip = stripOf(p.y);
+        if (!budget.spend(first_[strip + 1] - first_[strip])) return false;
         for (std::uint32_t k = first_[strip]; k < first_[strip + 1]; ++k) {
             const Point2 a = points_[edges_[k]], b = points_[(edges_[k] + 1) % points_.size()];
             if ((a.y > p.y) != (b.y > p.y) && p.x < (b.x - a.x) * (p.y - a.y) / (b.y - a.y) + a.x)
@@ -73,8 +80,9 @@ public:
         return inside;
     }
 
-    [[nodiscard]] bool crossedBy(Point2 a, Point2 b) const {
+    [[nodiscard]] bool crossedBy(Point2 a, Point2 b, WorkBudget& budget) const {
         const std::size_t low = stripOf(std::min(a.y, b.y)), high = stripOf(std::max(a.y, b.y));
+        if (!budget.spend(first_[high + 1] - first_[low])) return false;
         for (std::size_t strip = low; strip <= high; ++strip)
             for (std::uint32_t k = first_[strip]; k < first_[strip + 1]; ++k) {
                 const Point2 c = points_[edges_[k]], d = points_[(edges_[k] + 1) % points_.size()];
@@ -129,37 +137,52 @@ struct Nest {
     std::vector<int> depth;
 };
 
-// Contours are looked at from the largest box down, so that the containers of one stand before it.
-Nest NestContours(const std::vector<std::vector<Point2>>& polygons) {
+// A sweep over x: each contour looks for the smallest one around it among those whose boxes are open at its
+// first edge. Ranks are places in the order of areas, the largest first.
+Nest NestContours(const std::vector<std::vector<Point2>>& polygons, WorkBudget& budget) {
     const std::size_t count = polygons.size();
     std::vector<EdgeStrips> strips;
     strips.reserve(count);
     std::vector<double> area(count);
+    std::vector<Point2> probe(count);
     for (std::size_t i = 0; i < count; ++i) {
         strips.emplace_back(polygons[i]);
         area[i] = std::fabs(SignedArea2(polygons[i]));
-    }
-    std::vector<std::uint32_t> order(count);
-    std::iota(order.begin(), order.end(), 0u);
-    std::stable_sort(order.begin(), order.end(),
-                     [&](std::uint32_t a, std::uint32_t b) { return area[a] > area[b]; });
-    Nest nest{std::vector<int>(count, -1), std::vector<int>(count, 0)};
-    for (std::size_t k = 0; k < count; ++k) {
-        const std::uint32_t i = order[k];
         // The middle of an edge rather than a corner, which may lie on a neighbour.
-        const Point2 probe = (polygons[i][0] + polygons[i][1]) * 0.5f;
-        for (std::size_t j = k; j-- > 0;) { // the smallest container stands last
-            const std::uint32_t around = order[j];
-            if (!strips[around].contains(probe)) continue;
+        probe[i] = (polygons[i][0] + polygons[i][1]) * 0.5f;
+    }
+    std::vector<std::uint32_t> byArea(count), byLeft(count), byProbe(count), rank(count);
+    std::iota(byArea.begin(), byArea.end(), 0u);
+    byLeft = byProbe = byArea;
+    std::stable_sort(byArea.begin(), byArea.end(), [&](auto a, auto b) { return area[a] > area[b]; });
+    for (std::uint32_t k = 0; k < count; ++k) rank[byArea[k]] = k;
+    std::sort(byLeft.begin(), byLeft.end(),
+              [&](auto a, auto b) { return strips[a].box().low.x < strips[b].box().low.x; });
+    std::sort(byProbe.begin(), byProbe.end(), [&](auto a, auto b) { return probe[a].x < probe[b].x; });
+
+    Nest nest{std::vector<int>(count, -1), std::vector<int>(count, 0)};
+    std::vector<std::uint32_t> open; // ranks in order
+    std::size_t opened = 0;
+    for (const std::uint32_t i : byProbe) {
+        const float x = probe[i].x;
+        if (!budget.spend(open.size() + 1)) return nest;
+        std::erase_if(open, [&](std::uint32_t r) { return strips[byArea[r]].box().high.x < x; });
+        for (; opened < count && strips[byLeft[opened]].box().low.x <= x; ++opened)
+            open.insert(std::lower_bound(open.begin(), open.end(), rank[byLeft[opened]]),
+                        rank[byLeft[opened]]);
+        for (auto place = std::lower_bound(open.begin(), open.end(), rank[i]); place != open.begin();) {
+            const std::uint32_t around = byArea[*--place];
+            if (!strips[around].contains(probe[i], budget)) continue;
             nest.parent[i] = static_cast<int>(around);
-            nest.depth[i] = nest.depth[around] + 1;
             break;
         }
     }
+    for (const std::uint32_t i : byArea)
+        if (nest.parent[i] >= 0) nest.depth[i] = nest.depth[static_cast<std::size_t>(nest.parent[i])] + 1;
     return nest;
 }
 
-void NumberByBoxes(std::vector<Contour>& contours, Sets& sets) {
+void NumberByBoxes(std::vector<Contour>& contours, Sets& sets, WorkBudget& budget) {
     // Sweep over the left sides, comparing only with boxes whose x range is still open.
     std::vector<Box> boxes;
     for (const Contour& contour : contours) boxes.push_back(BoxOf(contour.points));
@@ -167,8 +190,8 @@ void NumberByBoxes(std::vector<Contour>& contours, Sets& sets) {
     std::iota(order.begin(), order.end(), 0u);
     std::sort(order.begin(), order.end(), [&](auto a, auto b) { return boxes[a].low.x < boxes[b].low.x; });
     for (const std::uint32_t i : order) {
+        if (!budget.spend(4 * open.size() + 1)) return;
         std::erase_if(open, [&](std::uint32_t j) { return boxes[j].high.x < boxes[i].low.x; });
-        std::vector<std::uint32_t> joined;
         for (const std::uint32_t j : open)
             if (boxes[i].overlaps(boxes[j])) sets.unite(i, j);
         // One box that holds another stands for it, which keeps the open list short for nested contours.
@@ -192,7 +215,7 @@ struct PositionHash {
     }
 };
 
-void NumberByGeometry(std::vector<Contour>& contours, Sets& sets) {
+void NumberByGeometry(std::vector<Contour>& contours, Sets& sets, WorkBudget& budget) {
     if (contours.size() < 2) return;
     std::unordered_map<Point2, std::uint32_t, PositionHash> owner; // a contour that has the position
     std::vector<const std::vector<Point2>*> all;
@@ -203,7 +226,7 @@ void NumberByGeometry(std::vector<Contour>& contours, Sets& sets) {
             if (!fresh) sets.unite(entry->second, i);
         }
     }
-    for (const CapTriangle& triangle : TriangulateCap(all)) {
+    for (const CapTriangle& triangle : TriangulateCap(all, budget)) {
         // Vertices that the tessellator made where edges cross belong to no contour.
         std::int64_t seen = -1;
         for (const Point2 p : triangle) {
@@ -232,18 +255,19 @@ double SignedArea2(const std::vector<Point2>& polygon) {
 }
 
 bool ContainsPoint(const std::vector<Point2>& polygon, Point2 point) {
-    return EdgeStrips(polygon).contains(point);
+    WorkBudget budget(polygon.size() + 2);
+    return EdgeStrips(polygon).contains(point, budget);
 }
 
-bool ContourIntersects(const std::vector<Point2>& a, const std::vector<Point2>& b) {
+bool ContourIntersects(const std::vector<Point2>& a, const std::vector<Point2>& b, WorkBudget& budget) {
     const EdgeStrips strips(a);
     if (!strips.box().overlaps(BoxOf(b))) return true;
     for (std::size_t i = 0; i < b.size(); ++i)
-        if (strips.crossedBy(b[i], b[(i + 1) % b.size()])) return false;
+        if (strips.crossedBy(b[i], b[(i + 1) % b.size()], budget)) return false;
     return true;
 }
 
-std::vector<Point2> ThinPoints(const std::vector<Point2>& polygon) {
+std::vector<Point2> ThinPoints(const std::vector<Point2>& polygon, float distance) {
     std::vector<Point2> kept;
     const std::size_t n = polygon.size();
     for (std::size_t i = 0; i < n; ++i) {
@@ -252,30 +276,27 @@ std::vector<Point2> ThinPoints(const std::vector<Point2>& polygon) {
             kept.push_back(p);
             continue;
         }
-        const Point2 in = p - polygon[i - 1], out = polygon[(i + 1) % n] - p;
+        const Point2 in = p - kept.back(), out = polygon[(i + 1) % n] - p;
         const float turn = std::fabs(std::atan2(Cross2(in, out), in.x * out.x + in.y * out.y)) * 180 / kPi;
-        const Point2 step = p - kept.back();
-        if (turn > kKeptTurnDegrees ||
-            (turn > kFlatTurnDegrees && std::hypot(step.x, step.y) > kThinDistance))
+        if (turn > kKeptTurnDegrees || (turn > kFlatTurnDegrees && std::hypot(in.x, in.y) > distance))
             kept.push_back(p);
     }
     return kept;
 }
 
-std::vector<Contour> OrderContours(const std::vector<std::vector<Point2>>& polygons,
-                                   const ExtrusionOptions& options, std::uint32_t& objectCount) {
-    std::vector<std::vector<Point2>> thin;
-    for (const auto& polygon : polygons) {
-        if (polygon.size() < 3) continue;
-        auto points = ThinPoints(polygon);
-        if (points.size() >= 3 && std::fabs(SignedArea2(points)) > 1e-6) thin.push_back(std::move(points));
-    }
-    const Nest nest = NestContours(thin);
-    std::vector<Contour> contours(thin.size());
-    Sets sets(thin.size());
-    for (std::uint32_t i = 0; i < thin.size(); ++i) {
+std::vector<Contour> OrderContours(std::vector<std::vector<Point2>> polygons, const ExtrusionOptions& options,
+                                   std::uint32_t& objectCount, WorkBudget& budget) {
+    std::erase_if(polygons, [](const std::vector<Point2>& polygon) {
+        return polygon.size() < 3 || std::fabs(SignedArea2(polygon)) <= 1e-6;
+    });
+    objectCount = 0;
+    const Nest nest = NestContours(polygons, budget);
+    if (budget.spent()) return {};
+    std::vector<Contour> contours(polygons.size());
+    Sets sets(polygons.size());
+    for (std::uint32_t i = 0; i < contours.size(); ++i) {
         Contour& contour = contours[i];
-        contour.points = std::move(thin[i]);
+        contour.points = std::move(polygons[i]);
         const bool nested = nest.depth[i] % 2 == 1;
         contour.isHole = options.autoPathOrientation ? nested : SignedArea2(contour.points) < 0;
         if (options.reversePathWinding) contour.isHole = !contour.isHole;
@@ -284,7 +305,7 @@ std::vector<Contour> OrderContours(const std::vector<std::vector<Point2>>& polyg
         if (!contours[i].isHole || nest.parent[i] < 0) continue;
         const auto parent = static_cast<std::uint32_t>(nest.parent[i]);
         // A hole that cuts the edge of what it lies in would open the solid: it becomes an object of its own.
-        if (options.fixHoles && !ContourIntersects(contours[parent].points, contours[i].points))
+        if (options.fixHoles && !ContourIntersects(contours[parent].points, contours[i].points, budget))
             contours[i].isHole = false;
         else if (options.separateObjects)
             sets.unite(i, parent);
@@ -294,9 +315,9 @@ std::vector<Contour> OrderContours(const std::vector<std::vector<Point2>>& polyg
     objectCount = contours.empty() ? 0 : 1;
     if (!options.separateObjects) return contours;
     if (options.separationMode == SeparationMode::ByBoundingBox)
-        NumberByBoxes(contours, sets);
+        NumberByBoxes(contours, sets, budget);
     else
-        NumberByGeometry(contours, sets);
+        NumberByGeometry(contours, sets, budget);
     std::unordered_map<std::uint32_t, std::uint32_t> numbers;
     for (std::uint32_t i = 0; i < contours.size(); ++i)
         contours[i].object =

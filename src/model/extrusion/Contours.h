@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/document/SceneModel.h" // ExtrusionOptions
+#include "model/extrusion/WorkBudget.h"
 #include "services/NxMath.h"
 
 #include <cstdint>
@@ -25,16 +26,22 @@ struct Contour {
 
 // True when no edge of one polygon crosses an edge of the other; touching in a shared end point does not
 // count.
-[[nodiscard]] bool ContourIntersects(const std::vector<Point2>& a, const std::vector<Point2>& b);
+[[nodiscard]] bool ContourIntersects(const std::vector<Point2>& a, const std::vector<Point2>& b,
+                                     WorkBudget& budget);
+
+inline constexpr float kThinDistance = 0.25f;
 
 // Drops points that carry no shape: corners of at most 35 degrees of turn that turn at most a quarter of a
-// degree or lie at most 0.25 units from the last kept point.
-[[nodiscard]] std::vector<Point2> ThinPoints(const std::vector<Point2>& polygon);
+// degree or lie at most `distance` from the last kept point. The turn is measured against the last kept
+// point, so that many small turns add up.
+[[nodiscard]] std::vector<Point2> ThinPoints(const std::vector<Point2>& polygon,
+                                             float distance = kThinDistance);
 
 // Tells outlines from holes, orients both, and numbers the separate objects as the options ask. Polygons of
 // fewer than three points or without area are dropped. `objectCount` receives the number of objects.
-[[nodiscard]] std::vector<Contour> OrderContours(const std::vector<std::vector<Point2>>& polygons,
-                                                 const ExtrusionOptions& options, std::uint32_t& objectCount);
+[[nodiscard]] std::vector<Contour> OrderContours(std::vector<std::vector<Point2>> polygons,
+                                                 const ExtrusionOptions& options, std::uint32_t& objectCount,
+                                                 WorkBudget& budget);
 
 // Moves every edge out of the material by the distance (a negative one into it) and meets neighbours again in
 // the intersection of their lines; nearly parallel neighbours move along their mean normal. Same number of

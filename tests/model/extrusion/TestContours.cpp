@@ -98,7 +98,8 @@ TEST(OrderContours, NestingDecidesWhatIsAHole) {
         options.separateObjects = row.separate;
         options.separationMode = row.mode;
         std::uint32_t objects = 0;
-        const auto contours = OrderContours(polygons, options, objects);
+        WorkBudget budget(10'000);
+        const auto contours = OrderContours(polygons, options, objects, budget);
         ASSERT_EQ(contours.size(), 4u);
         EXPECT_EQ(objects, row.objects);
         const bool holes[] = {false, true, false, false};
@@ -115,12 +116,13 @@ TEST(OrderContours, AHoleThatCutsItsOutlineBecomesAnObject) {
                                                        Points(Polygon({{10, 10}, {10, 50}, {150, 30}}))};
     ExtrusionOptions options;
     std::uint32_t objects = 0;
-    EXPECT_FALSE(OrderContours(polygons, options, objects)[1].isHole);
+    WorkBudget budget(10'000);
+    EXPECT_FALSE(OrderContours(polygons, options, objects, budget)[1].isHole);
     options.fixHoles = false;
-    EXPECT_TRUE(OrderContours(polygons, options, objects)[1].isHole);
-    EXPECT_FALSE(ContourIntersects(polygons[0], polygons[1])); // false: they cross
-    EXPECT_TRUE(
-        ContourIntersects(polygons[0], Points(Rectangle(100, 100, 5, 5)))); // a shared corner is no crossing
+    EXPECT_TRUE(OrderContours(polygons, options, objects, budget)[1].isHole);
+    EXPECT_FALSE(ContourIntersects(polygons[0], polygons[1], budget)); // false: they cross
+    EXPECT_TRUE(ContourIntersects(polygons[0], Points(Rectangle(100, 100, 5, 5)),
+                                  budget)); // a shared corner is no crossing
 }
 
 TEST(OffsetContour, MovesEveryEdgeByTheDistance) {

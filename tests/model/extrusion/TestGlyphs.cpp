@@ -1,0 +1,358 @@
+// Solids of the letters of installed fonts, held against areas and offsets that are computed here from the
+// fonts' own outlines. By default some hundred combinations drawn by a fixed seed; with
+// VELORIN_ALL_GLYPHS=1 in the environment every glyph at every resolution, bevel and expansion (minutes).
+
+#include "../Coverage.h"
+#include "model/extrusion/BuildExtrusion.h"
+#include "model/extrusion/Contours.h"
+#include "services/Log.h"
+
+#include <fontconfig/fontconfig.h>
+#include <ft2build.h>
+#include <gtest/gtest.h>
+#include FT_FREETYPE_H
+
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <random>
+#include <set>
+
+namespace velorin {
+namespace {
+
+using namespace coverage;
+
+constexpr int kSteps[] = {2, 5, 10, 20, 40}; // of a curve, by resolution
+constexpr float kDepths[] = {-0.5f, 0, 0.25f, 1};
+constexpr float kExpands[] = {-2, -0.5f, 0, 0.5f, 2};
+
+std::string FontFile(const char* family) {
+    const std::unique_ptr<FcConfig, void (*)(FcConfig*)> config(FcInitLoadConfigAndFonts(), FcConfigDestroy);
+    const std::unique_ptr<FcPattern, void (*)(FcPattern*)> pattern(
+        FcNameParse(reinterpret_cast<const FcChar8*>(family)), FcPatternDestroy);
+    FcConfigSubstitute(config.get(), pattern.get(), FcMatchPattern);
+    FcDefaultSubstitute(pattern.get());
+    FcResult result = FcResultNoMatch;
+    const std::unique_ptr<FcPattern, void (*)(FcPattern*)> match(
+        FcFontMatch(config.get(), pattern.get(), &result), FcPatternDestroy);
+    FcChar8* file = nullptr;
+    if (!match || FcPatternGetString(match.get(), FC_FILE, 0, &file) != FcResultMatch) return {};
+    return reinterpret_cast<const char*>(file);
+}
+
+// The outline of a character at 100 units an em, y down. Walks the points and tags of the font's contours
+// itself; quadratic curves become cubic ones.
+std::vector<std::vector<PathPoint>> GlyphPaths(FT_Face face, unsigned long character) {
+    std::vector<std::vector<PathPoint>> paths;
+    if (FT_Load_Char(face, character, FT_LOAD_NO_SCALE) != 0) return paths;
+    const FT_Outline& outline = face->glyph->outline;
+    const float unit = 100.0f / static_cast<float>(face->units_per_EM);
+    int start = 0;
+    for (int c = 0; c < outline.n_contours; ++c) {
+        const int end = outline.contours[c], count = end - start + 1;
+        const auto at = [&](int k) {
+            const FT_Vector v = outline.points[start + (k + count) % count];
+            return Point2{static_cast<float>(v.x) * unit, static_cast<float>(v.y) * -unit};
+        };
+        const auto tag = [&](int k) { return FT_CURVE_TAG(outline.tags[start + (k + count) % count]); };
+        std::vector<PathPoint> path;
+        for (int k = 0; k < count; ++k) {
+            if (tag(k) == FT_CURVE_TAG_ON) path.push_back({at(k), {}, {}});
+            if (tag(k) != FT_CURVE_TAG_CONIC) continue;
+            if (tag(k + 1) == FT_CURVE_TAG_CONIC) // a point between two controls is only implied
+                path.push_back({(at(k) + at(k + 1)) * 0.5f, {}, {}});
+        }
+        const auto corner = [&](Point2 p) {
+            return std::find_if(path.begin(), path.end(), [&](const auto& q) { return q.position == p; });
+        };
+        for (int k = 0; k < count; ++k) {
+            if (tag(k) == FT_CURVE_TAG_CUBIC && tag(k + 1) == FT_CURVE_TAG_CUBIC) {
+                corner(at(k - 1))->tangentOut = at(k) - at(k - 1);
+                corner(at(k + 2))->tangentIn = at(k + 1) - at(k + 2);
+            }
+            if (tag(k) != FT_CURVE_TAG_CONIC) continue;
+            const auto end0 = tag(k - 1) == FT_CURVE_TAG_CONIC ? (at(k - 1) + at(k)) * 0.5f : at(k - 1);
+            const auto end1 = tag(k + 1) == FT_CURVE_TAG_CONIC ? (at(k + 1) + at(k)) * 0.5f : at(k + 1);
+            corner(end0)->tangentOut = (at(k) - end0) * (2.0f / 3);
+            corner(end1)->tangentIn = (at(k) - end1) * (2.0f / 3);
+        }
+        paths.push_back(std::move(path));
+        start = end + 1;
+    }
+    return paths;
+}
+
+double Cross2(Vec a, Vec b) {
+    return a.x * b.y - a.y * b.x;
+}
+Vec Minus(Vec a, Vec b) {
+    return {a.x - b.x, a.y - b.y};
+}
+
+bool AnyCrossing(const std::vector<Outline>& outlines) {
+    struct Edge {
+        Vec a, b;
+        double left, right;
+    };
+    std::vector<Edge> edges;
+    for (const Outline& o : outlines)
+        for (std::size_t i = 0; i < o.size(); ++i) {
+            const Vec a = o[i], b = o[(i + 1) % o.size()];
+            edges.push_back({a, b, std::min(a.x, b.x), std::max(a.x, b.x)});
+        }
+    std::sort(edges.begin(), edges.end(), [](const Edge& p, const Edge& q) { return p.left < q.left; });
+    for (std::size_t i = 0; i < edges.size(); ++i)
+        for (std::size_t k = i + 1; k < edges.size() && edges[k].left <= edges[i].right; ++k) {
+            const Edge &p = edges[i], &q = edges[k];
+            const double s = Cross2(Minus(p.b, p.a), Minus(q.a, p.a)),
+                         t = Cross2(Minus(p.b, p.a), Minus(q.b, p.a)),
+                         u = Cross2(Minus(q.b, q.a), Minus(p.a, q.a)),
+                         v = Cross2(Minus(q.b, q.a), Minus(p.b, q.a));
+            if (s * t < 0 && u * v < 0) return true;
+        }
+    return false;
+}
+
+// Every edge moved out by the distance, neighbours met in the crossing of their lines.
+Outline Mitred(const Outline& source, double distance) {
+    Outline o; // without points that repeat
+    for (const Vec p : source)
+        if (o.empty() || std::hypot(p.x - o.back().x, p.y - o.back().y) > 1e-4) o.push_back(p);
+    while (o.size() > 1 && std::hypot(o[0].x - o.back().x, o[0].y - o.back().y) <= 1e-4) o.pop_back();
+    Outline moved;
+    for (std::size_t i = 0, n = o.size(); i < n; ++i) {
+        const Vec before = Minus(o[i], o[(i + n - 1) % n]), after = Minus(o[(i + 1) % n], o[i]);
+        const double lengthA = std::hypot(before.x, before.y), lengthB = std::hypot(after.x, after.y);
+        const Vec a{before.y / lengthA, -before.x / lengthA}, b{after.y / lengthB, -after.x / lengthB};
+        const double along = std::max(1e-3, 1 + a.x * b.x + a.y * b.y);
+        moved.push_back({o[i].x + (a.x + b.x) / along * distance, o[i].y + (a.y + b.y) / along * distance});
+    }
+    return moved;
+}
+
+double DistanceTo(const std::vector<Outline>& outlines, Vec p) {
+    double best = 1e30;
+    for (const Outline& o : outlines)
+        for (std::size_t i = 0; i < o.size(); ++i) {
+            const Vec a = o[i], d = Minus(o[(i + 1) % o.size()], a), v = Minus(p, a);
+            const double square = d.x * d.x + d.y * d.y;
+            const double t = square > 0 ? std::clamp((v.x * d.x + v.y * d.y) / square, 0.0, 1.0) : 0;
+            best = std::min(best, std::hypot(v.x - d.x * t, v.y - d.y * t));
+        }
+    return best;
+}
+
+// What a solid is, in the units that it was built in.
+struct Solid {
+    std::size_t triangles = 0, vertices = 0;
+    std::size_t unevenEdges = 0; // welded edges without exactly one triangle on each side
+    double volume = 0, capArea = 0;
+    bool finite = true;
+    std::set<std::pair<float, float>> places; // of all vertices, in the plane
+};
+
+Solid MeasureSolid(const ModelData& model) {
+    Solid solid;
+    std::map<std::array<float, 3>, int> welded;
+    std::map<std::pair<int, int>, int> edges;
+    for (const ModelMesh& mesh : model.meshes)
+        for (const ModelGroup& group : mesh.groups)
+            for (const Triangle& t : group.triangles) {
+                ++solid.triangles;
+                Point3 p[3];
+                int id[3];
+                for (std::size_t k = 0; k < 3; ++k) {
+                    const ModelVertex& v = model.vertices[t[k]];
+                    p[k] = v.position * model.size;
+                    id[k] = welded
+                                .try_emplace({v.position.x + 0.0f, v.position.y + 0.0f, v.position.z + 0.0f},
+                                             static_cast<int>(welded.size()))
+                                .first->second;
+                    solid.finite =
+                        solid.finite && std::isfinite(v.position.x + v.position.y + v.position.z +
+                                                      v.normal.x + v.normal.y + v.normal.z + v.texCoord.x +
+                                                      v.texCoord.y + v.tangent.x + v.tangent.y + v.tangent.z);
+                    solid.places.emplace(p[k].x, p[k].y);
+                }
+                for (std::size_t k = 0; k < 3; ++k) ++edges[{id[k], id[(k + 1) % 3]}];
+                solid.volume += Wide(Dot(p[0], Cross(p[1], p[2]))) / 6;
+                if (p[0].z == p[1].z && p[0].z == p[2].z && model.vertices[t[0]].normal.z < 0)
+                    solid.capArea -= Wide(Cross(p[1] - p[0], p[2] - p[0]).z) / 2;
+            }
+    for (const auto& [edge, count] : edges) {
+        const auto back = edges.find({edge.second, edge.first});
+        solid.unevenEdges += count != 1 || back == edges.end() || back->second != 1;
+    }
+    solid.vertices = welded.size();
+    return solid;
+}
+
+struct Setting {
+    int resolution = 0;
+    float depth = 0, expand = 0, curve = 0;
+    bool backside = false;
+};
+
+struct Tally {
+    int built = 0, held = 0, overExpanded = 0, overlapping = 0;
+    int open = 0, inward = 0, volume = 0, area = 0, outside = 0, notFinite = 0, capHoles = 0, empty = 0;
+    [[nodiscard]] int faults() const {
+        return open + inward + volume + area + outside + notFinite + capHoles + empty;
+    }
+};
+
+ExtrusionOptions OptionsOf(const Setting& setting) {
+    ExtrusionOptions options;
+    options.pathResolution = static_cast<PathResolution>(setting.resolution);
+    options.autoPresetScale = true; // lengths in hundredths of the glyph's larger extent
+    options.bevelScale = 1;
+    options.spikeFilter = 0;
+    options.separateObjects = false;
+    options.pathExpand = setting.expand;
+    BevelSettings& bevel = options.bevels[0];
+    bevel.bevelSize = 1;
+    bevel.bevelDepth = setting.depth;
+    bevel.bevelCurve = setting.curve;
+    bevel.bevelBackside = setting.backside;
+    bevel.outsideBevel = setting.depth == 0 ? 0.0001f : 0.5f;
+    return options;
+}
+
+// Outlines of a glyph at 100 units for the larger extent, filled where the winding is positive.
+struct Reference {
+    std::vector<Outline> outlines;
+    double area = 0;
+    bool overlapping = false;
+};
+
+Reference ReferenceOf(const std::vector<std::vector<PathPoint>>& paths, int steps, double scale) {
+    Reference reference;
+    for (const auto& path : paths) {
+        Outline o = Flatten(path, steps);
+        for (Vec& p : o) p = {p.x * scale, p.y * scale};
+        reference.area += ShoelaceArea(o);
+        reference.outlines.push_back(std::move(o));
+    }
+    if (reference.area < 0)
+        for (Outline& o : reference.outlines) std::reverse(o.begin(), o.end());
+    reference.area = std::fabs(reference.area);
+    reference.overlapping = AnyCrossing(reference.outlines);
+    if (reference.overlapping) reference.area = Area(reference.outlines, Fill::Positive, 4000);
+    return reference;
+}
+
+void Check(const std::vector<std::vector<PathPoint>>& paths, const Setting& setting, const std::string& name,
+           Tally& tally) {
+    PathSet set;
+    set.paths = paths;
+    Point2 low{1e9f, 1e9f}, high{-1e9f, -1e9f};
+    for (const auto& path : paths)
+        for (const PathPoint& p : path) {
+            low = {std::min(low.x, p.position.x), std::min(low.y, p.position.y)};
+            high = {std::max(high.x, p.position.x), std::max(high.y, p.position.y)};
+        }
+    set.scale = 100 / std::max(high.x - low.x, high.y - low.y);
+    const ExtrusionOptions options = OptionsOf(setting);
+    ModelData model;
+    BuildExtrusion(model, set, options, {1, 1, 1});
+    const Solid solid = MeasureSolid(model);
+    ++tally.built;
+
+    const Reference reference = ReferenceOf(paths, kSteps[setting.resolution], Wide(set.scale));
+    const ShellMeasures shell = MeasureShells(options)[0];
+    const double cap = Wide(setting.depth == 0 ? shell.wall : shell.cap), wall = Wide(shell.wall);
+    std::vector<Outline> capOutlines, wallOutlines;
+    for (const Outline& o : reference.outlines) {
+        capOutlines.push_back(Mitred(o, cap));
+        wallOutlines.push_back(Mitred(o, wall));
+    }
+    tally.overlapping += reference.overlapping;
+    const auto fault = [&](int& count, const std::string& what) {
+        if (++count <= 3)
+            ADD_FAILURE() << name << " resolution " << setting.resolution << " depth " << setting.depth
+                          << " expand " << setting.expand << " curve " << setting.curve << " backside "
+                          << setting.backside << ": " << what;
+    };
+    if (!solid.finite) fault(tally.notFinite, "a number is not finite");
+    const bool fits = !reference.overlapping && !AnyCrossing(capOutlines) && !AnyCrossing(wallOutlines);
+    if (!fits) {
+        // Edges that run over each other: caps are what winds positively, whatever the walls do.
+        const double filled = Area(capOutlines, Fill::Positive, 2000);
+        ++tally.overExpanded;
+        if (std::fabs(solid.capArea - filled) > 0.02 * filled + 2)
+            fault(tally.capHoles, "cap " + std::to_string(solid.capArea) + " of " + std::to_string(filled));
+        return;
+    }
+    ++tally.held;
+    if (solid.triangles == 0) return fault(tally.empty, "nothing was built");
+    if (solid.unevenEdges != 0) fault(tally.open, std::to_string(solid.unevenEdges) + " edges are open");
+    if (!(solid.volume > 0)) fault(tally.inward, "volume " + std::to_string(solid.volume));
+    double expected = 0;
+    for (const Outline& o : capOutlines) expected += ShoelaceArea(o);
+    if (setting.expand == 0 && setting.depth != 0) expected = reference.area;
+    if (std::fabs(solid.capArea - expected) > 1e-3 * expected)
+        fault(tally.area, "cap " + std::to_string(solid.capArea) + " of " + std::to_string(expected));
+    const double thickness = Wide(shell.thickness);
+    if (setting.depth == 0 &&
+        std::fabs(solid.volume - solid.capArea * thickness) > 1e-3 * solid.capArea * thickness)
+        fault(tally.volume,
+              "volume " + std::to_string(solid.volume) + " of " + std::to_string(solid.capArea * thickness));
+    // The solid is centred on its box; so is the wall's outline, which is the wider one.
+    Vec boxLow{1e9, 1e9}, boxHigh{-1e9, -1e9};
+    for (const Outline& o : wallOutlines)
+        for (const Vec p : o) {
+            boxLow = {std::min(boxLow.x, p.x), std::min(boxLow.y, p.y)};
+            boxHigh = {std::max(boxHigh.x, p.x), std::max(boxHigh.y, p.y)};
+        }
+    double furthest = 0;
+    for (const auto& [x, y] : solid.places) {
+        const Vec p{Wide(x) + (boxLow.x + boxHigh.x) / 2, Wide(y) + (boxLow.y + boxHigh.y) / 2};
+        if (!Inside(wallOutlines, Fill::Positive, p))
+            furthest = std::max(furthest, DistanceTo(wallOutlines, p));
+    }
+    if (furthest > 0.1) fault(tally.outside, std::to_string(furthest) + " units outside of the outline");
+}
+
+TEST(Glyphs, SolidsAreClosedAndMeasureWhatTheirOutlinesDo) {
+    const bool all = std::getenv("VELORIN_ALL_GLYPHS") != nullptr;
+    FT_Library library = nullptr;
+    ASSERT_EQ(FT_Init_FreeType(&library), 0);
+    std::mt19937 random(20260711);
+    std::set<std::string> files;
+    Tally total;
+    for (const char* family : {"serif", "sans-serif", "monospace", "Nimbus Roman"}) {
+        const std::string file = FontFile(family);
+        FT_Face face = nullptr;
+        if (file.empty() || !files.insert(file).second || FT_New_Face(library, file.c_str(), 0, &face) != 0)
+            continue;
+        Tally tally;
+        for (unsigned long c = 0x21; c < 0x7F; ++c) {
+            const auto paths = GlyphPaths(face, c);
+            if (paths.empty()) continue;
+            const std::string name = std::string(family) + " '" + static_cast<char>(c) + "'";
+            for (int resolution = 0; resolution < 5; ++resolution)
+                for (const float depth : kDepths)
+                    for (const float expand : kExpands) {
+                        const float curve = static_cast<float>(random() % 5) * 0.5f - 1;
+                        const bool backside = random() % 2 == 0, drawn = random() % 100 == 0;
+                        if (all || drawn)
+                            Check(paths, {resolution, depth, expand, curve, backside}, name, tally);
+                    }
+        }
+        std::printf("%s: %d solids, %d held against their outlines, %d over-expanded or overlapping; faults: "
+                    "%d open, %d inward, %d volume, %d area, %d outside, %d not finite, %d holes in caps, "
+                    "%d empty\n",
+                    file.c_str(), tally.built, tally.held, tally.overExpanded, tally.open, tally.inward,
+                    tally.volume, tally.area, tally.outside, tally.notFinite, tally.capHoles, tally.empty);
+        EXPECT_EQ(tally.faults(), 0) << file;
+        total.built += tally.built, total.held += tally.held;
+        FT_Done_Face(face);
+    }
+    FT_Done_FreeType(library);
+    if (files.empty()) GTEST_SKIP() << "no font on this machine";
+    EXPECT_GT(total.held, total.built / 2);
+}
+
+} // namespace
+} // namespace velorin
