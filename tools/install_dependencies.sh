@@ -8,6 +8,7 @@ packages=(
   zlib1g-dev libpng-dev libopenexr-dev libimath-dev libjpeg62-turbo-dev libfreetype-dev libfontconfig-dev
   nlohmann-json3-dev libcli11-dev libgtest-dev libgmock-dev
   fonts-dejavu-core
+  libcairo2-dev poppler-utils qpdf # tests only: pages to read and the viewer they are held against
 )
 # What only some builds need: make bench, make fuzz, clang-format and clang-tidy.
 case "${1:-}" in

@@ -56,42 +56,66 @@ inline bool Filled(Fill rule, int winding) {
     return rule == Fill::NonZero ? winding != 0 : rule == Fill::EvenOdd ? winding % 2 != 0 : winding > 0;
 }
 
-// Calls visit(left, right) for each filled stretch of the line at height y.
-template <class F>
-void Spans(const std::vector<Outline>& outlines, Fill rule, double y, F&& visit) {
-    std::vector<std::pair<double, int>> crossings;
-    for (const Outline& outline : outlines)
-        for (std::size_t i = 0; i < outline.size(); ++i) {
-            const Vec a = outline[i], b = outline[(i + 1) % outline.size()];
+// The edges of outlines by the horizontal bands that they run through.
+class Scan {
+public:
+    Scan(const std::vector<Outline>& outlines, Fill rule, double bandHeight) : rule_(rule) {
+        for (const Outline& outline : outlines)
+            for (const Vec p : outline) low_ = std::min(low_, p.y), high_ = std::max(high_, p.y);
+        if (!(high_ > low_)) return;
+        height_ = std::max(bandHeight, (high_ - low_) / 100'000);
+        bands_.resize(band(high_) + 1);
+        for (const Outline& outline : outlines)
+            for (std::size_t i = 0; i < outline.size(); ++i) {
+                const Vec a = outline[i], b = outline[(i + 1) % outline.size()];
+                for (std::size_t k = band(std::min(a.y, b.y)); k <= band(std::max(a.y, b.y)); ++k)
+                    bands_[k].push_back({a, b});
+            }
+    }
+    [[nodiscard]] double low() const { return low_; }
+    [[nodiscard]] double high() const { return high_; }
+
+    // Calls visit(left, right) for each filled stretch of the line at height y.
+    template <class F>
+    void spans(double y, F&& visit) const {
+        if (!(y >= low_ && y <= high_)) return;
+        std::vector<std::pair<double, int>> crossings;
+        for (const auto& [a, b] : bands_[band(y)]) {
             if ((a.y <= y) == (b.y <= y)) continue;
             // Positive area (x towards y) has its left side, where y falls, wind up.
             crossings.emplace_back(a.x + (b.x - a.x) * (y - a.y) / (b.y - a.y), a.y > b.y ? 1 : -1);
         }
-    std::sort(crossings.begin(), crossings.end());
-    int winding = 0;
-    for (std::size_t k = 0; k + 1 < crossings.size(); ++k) {
-        winding += crossings[k].second;
-        if (Filled(rule, winding)) visit(crossings[k].first, crossings[k + 1].first);
+        std::sort(crossings.begin(), crossings.end());
+        int winding = 0;
+        for (std::size_t k = 0; k + 1 < crossings.size(); ++k) {
+            winding += crossings[k].second;
+            if (Filled(rule_, winding)) visit(crossings[k].first, crossings[k + 1].first);
+        }
     }
-}
 
-inline bool Inside(const std::vector<Outline>& outlines, Fill rule, Vec p) {
-    bool inside = false;
-    Spans(outlines, rule, p.y,
-          [&](double left, double right) { inside = inside || (p.x >= left && p.x <= right); });
-    return inside;
-}
+    [[nodiscard]] bool inside(Vec p) const {
+        bool found = false;
+        spans(p.y, [&](double left, double right) { found = found || (p.x >= left && p.x <= right); });
+        return found;
+    }
+
+private:
+    [[nodiscard]] std::size_t band(double y) const { return static_cast<std::size_t>((y - low_) / height_); }
+
+    Fill rule_;
+    double low_ = 1e30, high_ = -1e30, height_ = 1;
+    std::vector<std::vector<std::pair<Vec, Vec>>> bands_;
+};
 
 // Area by `lines` scan lines over the outlines' height; exact in x.
 inline double Area(const std::vector<Outline>& outlines, Fill rule, int lines) {
-    double low = 1e30, high = -1e30, sum = 0;
-    for (const Outline& outline : outlines)
-        for (const Vec p : outline) low = std::min(low, p.y), high = std::max(high, p.y);
-    if (!(high > low)) return 0;
-    const double step = (high - low) / lines;
+    const Scan scan(outlines, rule, 1);
+    if (!(scan.high() > scan.low())) return 0;
+    const double step = (scan.high() - scan.low()) / lines;
+    double sum = 0;
     for (int k = 0; k < lines; ++k)
-        Spans(outlines, rule, low + (k + 0.5) * step,
-              [&](double left, double right) { sum += (right - left) * step; });
+        scan.spans(scan.low() + (k + 0.5) * step,
+                   [&](double left, double right) { sum += (right - left) * step; });
     return sum;
 }
 
@@ -109,16 +133,14 @@ struct Picture {
 
 // The filled part of each cell; what is drawn twice counts once, as far as a cell can tell.
 inline void Paint(Picture& picture, const std::vector<Outline>& outlines, Fill rule, int linesPerCell = 16) {
-    double low = 1e30, high = -1e30;
-    for (const Outline& outline : outlines)
-        for (const Vec p : outline) low = std::min(low, p.y), high = std::max(high, p.y);
-    const int first = std::max(0, static_cast<int>(std::floor(low))),
-              last = std::min(picture.height, static_cast<int>(std::ceil(high)));
+    const Scan scan(outlines, rule, 1);
+    const int first = std::max(0, static_cast<int>(std::floor(scan.low()))),
+              last = std::min(picture.height, static_cast<int>(std::ceil(scan.high())));
     std::vector<double> row(static_cast<std::size_t>(picture.width));
     for (int y = first; y < last; ++y) {
         std::fill(row.begin(), row.end(), 0);
         for (int line = 0; line < linesPerCell; ++line)
-            Spans(outlines, rule, y + (line + 0.5) / linesPerCell, [&](double left, double right) {
+            scan.spans(y + (line + 0.5) / linesPerCell, [&](double left, double right) {
                 left = std::clamp(left, 0.0, static_cast<double>(picture.width));
                 right = std::clamp(right, 0.0, static_cast<double>(picture.width));
                 for (int x = static_cast<int>(left); x < right; ++x)

@@ -1,10 +1,10 @@
 #include "model/vector/PdfFont.h"
 
 #include "model/vector/PdfEncoding.h"
+#include "model/vector/SystemFonts.h"
 
 #include <algorithm>
 #include <cmath>
-#include <fontconfig/fontconfig.h>
 #include <ft2build.h>
 #include FT_FREETYPE_H
 #include FT_CID_H
@@ -13,6 +13,8 @@
 namespace velorin {
 
 namespace {
+
+constexpr std::size_t kMostCodeRanges = 100; // each is looked at for each code
 
 struct Library {
     FT_Library handle = nullptr;
@@ -23,37 +25,6 @@ struct Library {
         if (handle) FT_Done_FreeType(handle);
     }
 };
-
-// A file of an installed font that resembles the name; empty when the system has none.
-std::string SystemFontFile(std::string name, bool fixedPitch, bool serif) {
-    if (const std::size_t plus = name.find('+'); plus == 6) name.erase(0, 7); // the tag of a subset
-    const bool bold = name.find("Bold") != std::string::npos;
-    const bool italic = name.find("Italic") != std::string::npos || name.find("Oblique") != std::string::npos;
-    std::string family = name.substr(0, name.find_first_of("-,"));
-    if (family.ends_with("MT")) family.erase(family.size() - 2);
-    if (family == "TimesNewRoman" || family == "TimesNewRomanPS") family = "Times New Roman";
-    FcPattern* pattern = FcPatternCreate();
-    if (!pattern) return {};
-    FcPatternAddString(pattern, FC_FAMILY, reinterpret_cast<const FcChar8*>(family.c_str()));
-    FcPatternAddString(pattern, FC_FAMILY,
-                       reinterpret_cast<const FcChar8*>(fixedPitch ? "monospace"
-                                                        : serif    ? "serif"
-                                                                   : "sans-serif"));
-    FcPatternAddInteger(pattern, FC_WEIGHT, bold ? FC_WEIGHT_BOLD : FC_WEIGHT_REGULAR);
-    FcPatternAddInteger(pattern, FC_SLANT, italic ? FC_SLANT_ITALIC : FC_SLANT_ROMAN);
-    FcPatternAddBool(pattern, FC_OUTLINE, FcTrue);
-    FcConfigSubstitute(nullptr, pattern, FcMatchPattern);
-    FcDefaultSubstitute(pattern);
-    FcResult result = FcResultNoMatch;
-    FcPattern* match = FcFontMatch(nullptr, pattern, &result);
-    std::string file;
-    FcChar8* text = nullptr;
-    if (match && FcPatternGetString(match, FC_FILE, 0, &text) == FcResultMatch)
-        file = reinterpret_cast<const char*>(text);
-    if (match) FcPatternDestroy(match);
-    FcPatternDestroy(pattern);
-    return file;
-}
 
 // Gathers an outline as cubic contours, in units of the em.
 struct OutlineSink {
@@ -90,6 +61,21 @@ int CubicTo(const FT_Vector* c1, const FT_Vector* c2, const FT_Vector* to, void*
     auto& out = *static_cast<OutlineSink*>(sink);
     out.curve(out.at(c1), out.at(c2), out.at(to));
     return 0;
+}
+
+// A code as a character map writes it, high byte first; no bytes for what is no string.
+struct StringCode {
+    std::uint32_t value = 0;
+    int bytes = 0;
+};
+StringCode CodeOf(const PdfObject* object) {
+    StringCode code;
+    const auto* string = As<PdfString>(object);
+    code.bytes = string ? static_cast<int>(std::min<std::size_t>(string->bytes.size(), 4)) : 0;
+    for (int k = 0; k < code.bytes; ++k)
+        code.value =
+            (code.value << 8) | static_cast<unsigned char>(string->bytes[static_cast<std::size_t>(k)]);
+    return code;
 }
 
 } // namespace
@@ -171,6 +157,10 @@ void PdfFont::ReadComposite(const PdfDictionary* descendant) {
         cidIdentity_ = false;
         ReadCharacterMap(parser_.Decode(*stream));
     }
+    if (const auto* named = As<PdfName>(encoding))
+        unicodeCodes_ =
+            named->name.find("-UCS2") != std::string::npos || named->name.find("-UTF16") != std::string::npos;
+    if (const auto* map = parser_.Get<PdfStream>(font_, "ToUnicode")) ReadToUnicode(parser_.Decode(*map));
     if (codeRanges_.empty()) codeRanges_.push_back({0, 0xffff, 2});
     if (const auto* map =
             As<PdfStream>(parser_.Resolve(descendant ? descendant->raw("CIDToGIDMap") : nullptr)))
@@ -178,45 +168,100 @@ void PdfFont::ReadComposite(const PdfDictionary* descendant) {
     ReadCidWidths(descendant);
 }
 
-// "<00> <ff>" pairs of code spaces, and lines that map ranges or single codes to CIDs.
-void PdfFont::ReadCharacterMap(const std::string& text) {
+// Runs a character map: calls section(word, operands) at the end of each of its lists.
+template <class F>
+void PdfFont::RunCharacterMap(const std::string& text, F&& section) {
     PdfLexer lexer(text, 0, parser_.pool());
     std::vector<const PdfObject*> operands;
     std::string word;
-    const auto code = [](const PdfObject* object, int& bytes) {
-        std::uint32_t value = 0;
-        const auto* string = As<PdfString>(object);
-        bytes = string ? static_cast<int>(std::min<std::size_t>(string->bytes.size(), 4)) : 0;
-        for (int k = 0; k < bytes; ++k)
-            value = (value << 8) | static_cast<unsigned char>(string->bytes[static_cast<std::size_t>(k)]);
-        return value;
-    };
     while (!lexer.atEnd()) {
         if (const PdfObject* object = lexer.object(word, false)) {
             operands.push_back(object);
             if (operands.size() > 100'000) return;
             continue;
         }
-        int low = 0, high = 0;
+        section(word, operands);
+        operands.clear();
+    }
+}
+
+// "<00> <ff>" pairs of code spaces, and lines that map ranges or single codes to CIDs.
+void PdfFont::ReadCharacterMap(const std::string& text) {
+    RunCharacterMap(text, [&](const std::string& word, const std::vector<const PdfObject*>& operands) {
+        const auto cidOf = [](const PdfNumber* number) {
+            return static_cast<std::uint32_t>(std::clamp(number->value, 0.0, 65535.0));
+        };
         if (word == "endcodespacerange")
             for (std::size_t i = 0; i + 1 < operands.size(); i += 2) {
-                const std::uint32_t from = code(operands[i], low), to = code(operands[i + 1], high);
-                if (low > 0 && low == high) codeRanges_.push_back({from, to, low});
+                const StringCode from = CodeOf(operands[i]), to = CodeOf(operands[i + 1]);
+                if (from.bytes > 0 && from.bytes == to.bytes && codeRanges_.size() < kMostCodeRanges)
+                    codeRanges_.push_back({from.value, to.value, from.bytes});
             }
         if (word == "endcidrange")
             for (std::size_t i = 0; i + 2 < operands.size(); i += 3)
                 if (const auto* cid = As<PdfNumber>(operands[i + 2]))
-                    cidRanges_.push_back({code(operands[i], low), code(operands[i + 1], high),
-                                          static_cast<std::uint32_t>(std::clamp(cid->value, 0.0, 65535.0))});
+                    cidRanges_.push_back(
+                        {CodeOf(operands[i]).value, CodeOf(operands[i + 1]).value, cidOf(cid)});
         if (word == "endcidchar")
             for (std::size_t i = 0; i + 1 < operands.size(); i += 2)
                 if (const auto* cid = As<PdfNumber>(operands[i + 1])) {
-                    const std::uint32_t from = code(operands[i], low);
-                    cidRanges_.push_back(
-                        {from, from, static_cast<std::uint32_t>(std::clamp(cid->value, 0.0, 65535.0))});
+                    const std::uint32_t from = CodeOf(operands[i]).value;
+                    cidRanges_.push_back({from, from, cidOf(cid)});
                 }
-        operands.clear();
-    }
+    });
+    SortRanges(cidRanges_);
+}
+
+// The map for searching and copying; here it tells what a font of the system shall show. A code that stands
+// for several characters shows the first.
+void PdfFont::ReadToUnicode(const std::string& text) {
+    const auto character = [](const PdfObject* object) -> std::uint32_t {
+        const auto* string = As<PdfString>(object);
+        const auto unit = [&](std::size_t i) {
+            return static_cast<std::uint32_t>(static_cast<unsigned char>(string->bytes[i])) << 8 |
+                   static_cast<unsigned char>(string->bytes[i + 1]);
+        };
+        if (!string || string->bytes.size() < 2) return 0;
+        const std::uint32_t first = unit(0);
+        if ((first & 0xFC00) != 0xD800 || string->bytes.size() < 4) return first;
+        return 0x10000 + ((first & 0x3FF) << 10) + (unit(2) & 0x3FF);
+    };
+    RunCharacterMap(text, [&](const std::string& word, const std::vector<const PdfObject*>& operands) {
+        if (word == "endbfchar")
+            for (std::size_t i = 0; i + 1 < operands.size(); i += 2) {
+                const std::uint32_t from = CodeOf(operands[i]).value;
+                unicodeRanges_.push_back({from, from, character(operands[i + 1])});
+            }
+        if (word != "endbfrange") return;
+        for (std::size_t i = 0; i + 2 < operands.size(); i += 3) {
+            const std::uint32_t from = CodeOf(operands[i]).value, to = CodeOf(operands[i + 1]).value;
+            const auto* list = As<PdfArray>(operands[i + 2]);
+            if (!list) unicodeRanges_.push_back({from, to, character(operands[i + 2])});
+            for (std::size_t k = 0; list && k < list->items.size(); ++k) {
+                const auto code = static_cast<std::uint32_t>(from + k);
+                unicodeRanges_.push_back({code, code, character(list->items[k])});
+            }
+        }
+    });
+    SortRanges(unicodeRanges_);
+}
+
+void PdfFont::SortRanges(std::vector<MappedRange>& ranges) {
+    std::stable_sort(ranges.begin(), ranges.end(),
+                     [](const MappedRange& a, const MappedRange& b) { return a.low < b.low; });
+}
+
+// Of ranges that begin alike the one read last counts.
+std::optional<std::uint32_t> PdfFont::Mapped(const std::vector<MappedRange>& ranges, std::uint32_t code) {
+    const auto behind =
+        std::upper_bound(ranges.begin(), ranges.end(), code,
+                         [](std::uint32_t value, const MappedRange& range) { return value < range.low; });
+    if (behind == ranges.begin() || code > std::prev(behind)->high) return std::nullopt;
+    return std::prev(behind)->to + (code - std::prev(behind)->low);
+}
+
+std::uint32_t PdfFont::UnicodeOf(std::uint32_t code) const {
+    return Mapped(unicodeRanges_, code).value_or(unicodeCodes_ ? code : 0);
 }
 
 void PdfFont::ReadCidWidths(const PdfDictionary* descendant) {
@@ -265,8 +310,8 @@ void PdfFont::OpenProgram(const PdfDictionary* descriptor) {
         const std::string name = parser_.Name(font_, "BaseFont");
         const bool serif = (flags & 2) != 0 || name.find("Times") != std::string::npos;
         const bool fixed = (flags & 1) != 0 || name.find("Courier") != std::string::npos;
-        error = FT_New_Face(program_->library.handle, SystemFontFile(name, fixed, serif).c_str(), 0,
-                            &program_->face);
+        const FontFile file = FindSystemFont(name, fixed, serif);
+        error = FT_New_Face(program_->library.handle, file.path.c_str(), file.index, &program_->face);
         if (error == FT_Err_Unknown_File_Format) throw PdfError("ERROR: Unsupported font format.");
         if (error) throw PdfError("ERROR: Opening font file.");
     }
@@ -303,9 +348,7 @@ PdfFont::Code PdfFont::Next(std::string_view& text) const {
 
 std::uint32_t PdfFont::CidOf(std::uint32_t code) const {
     if (cidIdentity_) return code;
-    for (auto range = cidRanges_.rbegin(); range != cidRanges_.rend(); ++range)
-        if (code >= range->low && code <= range->high) return range->cid + (code - range->low);
-    return 0;
+    return Mapped(cidRanges_, code).value_or(0);
 }
 
 double PdfFont::Width(std::uint32_t code) const {
@@ -319,6 +362,12 @@ double PdfFont::Width(std::uint32_t code) const {
 
 std::uint32_t PdfFont::GlyphOf(std::uint32_t code) {
     if (!composite_) return GlyphOfSimple(code);
+    if (!embedded_) { // the numbers of its glyphs mean nothing to another font
+        const std::uint32_t character = UnicodeOf(code);
+        return character && FT_Select_Charmap(program_->face, FT_ENCODING_UNICODE) == 0
+                   ? FT_Get_Char_Index(program_->face, character)
+                   : 0;
+    }
     const std::uint32_t cid = CidOf(code);
     if (!program_->glyphOfCid.empty()) {
         const auto glyph = program_->glyphOfCid.find(cid);
@@ -362,7 +411,9 @@ const PdfContours& PdfFont::Outline(std::uint32_t code) {
     PdfContours& result = outlines_[code];
     if (!program_ || !program_->face) return result;
     FT_Face face = program_->face;
-    if (FT_Load_Glyph(face, GlyphOf(code), FT_LOAD_NO_SCALE | FT_LOAD_NO_BITMAP) != 0)
+    const std::uint32_t glyph = GlyphOf(code);
+    if (glyph == 0 && composite_ && !embedded_) return result;
+    if (FT_Load_Glyph(face, glyph, FT_LOAD_NO_SCALE | FT_LOAD_NO_BITMAP) != 0)
         throw PdfError("ERROR: Loading glyph.");
     if (face->glyph->format != FT_GLYPH_FORMAT_OUTLINE) throw PdfError("ERROR: Glyph has no outline.");
     OutlineSink sink;

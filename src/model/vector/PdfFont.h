@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -45,17 +46,24 @@ private:
         std::uint32_t low, high;
         int bytes;
     };
-    struct CidRange {
-        std::uint32_t low, high, cid;
+    struct MappedRange { // codes low to high stand for `to` and on
+        std::uint32_t low, high, to;
     };
 
     void ReadSimpleEncoding();
     void ReadSimpleWidths();
     void ReadComposite(const PdfDictionary* descendant);
+    template <class F>
+    void RunCharacterMap(const std::string& text, F&& section);
     void ReadCharacterMap(const std::string& text);
+    void ReadToUnicode(const std::string& text);
     void ReadCidWidths(const PdfDictionary* descendant);
     void OpenProgram(const PdfDictionary* descriptor);
+    static void SortRanges(std::vector<MappedRange>& ranges);
+    [[nodiscard]] static std::optional<std::uint32_t> Mapped(const std::vector<MappedRange>& ranges,
+                                                             std::uint32_t code);
     [[nodiscard]] std::uint32_t CidOf(std::uint32_t code) const;
+    [[nodiscard]] std::uint32_t UnicodeOf(std::uint32_t code) const;
     [[nodiscard]] std::uint32_t GlyphOf(std::uint32_t code);
     [[nodiscard]] std::uint32_t GlyphOfSimple(std::uint32_t code) const;
 
@@ -69,7 +77,8 @@ private:
     double defaultWidth_ = 0;
     bool hasWidths_ = false;
     std::vector<CodeRange> codeRanges_;
-    std::vector<CidRange> cidRanges_;
+    std::vector<MappedRange> cidRanges_, unicodeRanges_;
+    bool unicodeCodes_ = false; // the codes themselves are UTF-16
     std::string cidToGlyph_;
     bool cidIdentity_ = true;
     std::map<std::uint32_t, PdfContours> outlines_;

@@ -306,10 +306,10 @@ void Check(const std::vector<std::vector<PathPoint>>& paths, const Setting& sett
             boxHigh = {std::max(boxHigh.x, p.x), std::max(boxHigh.y, p.y)};
         }
     double furthest = 0;
+    const Scan wallArea(wallOutlines, Fill::Positive, 1);
     for (const auto& [x, y] : solid.places) {
         const Vec p{Wide(x) + (boxLow.x + boxHigh.x) / 2, Wide(y) + (boxLow.y + boxHigh.y) / 2};
-        if (!Inside(wallOutlines, Fill::Positive, p))
-            furthest = std::max(furthest, DistanceTo(wallOutlines, p));
+        if (!wallArea.inside(p)) furthest = std::max(furthest, DistanceTo(wallOutlines, p));
     }
     if (furthest > 0.1) fault(tally.outside, std::to_string(furthest) + " units outside of the outline");
 }

@@ -133,6 +133,29 @@ TEST(VectorFile, TextOfASystemFontHasItsHeightAndAdvance) {
     EXPECT_TRUE(Load(Page("BT /F1 100 Tf 3 Tr (I) Tj ET", resources, {font})).set.paths.empty()); // invisible
 }
 
+TEST(VectorFile, CompositeTextWithoutItsFontShowsItsCharacters) {
+    // The numbers of the missing font's glyphs are its own: what to show is told by the map to Unicode, or by
+    // codes that are characters themselves.
+    const std::string descendant = "<< /Type /Font /Subtype /CIDFontType2 /BaseFont /DejaVuSans /DW 1000 >>";
+    const auto load = [&](const std::string& encoding, const std::string& map, const std::string& text) {
+        const std::string font = "<< /Type /Font /Subtype /Type0 /BaseFont /DejaVuSans /Encoding /" +
+                                 encoding + " /DescendantFonts [6 0 R] /ToUnicode 7 0 R >>";
+        return Load(Page("BT /F1 100 Tf " + text + " Tj ET", "<< /Font << /F1 5 0 R >> >>",
+                         {font, descendant, Stream(map)}))
+            .set.paths;
+    };
+    const auto simple = Load(Page("BT /F1 100 Tf (I) Tj ET", "<< /Font << /F1 5 0 R >> >>",
+                                  {"<< /Type /Font /Subtype /TrueType /BaseFont /DejaVuSans >>"}))
+                            .set.paths;
+    if (simple.empty()) GTEST_SKIP() << "no font on this machine";
+    const std::string range = "1 beginbfrange <0007> <0009> <0048> endbfrange", // 8 is I
+        list = "1 beginbfrange <0007> <0008> [<0041> <0049>] endbfrange",
+                      single = "1 beginbfchar <0008> <0049> endbfchar";
+    for (const std::string& map : {range, list, single}) EXPECT_EQ(load("Identity-H", map, "<0008>"), simple);
+    EXPECT_EQ(load("UniGB-UTF16-H", "", "<0049>"), simple);
+    EXPECT_TRUE(load("Identity-H", "", "<0008>").empty());
+}
+
 TEST(VectorFile, FontsWithGlyphsAsContent) {
     const std::string font =
         "<< /Type /Font /Subtype /Type3 /FontMatrix [0.01 0 0 0.01 0 0] /CharProcs << /box 6 0 R >> "

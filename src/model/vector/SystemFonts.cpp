@@ -1,0 +1,60 @@
+#include "model/vector/SystemFonts.h"
+
+#include <fontconfig/fontconfig.h>
+#include <memory>
+
+namespace velorin {
+
+namespace {
+
+struct ConfigDeleter {
+    void operator()(FcConfig* config) const { FcConfigDestroy(config); }
+};
+struct PatternDeleter {
+    void operator()(FcPattern* pattern) const { FcPatternDestroy(pattern); }
+};
+using Pattern = std::unique_ptr<FcPattern, PatternDeleter>;
+
+// A configuration of our own: fontconfig's global one belongs to the process that we are a guest of, which we
+// may neither set up nor end.
+FcConfig* Configuration() {
+    static const std::unique_ptr<FcConfig, ConfigDeleter> config(FcInitLoadConfigAndFonts());
+    return config.get();
+}
+
+const FcChar8* Text(const char* text) {
+    return reinterpret_cast<const FcChar8*>(text);
+}
+
+} // namespace
+
+FontFile FindSystemFont(std::string name, bool fixedPitch, bool serif) {
+    if (const std::size_t plus = name.find('+'); plus == 6) name.erase(0, 7); // the tag of a subset
+    const bool bold = name.find("Bold") != std::string::npos;
+    const bool italic = name.find("Italic") != std::string::npos || name.find("Oblique") != std::string::npos;
+    std::string family = name.substr(0, name.find_first_of("-,"));
+    if (family.ends_with("MT")) family.erase(family.size() - 2);
+    if (family == "TimesNewRoman" || family == "TimesNewRomanPS") family = "Times New Roman";
+    FcConfig* const config = Configuration();
+    const Pattern pattern(config ? FcPatternCreate() : nullptr);
+    if (!pattern) return {};
+    FcPatternAddString(pattern.get(), FC_FAMILY, Text(family.c_str()));
+    FcPatternAddString(pattern.get(), FC_FAMILY,
+                       Text(fixedPitch ? "monospace"
+                            : serif    ? "serif"
+                                       : "sans-serif"));
+    FcPatternAddInteger(pattern.get(), FC_WEIGHT, bold ? FC_WEIGHT_BOLD : FC_WEIGHT_REGULAR);
+    FcPatternAddInteger(pattern.get(), FC_SLANT, italic ? FC_SLANT_ITALIC : FC_SLANT_ROMAN);
+    FcPatternAddBool(pattern.get(), FC_OUTLINE, FcTrue);
+    FcConfigSubstitute(config, pattern.get(), FcMatchPattern);
+    FcDefaultSubstitute(pattern.get());
+    FcResult result = FcResultNoMatch;
+    const Pattern match(FcFontMatch(config, pattern.get(), &result));
+    FcChar8* path = nullptr;
+    if (!match || FcPatternGetString(match.get(), FC_FILE, 0, &path) != FcResultMatch) return {};
+    FontFile file{reinterpret_cast<const char*>(path), 0};
+    if (FcPatternGetInteger(match.get(), FC_INDEX, 0, &file.index) != FcResultMatch) file.index = 0;
+    return file;
+}
+
+} // namespace velorin
