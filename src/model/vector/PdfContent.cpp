@@ -14,6 +14,8 @@ constexpr std::size_t kMostStates = 4096;          // saved by q
 constexpr std::size_t kMostOperands = 65536;       // before one operator
 constexpr std::size_t kMostOperators = 20'000'000; // of a page with all its forms
 constexpr std::size_t kMostPoints = 8'000'000;
+constexpr std::size_t kMostContent = 1u << 30; // bytes of streams, each as often as it runs
+constexpr std::size_t kMostFonts = 1024;
 
 } // namespace
 
@@ -34,14 +36,20 @@ void PdfContent::CountPoints(std::size_t more) {
     if (points_ > kMostPoints) throw PdfError("The page paints too many points.");
 }
 
+void PdfContent::CountOperator() {
+    if (++operators_ > kMostOperators) throw PdfError("The page runs too many operators.");
+}
+
 void PdfContent::Run(std::string_view content, const PdfDictionary* resources) {
     if (depth_ >= kDeepestForm) return;
     ++depth_;
     const PdfDictionary* outerResources = std::exchange(resources_, resources ? resources : resources_);
     const std::string_view outerContent = std::exchange(content_, content);
     const auto outerOperands = std::exchange(operands_, {});
-    const std::size_t outerStack = stack_.size();
-    // Objects of a stream's operands live only as long as it runs.
+    const std::size_t outerStack = std::exchange(stackBase_, stack_.size());
+    contentRead_ += content.size();
+    if (contentRead_ > kMostContent) throw PdfError("The page runs too many operators.");
+    // The objects of its operands live as long as an operator runs.
     PdfPool pool;
     PdfLexer lexer(content, 0, pool);
     std::string word;
@@ -50,14 +58,16 @@ void PdfContent::Run(std::string_view content, const PdfDictionary* resources) {
             if (operands_.size() < kMostOperands) operands_.push_back(object);
             continue;
         }
-        if (++operators_ > kMostOperators) throw PdfError("The page runs too many operators.");
+        CountOperator();
         RunOperator(word, lexer);
         operands_.clear();
+        pool.clear();
     }
-    if (stack_.size() > outerStack) {
-        state_ = stack_[outerStack];
-        stack_.resize(outerStack);
+    if (stack_.size() > stackBase_) {
+        state_ = stack_[stackBase_];
+        stack_.resize(stackBase_);
     }
+    stackBase_ = outerStack;
     resources_ = outerResources;
     content_ = outerContent;
     operands_ = outerOperands;
@@ -69,7 +79,7 @@ bool PdfContent::RunOperator(const std::string& name, PdfLexer& lexer) {
     if (name == "q") {
         if (stack_.size() < kMostStates) stack_.push_back(state_);
     } else if (name == "Q") {
-        if (!stack_.empty()) {
+        if (stack_.size() > stackBase_) { // a form gives back only what it saved itself
             state_ = stack_.back();
             stack_.pop_back();
         }
@@ -244,6 +254,7 @@ void PdfContent::SelectFont(const std::string& name, double size) {
     const auto* dictionary = parser_.Get<PdfDictionary>(fonts, name);
     if (!dictionary) return;
     auto [known, fresh] = fonts_.try_emplace(dictionary);
+    if (fonts_.size() > kMostFonts) throw PdfError("The page uses too many fonts.");
     if (fresh) {
         try {
             known->second = std::make_unique<PdfFont>(parser_, dictionary);
@@ -259,6 +270,7 @@ void PdfContent::ShowText(const std::string& bytes) {
     if (!text.font) return;
     std::string_view rest = bytes;
     while (!rest.empty()) {
+        CountOperator();
         const PdfFont::Code code = text.font->Next(rest);
         const double width = text.font->Width(code.value);
         if (text.mode != 3 && text.mode != 7) {
@@ -283,8 +295,7 @@ void PdfContent::ShowGlyph(std::uint32_t code, const Affine& toPage) {
         const State outer = state_;
         const Affine outerText = textMatrix_, outerLine = lineMatrix_;
         state_.matrix = Affine{m[0], m[1], m[2], m[3], m[4], m[5]}.then(toPage);
-        const std::string content = parser_.Decode(*procedure);
-        Run(content, parser_.Get<PdfDictionary>(font.dictionary(), "Resources"));
+        Run(Decoded(*procedure), parser_.Get<PdfDictionary>(font.dictionary(), "Resources"));
         state_ = outer;
         textMatrix_ = outerText, lineMatrix_ = outerLine;
         return;
@@ -307,6 +318,13 @@ void PdfContent::ShowGlyph(std::uint32_t code, const Affine& toPage) {
     }
 }
 
+// Forms are drawn again and again: each is unpacked once.
+const std::string& PdfContent::Decoded(const PdfStream& stream) {
+    const auto [known, fresh] = decoded_.try_emplace(&stream);
+    if (fresh) known->second = parser_.Decode(stream);
+    return known->second;
+}
+
 void PdfContent::RunForm(const std::string& name) {
     const auto* objects = parser_.Get<PdfDictionary>(resources_, "XObject");
     const auto* form = parser_.Get<PdfStream>(objects, name);
@@ -319,8 +337,7 @@ void PdfContent::RunForm(const std::string& name) {
         for (std::size_t k = 0; k < 6; ++k) m[k] = parser_.Number(matrix->items[k], 0);
         state_.matrix = Affine{m[0], m[1], m[2], m[3], m[4], m[5]}.then(state_.matrix);
     }
-    const std::string content = parser_.Decode(*form);
-    Run(content, parser_.Get<PdfDictionary>(form->dictionary, "Resources"));
+    Run(Decoded(*form), parser_.Get<PdfDictionary>(form->dictionary, "Resources"));
     state_ = outer;
     textMatrix_ = outerText, lineMatrix_ = outerLine;
 }

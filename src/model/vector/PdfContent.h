@@ -64,6 +64,8 @@ private:
     void RunForm(const std::string& name);
     void SkipInlineImage(PdfLexer& lexer, std::string_view content);
     void CountPoints(std::size_t more);
+    void CountOperator();
+    [[nodiscard]] const std::string& Decoded(const PdfStream& stream);
 
     [[nodiscard]] double operand(std::size_t fromEnd) const; // 0 is the last
     [[nodiscard]] std::string nameOperand() const;
@@ -80,7 +82,9 @@ private:
     bool open_ = false;          // path_.back() still grows
     std::unordered_map<const PdfDictionary*, std::unique_ptr<PdfFont>> fonts_;
     int depth_ = 0;
-    std::size_t points_ = 0, operators_ = 0;
+    std::unordered_map<const PdfStream*, std::string> decoded_;
+    std::size_t stackBase_ = 0; // states below belong to the stream that runs this one
+    std::size_t points_ = 0, operators_ = 0, contentRead_ = 0;
 };
 
 } // namespace velorin

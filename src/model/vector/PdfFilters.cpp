@@ -16,7 +16,7 @@ void CheckLimit(std::size_t size, std::size_t limit) {
     if (size > limit) throw PdfError("A stream of the file unpacks to too many bytes.");
 }
 
-std::string Ascii85(const std::string& in) {
+std::string Ascii85(const std::string& in, std::size_t limit) {
     std::string out;
     std::uint64_t group = 0;
     int count = 0;
@@ -31,6 +31,7 @@ std::string Ascii85(const std::string& in) {
         if (c == '~') break;
         if (c == 'z' && count == 0) {
             out.append(4, '\0');
+            CheckLimit(out.size(), limit);
             continue;
         }
         if (c == '<' && i + 1 < in.size() && in[i + 1] == '~') { // an opening mark that some writers add
@@ -178,8 +179,9 @@ std::string Unpredict(const std::string& in, const PdfPredictor& p) {
     const int colors = std::clamp(p.colors, 1, 32), bits = std::clamp(p.bitsPerComponent, 1, 16);
     const int columns = std::clamp(p.columns, 1, 1 << 24);
     const auto pixel = static_cast<std::size_t>(std::max(1, colors * bits / 8));
-    const std::size_t row =
-        (static_cast<std::size_t>(columns) * static_cast<std::size_t>(colors * bits) + 7) / 8;
+    // A row that is longer than all there is ends with it.
+    const std::size_t row = std::min(
+        (static_cast<std::size_t>(columns) * static_cast<std::size_t>(colors * bits) + 7) / 8, in.size() + 1);
     std::string out;
     if (p.predictor == 2) { // differences between neighbours, whole bytes only
         out = in;
@@ -217,7 +219,7 @@ std::string Unpredict(const std::string& in, const PdfPredictor& p) {
 
 std::string DecodeFilter(std::string_view filter, std::string bytes, const PdfPredictor& predictor,
                          std::size_t limit) {
-    if (filter == "ASCII85Decode" || filter == "A85") return Ascii85(bytes);
+    if (filter == "ASCII85Decode" || filter == "A85") return Ascii85(bytes, limit);
     if (filter == "ASCIIHexDecode" || filter == "AHx") return AsciiHex(bytes);
     if (filter == "RunLengthDecode" || filter == "RL") return RunLength(bytes, limit);
     if (filter == "FlateDecode" || filter == "Fl") return Unpredict(Flate(bytes, limit), predictor);

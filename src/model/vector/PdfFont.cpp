@@ -14,7 +14,9 @@ namespace velorin {
 
 namespace {
 
-constexpr std::size_t kMostCodeRanges = 100; // each is looked at for each code
+constexpr std::size_t kMostCodeRanges = 100;    // each is looked at for each code
+constexpr std::size_t kMostWidths = 1u << 20;   // also where a list names some again
+constexpr std::size_t kMostOutlines = 1u << 16; // that are kept
 
 struct Library {
     FT_Library handle = nullptr;
@@ -270,11 +272,12 @@ void PdfFont::ReadCidWidths(const PdfDictionary* descendant) {
     const auto* list = parser_.Get<PdfArray>(descendant, "W");
     if (!list) return;
     // "first [w w w]" or "first last w".
-    for (std::size_t i = 0; i + 1 < list->items.size();) {
+    std::size_t told = 0;
+    for (std::size_t i = 0; i + 1 < list->items.size() && told < kMostWidths;) {
         const double first = parser_.Number(list->items[i], -1);
         if (const auto* run = As<PdfArray>(parser_.Resolve(list->items[i + 1]))) {
             for (std::size_t k = 0;
-                 k < run->items.size() && first >= 0 && first + static_cast<double>(k) < 65536; ++k)
+                 k < run->items.size() && first >= 0 && first + static_cast<double>(k) < 65536; ++k, ++told)
                 widths_[static_cast<std::uint32_t>(first) + static_cast<std::uint32_t>(k)] =
                     parser_.Number(run->items[k], defaultWidth_);
             i += 2;
@@ -283,7 +286,7 @@ void PdfFont::ReadCidWidths(const PdfDictionary* descendant) {
         const double last = std::min(parser_.Number(list->items[i + 1], -1), 65535.0);
         const double width =
             i + 2 < list->items.size() ? parser_.Number(list->items[i + 2], defaultWidth_) : defaultWidth_;
-        for (double cid = std::max(0.0, first); first >= 0 && cid <= last; ++cid)
+        for (double cid = std::max(0.0, first); first >= 0 && cid <= last; ++cid, ++told)
             widths_[static_cast<std::uint32_t>(cid)] = width;
         i += 3;
     }
@@ -408,6 +411,7 @@ std::uint32_t PdfFont::GlyphOfSimple(std::uint32_t code) const {
 const PdfContours& PdfFont::Outline(std::uint32_t code) {
     const auto known = outlines_.find(code);
     if (known != outlines_.end()) return known->second;
+    if (outlines_.size() >= kMostOutlines) outlines_.clear();
     PdfContours& result = outlines_[code];
     if (!program_ || !program_->face) return result;
     FT_Face face = program_->face;

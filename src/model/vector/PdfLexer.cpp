@@ -94,7 +94,10 @@ bool PdfLexer::unsignedNumber(std::uint64_t& value) {
 }
 
 const PdfObject* PdfLexer::object(std::string& word, bool references) {
-    return objectAt(word, references, 0);
+    const std::size_t start = position_;
+    const PdfObject* result = objectAt(word, references, 0);
+    pool_.read(position_ - start);
+    return result;
 }
 
 const PdfObject* PdfLexer::objectAt(std::string& word, bool references, int depth) {

@@ -9,7 +9,7 @@
 
 namespace velorin {
 
-// Where objects live: addresses stay for the life of the document.
+// Where objects live: addresses stay until the pool is cleared or ends.
 class PdfPool {
 public:
     template <class T, class... Arguments>
@@ -21,9 +21,20 @@ public:
         return raw;
     }
 
+    void clear() { objects_.clear(); }
+
+    // Notes that so many characters were read: objects that overlap each other may be read many times, which
+    // no sound file asks for. Throws PdfError beyond all measure.
+    void read(std::size_t characters) {
+        read_ += characters;
+        if (read_ > kMostCharacters) throw PdfError("The objects of the file overlap each other.");
+    }
+
 private:
     static constexpr std::size_t kMostObjects = 4'000'000;
+    static constexpr std::size_t kMostCharacters = 1u << 29;
     std::deque<std::unique_ptr<PdfObject>> objects_;
+    std::size_t read_ = 0;
 };
 
 // Tokens and objects out of the text of a file or of a content stream.

@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -73,10 +74,21 @@ public:
     std::vector<std::pair<std::string, const PdfObject*>> entries;
     // The last entry of the name, null when there is none. References are not followed.
     [[nodiscard]] const PdfObject* raw(std::string_view name) const {
+        if (entries.size() > kShort) return indexed(name);
         for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry)
             if (entry->first == name) return entry->second;
         return nullptr;
     }
+
+private:
+    static constexpr std::size_t kShort = 32; // entries that are searched one by one
+    [[nodiscard]] const PdfObject* indexed(std::string_view name) const {
+        if (index_.empty()) // filled once: entries do not change after the dictionary was read
+            for (const auto& [key, value] : entries) index_[key] = value;
+        const auto found = index_.find(name);
+        return found == index_.end() ? nullptr : found->second;
+    }
+    mutable std::unordered_map<std::string_view, const PdfObject*> index_;
 };
 
 // A reference to an object by number.

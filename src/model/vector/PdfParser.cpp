@@ -79,6 +79,7 @@ bool PdfParser::ReadCrossReferences() {
 
 bool PdfParser::ReadTable(PdfLexer& lexer, const PdfDictionary*& trailer) {
     std::uint64_t first = 0, count = 0;
+    const std::size_t start = lexer.position();
     while (lexer.unsignedNumber(first)) {
         if (!lexer.unsignedNumber(count) || first + count > kMostObjectNumbers) return false;
         for (std::uint64_t i = 0; i < count; ++i) {
@@ -86,9 +87,10 @@ bool PdfParser::ReadTable(PdfLexer& lexer, const PdfDictionary*& trailer) {
             if (!lexer.unsignedNumber(offset) || !lexer.unsignedNumber(generation)) return false;
             const std::string state = lexer.word();
             if (state == "n")
-                places_.try_emplace(static_cast<std::uint32_t>(first + i), Place{offset, 0, false});
+                places_.try_emplace(static_cast<std::uint32_t>(first + i), Place{offset, false});
         }
     }
+    pool_.read(lexer.position() - start);
     if (!lexer.accept("trailer")) return false;
     std::string word;
     trailer = As<PdfDictionary>(lexer.object(word, true));
@@ -122,10 +124,8 @@ bool PdfParser::ReadReferenceStream(std::size_t offset, const PdfDictionary*& tr
             const std::string_view entry = std::string_view(data).substr(position, row);
             const std::uint64_t type = width[0] ? BigEndian(entry.substr(0, width[0])) : 1;
             const std::uint64_t second = BigEndian(entry.substr(width[0], width[1]));
-            const std::uint64_t third = BigEndian(entry.substr(width[0] + width[1]));
-            if (type == 1) places_.try_emplace(first + i, Place{second, 0, false});
-            if (type == 2)
-                places_.try_emplace(first + i, Place{second, static_cast<std::uint32_t>(third), true});
+            if (type == 1) places_.try_emplace(first + i, Place{second, false});
+            if (type == 2) places_.try_emplace(first + i, Place{second, true});
         }
     }
     return true;
@@ -148,7 +148,7 @@ void PdfParser::SearchObjects() {
         PdfLexer lexer(text_, i, pool_);
         std::uint64_t number = 0;
         if (lexer.unsignedNumber(number) && number <= kMostObjectNumbers)
-            places_[static_cast<std::uint32_t>(number)] = Place{i, 0, false};
+            places_[static_cast<std::uint32_t>(number)] = Place{i, false};
     }
     std::vector<std::uint32_t> numbers;
     for (const auto& [number, place] : places_) numbers.push_back(number);
@@ -167,7 +167,7 @@ void PdfParser::SearchObjects() {
             std::uint64_t inner = 0, offset = 0;
             if (!head.unsignedNumber(inner) || !head.unsignedNumber(offset)) break;
             if (inner <= kMostObjectNumbers)
-                places_.try_emplace(static_cast<std::uint32_t>(inner), Place{number, k, true});
+                places_.try_emplace(static_cast<std::uint32_t>(inner), Place{number, true});
             if (const auto* d = As<PdfDictionary>(Load(static_cast<std::uint32_t>(inner)));
                 d && Name(d, "Type") == "Catalog")
                 catalogue = d;
@@ -207,6 +207,7 @@ const PdfObject* PdfParser::ReadStream(PdfLexer& lexer, const PdfDictionary* dic
     }
     std::size_t end = text_.find("endstream", start);
     if (end == std::string_view::npos) end = text_.size();
+    pool_.read(end - start);
     return pool_.make<PdfStream>(dictionary, std::as_bytes(std::span(text_.data() + start, end - start)));
 }
 
@@ -241,24 +242,20 @@ const PdfObject* PdfParser::LoadFromStream(const Place& place, std::uint32_t num
             for (double k = 0; k < std::min(count, 100'000.0); ++k) {
                 std::uint64_t inner = 0, offset = 0;
                 if (!head.unsignedNumber(inner) || !head.unsignedNumber(offset)) break;
-                fresh->objects.emplace_back(static_cast<std::uint32_t>(inner),
-                                            static_cast<std::size_t>(std::max(0.0, first)) +
-                                                static_cast<std::size_t>(offset));
+                fresh->objects.try_emplace(
+                    static_cast<std::uint32_t>(inner),
+                    static_cast<std::size_t>(std::clamp(first, 0.0, 4e9)) +
+                        static_cast<std::size_t>(std::min<std::uint64_t>(offset, 1u << 31)));
             }
         }
         objectStreams_[place.offset] = std::move(fresh);
     }
     const ObjectStream& holder = *objectStreams_[place.offset];
-    const auto parse = [&](std::size_t offset) {
-        PdfLexer lexer(holder.text, offset, pool_);
-        std::string word;
-        return lexer.object(word, true);
-    };
-    if (place.index < holder.objects.size() && holder.objects[place.index].first == number)
-        return parse(holder.objects[place.index].second);
-    for (const auto& [inner, offset] : holder.objects)
-        if (inner == number) return parse(offset);
-    return nullptr;
+    const auto offset = holder.objects.find(number);
+    if (offset == holder.objects.end()) return nullptr;
+    PdfLexer lexer(holder.text, offset->second, pool_);
+    std::string word;
+    return lexer.object(word, true);
 }
 
 const PdfObject* PdfParser::Resolve(const PdfObject* object) {
@@ -328,24 +325,28 @@ const PdfDictionary* PdfParser::FirstPage(const PdfDictionary*& resources) {
     const auto* node = Get<PdfDictionary>(root, "Pages");
     // Depth first along the first kids; resources are inherited down the tree.
     struct Step {
-        const PdfDictionary* node;
+        const PdfArray* kids;
+        std::size_t next;
         const PdfDictionary* resources;
     };
-    std::vector<Step> waiting{{node, nullptr}};
+    std::vector<Step> path;
     std::unordered_set<const PdfDictionary*> seen;
-    while (!waiting.empty() && seen.size() < kMostPagesWalked) {
-        const Step step = waiting.back();
-        waiting.pop_back();
-        if (!step.node || !seen.insert(step.node).second) continue;
-        const auto* own = Get<PdfDictionary>(step.node, "Resources");
-        const PdfDictionary* here = own ? own : step.resources;
-        const auto* kids = Get<PdfArray>(step.node, "Kids");
-        if (!kids) {
-            resources = here;
-            return step.node;
+    const PdfDictionary* inherited = nullptr;
+    for (std::size_t looked = 0; looked < kMostPagesWalked; ++looked) {
+        if (node && seen.insert(node).second) {
+            const auto* own = Get<PdfDictionary>(node, "Resources");
+            inherited = own ? own : inherited;
+            const auto* kids = Get<PdfArray>(node, "Kids");
+            if (!kids) {
+                resources = inherited;
+                return node;
+            }
+            path.push_back({kids, 0, inherited});
         }
-        for (auto kid = kids->items.rbegin(); kid != kids->items.rend(); ++kid)
-            waiting.push_back({Dictionary(*kid), here});
+        while (!path.empty() && path.back().next >= path.back().kids->items.size()) path.pop_back();
+        if (path.empty()) return nullptr;
+        node = Dictionary(path.back().kids->items[path.back().next++]);
+        inherited = path.back().resources;
     }
     return nullptr;
 }

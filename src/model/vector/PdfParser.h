@@ -23,7 +23,7 @@ public:
         : parser_(parser), page_(page), resources_(resources) {}
 
     // The contours that the page paints, text as outlines, in page coordinates: points, y up. Tangents are
-    // relative to their points. Runs the page's content; what was gathered before an error is kept.
+    // relative to their points. Throws PdfError for a page beyond all measure.
     [[nodiscard]] std::vector<std::vector<PathPoint>> Paths() const;
 
 private:
@@ -68,12 +68,11 @@ public:
 private:
     struct Place {
         std::uint64_t offset = 0; // in the file, or the number of the object stream that holds it
-        std::uint32_t index = 0;  // in the object stream
         bool inStream = false;
     };
     struct ObjectStream {
         std::string text;
-        std::vector<std::pair<std::uint32_t, std::size_t>> objects; // number and offset in the text
+        std::unordered_map<std::uint32_t, std::size_t> objects; // offset in the text by number
     };
 
     [[nodiscard]] bool ReadCrossReferences();
