@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/Particle.h"
+#include "model/extrusion/PathSet.h"
 #include "render/DeformParameters.h"
 #include "render/ImageHeader.h"
 #include "services/NxMath.h"
@@ -234,6 +235,7 @@ struct FrameParams {
     Scene* scene = nullptr;             // borrowed; its models and materials are read during the frame
     RenderSettings* settings = nullptr; // borrowed; of the frame; SetRender sets its environment's channel
     std::array<const LayerTexture*, kLayerCount> layers{}; // "Custom Layer 1" to 10, borrowed; null: none
+    PathLayers pathLayers;                  // outlines of "Path Layer 1" to 15 at the sample's time
     std::shared_ptr<SurfaceCache> surfaces; // made by BuildFrame when empty; keep it over frames
 
     // Geometry that this instance holds, one use count each in the core's cache; null entries are free. Keep

@@ -28,12 +28,23 @@ struct Source {
     ImportOptions options;
     PrimitiveKind primitive = PrimitiveKind::None;
     PrimitiveParameters primitiveParameters;
-    std::uint32_t customPath = 0;
+    std::shared_ptr<const PathSet> outlines; // of a path layer
     ExtrusionOptions extrusion;
     std::vector<std::vector<PathPoint>> storedPaths;
     float storedPathScale = 1;
     bool storedPathClosed = true;
-    friend bool operator==(const Source&, const Source&) = default;
+    // Outlines are mostly the same object from frame to frame.
+    [[nodiscard]] bool SameOutlines(const Source& o) const {
+        return outlines == o.outlines || (outlines && o.outlines && *outlines == *o.outlines);
+    }
+    friend bool operator==(const Source& a, const Source& b) {
+        return a.kind == b.kind && a.path == b.path && a.modifiedTime == b.modifiedTime &&
+               a.fileSize == b.fileSize && a.noMaterials == b.noMaterials && a.options == b.options &&
+               a.primitive == b.primitive && a.primitiveParameters == b.primitiveParameters &&
+               a.extrusion == b.extrusion && a.storedPathScale == b.storedPathScale &&
+               a.storedPathClosed == b.storedPathClosed && a.storedPaths == b.storedPaths &&
+               a.SameOutlines(b);
+    }
 };
 
 bool IsFile(ModelType type) {
@@ -46,7 +57,7 @@ bool IsSameFile(const Source& a, const Source& b) {
            a.noMaterials == b.noMaterials && a.modifiedTime == b.modifiedTime && a.fileSize == b.fileSize;
 }
 
-Source SourceOf(const SceneModel& model, const std::string& path) {
+Source SourceOf(const SceneModel& model, const std::string& path, const PathLayers& layers) {
     Source source;
     source.kind = IsFile(model.type) ? ModelType::File : model.type;
     source.options = model;
@@ -67,7 +78,8 @@ Source SourceOf(const SceneModel& model, const std::string& path) {
         source.primitiveParameters = model.primitiveParameters;
     }
     if (IsExtrusion(model.type)) {
-        source.customPath = model.customPath;
+        if (model.type == ModelType::Extrusion && model.customPath < layers.size())
+            source.outlines = layers[model.customPath];
         source.extrusion = model;
         source.storedPaths = model.storedPaths;
         source.storedPathScale = model.storedPathScale;
@@ -77,12 +89,12 @@ Source SourceOf(const SceneModel& model, const std::string& path) {
 }
 
 // `path` takes the place of the model's.
-bool ReadSource(const SceneModel& model, const std::string& path, ModelData& data) {
+bool ReadSource(const SceneModel& model, const std::string& path, const PathLayers& layers, ModelData& data) {
     const std::string folder = model.context ? model.context->dataFolder : std::string();
-    if (path == model.path) return LoadModelData(model, folder, data);
+    if (path == model.path) return LoadModelData(model, folder, data, layers);
     SceneModel frame(model);
     frame.path = path;
-    return LoadModelData(frame, folder, data);
+    return LoadModelData(frame, folder, data, layers);
 }
 
 std::unique_ptr<MeshBuffers> Prepare(ModelData data, const Source& source) {
@@ -111,10 +123,11 @@ struct GeometryCache::State {
     std::deque<std::pair<Source, ModelData>> fresh;
 
     // Reads the source, or takes what was read of it.
-    bool Take(const SceneModel& model, const std::string& path, const Source& source, ModelData& data) {
+    bool Take(const SceneModel& model, const std::string& path, const Source& source,
+              const PathLayers& layers, ModelData& data) {
         const auto known = std::find_if(fresh.begin(), fresh.end(),
                                         [&](const auto& item) { return IsSameFile(item.first, source); });
-        if (known == fresh.end()) return ReadSource(model, path, data);
+        if (known == fresh.end()) return ReadSource(model, path, layers, data);
         data = std::move(known->second);
         fresh.erase(known);
         return true;
@@ -131,9 +144,9 @@ GeometryCache::GeometryCache() : state_(std::make_unique<State>()) {
 }
 GeometryCache::~GeometryCache() = default;
 
-MeshBuffers* GeometryCache::Find(const SceneModel& model, const std::string& path) {
+MeshBuffers* GeometryCache::Find(const SceneModel& model, const std::string& path, const PathLayers& layers) {
     if (model.type == ModelType::Folder) return nullptr;
-    const Source source = SourceOf(model, path);
+    const Source source = SourceOf(model, path, layers);
     const auto [first, last] = state_->byPath.equal_range(source.path);
     for (auto at = first; at != last; ++at)
         if (at->second.source == source) return at->second.mesh.get();
@@ -145,26 +158,29 @@ MeshBuffers* GeometryCache::Find(const SceneModel& model, const std::string& pat
     {
         VELORIN_PROFILE("Velorin::FindGeometry", "LoadModel");
         ModelData data;
-        if (state_->Take(model, path, source, data)) mesh = Prepare(std::move(data), source);
+        if (state_->Take(model, path, source, layers, data)) mesh = Prepare(std::move(data), source);
     }
     if (mesh) ++loaded_;
+    // Outlines that give nothing may pass with the frame.
+    if (!mesh && model.type == ModelType::Extrusion) return nullptr;
     return state_->byPath.emplace(source.path, State::Entry{source, std::move(mesh), 0})->second.mesh.get();
 }
 
 const ModelData* GeometryCache::Read(const SceneModel& model) {
     if (model.type == ModelType::Folder) return nullptr;
-    Source source = SourceOf(model, model.path);
+    Source source = SourceOf(model, model.path, {});
     auto& fresh = state_->fresh;
     const auto known = std::find_if(fresh.begin(), fresh.end(),
                                     [&](const auto& item) { return IsSameFile(item.first, source); });
     if (known != fresh.end()) return &known->second;
     ModelData data;
-    if (!ReadSource(model, model.path, data)) return nullptr;
+    if (!ReadSource(model, model.path, {}, data)) return nullptr;
     return &fresh.emplace_back(std::move(source), std::move(data)).second;
 }
 
-std::string GeometryCache::Key(const SceneModel& model, const std::string& path) const {
-    const Source source = SourceOf(model, path);
+std::string GeometryCache::Key(const SceneModel& model, const std::string& path,
+                               const PathLayers& layers) const {
+    const Source source = SourceOf(model, path, layers);
     std::string key = std::to_string(static_cast<unsigned>(source.kind)) + '|' + source.path;
     key += '|' + std::to_string(source.modifiedTime) + '|' + std::to_string(source.fileSize);
     if (IsFile(model.type)) return key;

@@ -15,7 +15,7 @@ class SceneModel;
 struct ModelData;
 
 // The meshes that all scenes of the process share, by what they are made from: the file with its time of last
-// change, the import settings, and the settings of generated kinds. Each has a count of uses; one that nobody
+// change, the import settings, the settings of generated kinds, and the outlines of an extrusion. Each has a count of uses; one that nobody
 // uses any more is freed. One thread at a time; needs no GL context.
 class GeometryCache {
 public:
@@ -24,10 +24,12 @@ public:
 
     // The mesh of a model, found or loaded; `path` takes the place of the model's (a file of a sequence).
     // Null for a folder and for what has no geometry; what failed is not tried again until its file changes.
-    // Does not count.
-    [[nodiscard]] MeshBuffers* Find(const SceneModel& model, const std::string& path);
+    // Does not count. `layers` has the outlines of extrusions.
+    [[nodiscard]] MeshBuffers* Find(const SceneModel& model, const std::string& path,
+                                    const PathLayers& layers);
     // Names what Find would give, for other caches.
-    [[nodiscard]] std::string Key(const SceneModel& model, const std::string& path) const;
+    [[nodiscard]] std::string Key(const SceneModel& model, const std::string& path,
+                                  const PathLayers& layers) const;
 
     // What a model's source holds before it is processed. Of a file it is kept until the next Find of the
     // model takes it or FreeUnused, so that it is read once. Null when there is no geometry.

@@ -95,9 +95,10 @@ struct Velorin::State : SurfaceSource {
     std::vector<bool> usedModels; // of the loadedModels of the instance at hand
     DrawScratch scratch;
     std::deque<DeformParameters> deforms;
+    PathLayers pathLayers; // of the instance whose particles are being built
 
     [[nodiscard]] std::string SurfaceKey(const SceneModel& model, const std::string& path) override {
-        return cache.Key(model, path);
+        return cache.Key(model, path, pathLayers);
     }
     [[nodiscard]] Vertices ReadSurface(const SceneModel& model, const std::string& path) override;
 
@@ -110,7 +111,7 @@ struct Velorin::State : SurfaceSource {
 
 SurfaceSource::Vertices Velorin::State::ReadSurface(const SceneModel& model, const std::string& path) {
     Vertices result;
-    const MeshBuffers* const mesh = cache.Find(model, path);
+    const MeshBuffers* const mesh = cache.Find(model, path, pathLayers);
     if (!mesh || mesh->empty()) return result;
     result.facts = FactsOf(*mesh);
     result.vertices = mesh->ReadVertices();
@@ -131,7 +132,7 @@ SurfaceSource::Vertices Velorin::State::ReadSurface(const SceneModel& model, con
 // The mesh of a model for an instance: its bit is set, and it is counted as a use when it is new to the
 // instance.
 MeshBuffers* Velorin::State::Use(FrameParams& params, const SceneModel& model, const std::string& path) {
-    MeshBuffers* const mesh = cache.Find(model, path);
+    MeshBuffers* const mesh = cache.Find(model, path, params.pathLayers);
     if (!mesh) return nullptr;
     auto& loaded = params.loadedModels;
     auto place = std::find(loaded.begin(), loaded.end(), mesh);
@@ -238,6 +239,7 @@ void Velorin::Shutdown() {
 bool Velorin::BuildFrame(FrameParams& params, Point3 cameraPosition, int group) {
     VELORIN_PROFILE("Velorin::BuildFrame", "BuildFrame");
     std::string refused;
+    state_->pathLayers = params.pathLayers;
     BuildParticles(params, *state_, cameraPosition, group, MemoryForArrays(), refused);
     if (refused.empty()) return true;
     ReportWarning(refused);

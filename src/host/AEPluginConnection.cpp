@@ -6,6 +6,7 @@
 #include "host/ParamTable.h"
 #include "host/ParamVisibility.h"
 #include "host/ParamsSetup.h"
+#include "host/PathLayers.h"
 #include "host/SceneValue.h"
 #include "host/api/Introspection.h"
 #include "platform/Clock.h"
@@ -150,6 +151,16 @@ void AEPluginConnection::UpdateParamsUI(PluginCall& call) {
         streams.SetHidden(static_cast<PF_ParamIndex>(paramIndex[row.diskId]), row.hidden);
 }
 
+// What the user sees next shows the layers as they are now.
+void AEPluginConnection::RefreshPathLayers(PluginCall& call) {
+    const std::scoped_lock lock(renderMutex_);
+    const PF_Handle handle = call.in_data->sequence_data;
+    const HandleLock sequence(call.utils(), handle);
+    const A_HandleSize size = sequence.memory() ? call.utils()->host_get_handle_size(handle) : 0;
+    if (SequenceRecord* record = live_.Find(handle, sequence.memory(), size))
+        ReadPathLayers(call, Rows(call), pluginId, record->params->pathLayers);
+}
+
 void AEPluginConnection::UserChangedParam(PluginCall& call) {
     struct Preset {
         int samples, multisampling;
@@ -160,6 +171,7 @@ void AEPluginConnection::UserChangedParam(PluginCall& call) {
 
     const auto* changed = static_cast<const PF_UserChangedParamExtra*>(call.extra);
     if (!changed || !call.params || paramIndex.empty()) return;
+    RefreshPathLayers(call);
     const auto index = [&](std::uint32_t id) { return static_cast<PF_ParamIndex>(paramIndex[id]); };
     const PF_ParamIndex preset = index(RowId("SSAO Quality Preset"));
     if (changed->param_index != preset || PassedValue(call, index(RowId("AO Mode"))) == 2) return;

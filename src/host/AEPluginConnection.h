@@ -73,10 +73,13 @@ private:
 
     // One frame (SmartRender.cpp, UnifiedRender.cpp).
     [[nodiscard]] ParamReader Rows(PluginCall& call) const;
+    void RefreshPathLayers(PluginCall& call);
     [[nodiscard]] PF_Err TakeImages(PluginCall& call, FrameImages& images);
     void FetchLayers(PluginCall& call, const ParamReader& rows, SequenceRecord& record);
     void RefreshScene(PluginCall& call, const ParamReader& rows, SequenceRecord& record);
     void ReadForFrame(PluginCall& call, SequenceRecord& record);
+    // The instance's rows and the outlines of its path layers, at the call's time.
+    void ReadSample(PluginCall& call, SequenceRecord& record);
     void RenderFrame(PluginCall& call, PF_Handle ownHandle, SequenceRecord& own, const FrameImages& images);
     void UnifiedRender(PluginCall& call, InstanceList& list, SequenceRecord& own, const FrameImages& images);
 

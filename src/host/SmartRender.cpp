@@ -7,6 +7,7 @@
 #include "host/InstanceList.h"
 #include "host/LayerInputs.h"
 #include "host/ParamTable.h"
+#include "host/PathLayers.h"
 #include "host/SceneValue.h"
 #include "host/SmartRects.h"
 #include "services/Profiler.h"
@@ -92,11 +93,17 @@ void AEPluginConnection::RefreshScene(PluginCall& call, const ParamReader& rows,
 }
 
 void AEPluginConnection::ReadForFrame(PluginCall& call, SequenceRecord& record) {
-    ParamReader rows = Rows(call);
+    const ParamReader rows = Rows(call);
     RefreshScene(call, rows, record);
     if (rows.Popup(RowId("Render Mode")) != static_cast<int>(RenderMode::Unified))
         record.frame = ReadFrameRecord(call, rows, velorin_->renderer->driver());
+    ReadSample(call, record);
+}
+
+void AEPluginConnection::ReadSample(PluginCall& call, SequenceRecord& record) {
+    ParamReader rows = Rows(call);
     ReadInstance(call, rows, record);
+    ReadPathLayers(call, rows, pluginId, record.params->pathLayers);
 }
 
 void AEPluginConnection::SmartRender(PluginCall& call) {

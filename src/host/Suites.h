@@ -31,6 +31,9 @@ VELORIN_SUITE(AEGP_LayerSuite8, kAEGPLayerSuite, kAEGPLayerSuiteVersion8);
 VELORIN_SUITE(AEGP_EffectSuite4, kAEGPEffectSuite, kAEGPEffectSuiteVersion4);
 VELORIN_SUITE(AEGP_StreamSuite4, kAEGPStreamSuite, kAEGPStreamSuiteVersion4);
 VELORIN_SUITE(AEGP_DynamicStreamSuite4, kAEGPDynamicStreamSuite, kAEGPDynamicStreamSuiteVersion4);
+VELORIN_SUITE(AEGP_MaskSuite6, kAEGPMaskSuite, kAEGPMaskSuiteVersion6);
+VELORIN_SUITE(AEGP_MaskOutlineSuite3, kAEGPMaskOutlineSuite, kAEGPMaskOutlineSuiteVersion3);
+VELORIN_SUITE(AEGP_TextLayerSuite1, kAEGPTextLayerSuite, kAEGPTextLayerSuiteVersion1);
 VELORIN_SUITE(AEGP_CameraSuite2, kAEGPCameraSuite, kAEGPCameraSuiteVersion2);
 VELORIN_SUITE(AEGP_LightSuite2, kAEGPLightSuite, kAEGPLightSuiteVersion2);
 

@@ -186,8 +186,7 @@ bool UnifiedFrame::SetUp() {
 bool UnifiedFrame::ReadPart(const Part& part) {
     VELORIN_PROFILE("AEPluginConnection::UnifiedRender", "ReadParams");
     if (part.own) {
-        ParamReader rows = owner_.Rows(call_);
-        ReadInstance(call_, rows, *part.record);
+        owner_.ReadSample(call_, *part.record);
         return true;
     }
     call_.err = list_.Ask(*part.entry, kGeneralRead, nullptr);

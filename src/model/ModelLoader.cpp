@@ -68,7 +68,7 @@ bool LoadBundleEntry(const BundlePath& place, const std::string& dataFolder, Mod
 }
 
 // A file is parsed once; what it gave is kept in the cache, with its materials or not at all.
-bool LoadFile(const SceneModel& model, const std::string& dataFolder, ModelData& data) {
+bool LoadFile(const SceneModel& model, const std::string& dataFolder, ModelData& data, const PathLayers&) {
     if (const auto place = SplitBundlePath(model.path)) return LoadBundleEntry(*place, dataFolder, data);
     const std::string path = ResolveModelPath(model.path, dataFolder);
     ModelCache* const cache = model.noMaterials ? nullptr : GetModelCache();
@@ -82,22 +82,36 @@ bool LoadFile(const SceneModel& model, const std::string& dataFolder, ModelData&
     return true;
 }
 
-bool LoadDefaultModel(const SceneModel&, const std::string&, ModelData& data) {
+bool LoadDefaultModel(const SceneModel&, const std::string&, ModelData& data, const PathLayers&) {
     return ReadModelRecord(DefaultModelRecord(), data);
 }
 
-bool LoadLayerPlane(const SceneModel&, const std::string&, ModelData& data) {
+bool LoadLayerPlane(const SceneModel&, const std::string&, ModelData& data, const PathLayers&) {
     data = MakeLayerPlane();
     return true;
 }
 
-bool LoadPrimitive(const SceneModel& model, const std::string&, ModelData& data) {
+bool LoadPrimitive(const SceneModel& model, const std::string&, ModelData& data, const PathLayers&) {
     BuildPrimitive(data, model.primitive, model.primitiveParameters);
     return !data.vertices.empty();
 }
 
+// An extrusion whose row gives nothing is empty, and told once.
+bool LoadExtrusion(const SceneModel& model, const std::string&, ModelData& data, const PathLayers& layers) {
+    const PathSet* const paths = model.customPath < layers.size() ? layers[model.customPath].get() : nullptr;
+    if (paths && !paths->paths.empty()) {
+        BuildExtrusion(data, *paths, model, {1, 1, 1});
+        return !data.vertices.empty();
+    }
+    ReportWarning("Extrusion \"" + model.name + "\" is empty: Path Layer " +
+                  std::to_string(model.customPath + 1) +
+                  (paths ? " has no closed outline." : " names no layer."));
+    return false;
+}
+
 // Stored paths go before the file that they came from.
-bool LoadPathExtrusion(const SceneModel& model, const std::string& dataFolder, ModelData& data) {
+bool LoadPathExtrusion(const SceneModel& model, const std::string& dataFolder, ModelData& data,
+                       const PathLayers&) {
     PathSet paths;
     if (!model.storedPaths.empty()) {
         paths.paths = model.storedPaths;
@@ -109,33 +123,26 @@ bool LoadPathExtrusion(const SceneModel& model, const std::string& dataFolder, M
     return !data.vertices.empty();
 }
 
-// Where each kind of model has its geometry from; null: no generator is at hand.
+// Where each kind of model has its geometry from.
 struct Source {
     ModelType type;
-    const char* name;
-    bool (*load)(const SceneModel& model, const std::string& dataFolder, ModelData& data);
+    bool (*load)(const SceneModel& model, const std::string& dataFolder, ModelData& data,
+                 const PathLayers& layers);
 };
 constexpr Source kSources[] = {
-    {ModelType::Default, "default model", LoadDefaultModel},
-    {ModelType::File, "file", LoadFile},
-    {ModelType::ImportedFile, "file", LoadFile},
-    {ModelType::Extrusion, "extrusion", nullptr},
-    {ModelType::LayerPlane, "layer plane", LoadLayerPlane},
-    {ModelType::Sequence, "sequence", LoadFile},
-    {ModelType::Primitive, "primitive", LoadPrimitive},
-    {ModelType::PathExtrusion, "path extrusion", LoadPathExtrusion},
+    {ModelType::Default, LoadDefaultModel},     {ModelType::File, LoadFile},
+    {ModelType::ImportedFile, LoadFile},        {ModelType::Extrusion, LoadExtrusion},
+    {ModelType::LayerPlane, LoadLayerPlane},    {ModelType::Sequence, LoadFile},
+    {ModelType::Primitive, LoadPrimitive},      {ModelType::PathExtrusion, LoadPathExtrusion},
 };
 
 } // namespace
 
-bool LoadModelData(const SceneModel& model, const std::string& dataFolder, ModelData& data) {
+bool LoadModelData(const SceneModel& model, const std::string& dataFolder, ModelData& data,
+                   const PathLayers& layers) {
     if (model.type == ModelType::Folder) return false;
-    for (const Source& source : kSources) {
-        if (source.type != model.type) continue;
-        if (source.load) return source.load(model, dataFolder, data);
-        Log("No generator for a model of kind \"%s\": %s", source.name, model.path.c_str());
-        return false;
-    }
+    for (const Source& source : kSources)
+        if (source.type == model.type) return source.load(model, dataFolder, data, layers);
     Log("Unknown kind of model: %u", static_cast<unsigned>(model.type));
     return false;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "model/ModelData.h"
+#include "model/extrusion/PathSet.h"
 
 #include <cstdint>
 #include <string>
@@ -10,9 +11,11 @@ namespace velorin {
 class SceneModel;
 
 // The one entry to geometry on the CPU: fills an empty ModelData by the model's kind. `dataFolder` is what a
-// relative path is joined to. False when there is no geometry; for a file that cannot be read the log has
-// "Failed to load model: <path>" and the warnings have one sentence with the file and the reason.
-[[nodiscard]] bool LoadModelData(const SceneModel& model, const std::string& dataFolder, ModelData& data);
+// relative path is joined to; `layers` are what an extrusion of text or masks is made from. False when there
+// is no geometry; for a file that cannot be read the log has "Failed to load model: <path>" and the warnings
+// have one sentence with the file and the reason.
+[[nodiscard]] bool LoadModelData(const SceneModel& model, const std::string& dataFolder, ModelData& data,
+                                 const PathLayers& layers = {});
 
 // How many model files this process has parsed, and how many came from the model cache in place of that.
 struct ModelLoadCounts {

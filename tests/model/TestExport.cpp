@@ -82,11 +82,11 @@ TEST(ExportObj, OnlyExtrusions) {
     const TemporaryFolder folder;
     std::string error;
     SceneModel primitive(ModelType::Primitive);
-    EXPECT_TRUE(ExportObj(primitive, "", folder.file("none.obj"), error));
+    EXPECT_TRUE(ExportObj(primitive, "", {}, folder.file("none.obj"), error));
     EXPECT_EQ(folder.entryCount(), 0u);
     SceneModel extrusion(ModelType::PathExtrusion);
     extrusion.storedPaths = {{{{0, 0}, {}, {}}, {{10, 0}, {}, {}}, {{10, 10}, {}, {}}, {{0, 10}, {}, {}}}};
-    ASSERT_TRUE(ExportObj(extrusion, "", folder.file("solid.obj"), error)) << error;
+    ASSERT_TRUE(ExportObj(extrusion, "", {}, folder.file("solid.obj"), error)) << error;
     EXPECT_THAT(ReadWhole(folder.file("solid.obj")), testing::HasSubstr("usemtl Material1\nf "));
 }
 

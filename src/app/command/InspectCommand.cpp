@@ -94,7 +94,7 @@ private:
         if (options_.what == "mesh") {
             ordered_json request{{"do", "mesh"}, {"prepared", options_.prepared}};
             if (!options_.model.empty()) request["model"] = options_.model;
-            return Ask(request, true);
+            return GoToFrame() && Ask(request, true);
         }
         if (options_.what == "devices") return Ask({{"do", "devices"}}, false);
         return ShowCaptured(options_.what);
@@ -144,12 +144,20 @@ private:
         return true;
     }
 
+    // Looks at the frame that was asked for.
+    bool GoToFrame() {
+        if (!Instance()) return Fail("the project has no effect");
+        const Composition& comp = session_.project.composition;
+        if (options_.frame >= comp.frameCount())
+            return Fail("the composition has " + std::to_string(comp.frameCount()) +
+                        " frames, counted from 0");
+        Instance()->comp->currentTime = options_.frame * comp.frameRate.step;
+        return true;
+    }
+
     // Renders a frame and shows what the plug-in kept of it.
     bool ShowCaptured(const std::string& what) {
-        if (!Instance()) return Fail("the project has no effect");
-        const int count = session_.project.composition.frameCount();
-        if (options_.frame >= count)
-            return Fail("the composition has " + std::to_string(count) + " frames, counted from 0");
+        if (!GoToFrame()) return false;
         ordered_json answer;
         if (!Answer({{"do", "capture"}, {"what", {what}}, {"group", options_.group}}, {}, answer))
             return false;

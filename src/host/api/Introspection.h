@@ -28,7 +28,8 @@ struct GeneralCall {
 //   captured        what the last capture kept: {"particles": [...], "draws": [...]}
 //   export *        "path": of an OBJ file, "group": 1..5 or 0 for all: written with materials and
 //                   textures as they stand at the call's time -> {}
-//   mesh            payload = flat document, "model": name, "prepared": bool -> the ModelData
+//   mesh            payload = flat document, "model": name, "prepared": bool -> the ModelData; extrusions of
+//                   text and masks need an instance, at whose time its path layers are read
 //   devices         GL and CL devices with their limits
 //   frame           of the last frame: {"stages": {name: ms}, "gl": {...}, "uploads": n, "programs": n,
 //                   "models": {"parsed": n, "cached": n} since the start, "warnings": [...]}; warnings are

@@ -4,9 +4,13 @@
 #include "core/document/AssetContext.h"
 #include "core/document/Scene.h"
 #include "core/document/SceneJson.h"
+#include "host/AEPluginConnection.h"
+#include "host/ParamReader.h"
+#include "host/PathLayers.h"
 #include "host/introspection/Request.h"
 #include "model/ModelLoader.h"
 #include "model/ModelTools.h"
+#include "services/Warnings.h"
 
 #include <algorithm>
 #include <string>
@@ -31,6 +35,13 @@ void ImportMaterials(Scene& scene, Velorin& core) {
         if (!HasNormals(*data) && model->normalMode == NormalMode::FromModel)
             model->normalMode = NormalMode::Auto;
     }
+}
+
+// What loading has said of a model, or at least its name.
+std::string WhyEmpty(const SceneModel& model) {
+    const std::vector<std::string> warnings = TakeWarnings();
+    if (warnings.empty()) return "the model \"" + model.name + "\" has no geometry";
+    return warnings.back().substr(0, warnings.back().find_last_not_of('.') + 1);
 }
 
 } // namespace
@@ -64,9 +75,13 @@ std::string AnswerMesh(const Request& request) {
         return name.empty() || model->name == name;
     });
     if (found == models.end()) return RequestError("the scene has no model \"" + name + "\"", "/model");
+    PathLayers layers;
+    if (request.call.in_data->effect_ref)
+        ReadPathLayers(request.call, ParamReader(request.call, request.effect.paramIndex),
+                       request.effect.pluginId, layers);
     ModelData data;
-    if (!LoadModelData(**found, request.assets.dataFolder, data))
-        return RequestError("the model \"" + (*found)->name + "\" has no geometry", "/model");
+    if (!LoadModelData(**found, request.assets.dataFolder, data, layers))
+        return RequestError(WhyEmpty(**found), "/model");
     if (!request.json.value("prepared", false)) return MeshJson(data);
     return MeshJson(PrepareMesh(std::move(data), **found));
 }

@@ -46,11 +46,11 @@ bool WriteBareObj(const ModelData& model, const std::string& path, std::string& 
     return out.Commit(error);
 }
 
-bool ExportObj(const SceneModel& model, const std::string& dataFolder, const std::string& path,
-               std::string& error) {
+bool ExportObj(const SceneModel& model, const std::string& dataFolder, const PathLayers& layers,
+               const std::string& path, std::string& error) {
     if (!IsExtrusion(model.type)) return true;
     ModelData data;
-    if (!LoadModelData(model, dataFolder, data)) {
+    if (!LoadModelData(model, dataFolder, data, layers)) {
         error = "Model " + model.name + " has no geometry to export to " + path + ".";
         return false;
     }

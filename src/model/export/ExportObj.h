@@ -1,6 +1,7 @@
 #pragma once
 
 #include "model/ModelData.h"
+#include "model/extrusion/PathSet.h"
 
 #include <string>
 
@@ -14,9 +15,9 @@ class SceneModel;
 // leaves the old one.
 [[nodiscard]] bool WriteBareObj(const ModelData& model, const std::string& path, std::string& error);
 
-// Builds the extrusion of a model of kind Extrusion or PathExtrusion afresh and writes it. For other kinds
-// nothing happens, and all is well.
-[[nodiscard]] bool ExportObj(const SceneModel& model, const std::string& dataFolder, const std::string& path,
-                             std::string& error);
+// Builds the extrusion of a model of kind Extrusion (from the outlines of `layers`) or PathExtrusion afresh
+// and writes it. For other kinds nothing happens, and all is well.
+[[nodiscard]] bool ExportObj(const SceneModel& model, const std::string& dataFolder, const PathLayers& layers,
+                             const std::string& path, std::string& error);
 
 } // namespace velorin
