@@ -15,8 +15,8 @@ class SceneModel;
 struct ModelData;
 
 // The meshes that all scenes of the process share, by what they are made from: the file with its time of last
-// change, the import settings, the settings of generated kinds, and the outlines of an extrusion. Each has a count of uses; one that nobody
-// uses any more is freed. One thread at a time; needs no GL context.
+// change, the import settings, the settings of generated kinds, and the outlines of an extrusion. Each has a
+// count of uses; one that nobody uses any more is freed. One thread at a time; needs no GL context.
 class GeometryCache {
 public:
     GeometryCache();

@@ -130,10 +130,10 @@ struct Source {
                  const PathLayers& layers);
 };
 constexpr Source kSources[] = {
-    {ModelType::Default, LoadDefaultModel},     {ModelType::File, LoadFile},
-    {ModelType::ImportedFile, LoadFile},        {ModelType::Extrusion, LoadExtrusion},
-    {ModelType::LayerPlane, LoadLayerPlane},    {ModelType::Sequence, LoadFile},
-    {ModelType::Primitive, LoadPrimitive},      {ModelType::PathExtrusion, LoadPathExtrusion},
+    {ModelType::Default, LoadDefaultModel},  {ModelType::File, LoadFile},
+    {ModelType::ImportedFile, LoadFile},     {ModelType::Extrusion, LoadExtrusion},
+    {ModelType::LayerPlane, LoadLayerPlane}, {ModelType::Sequence, LoadFile},
+    {ModelType::Primitive, LoadPrimitive},   {ModelType::PathExtrusion, LoadPathExtrusion},
 };
 
 } // namespace

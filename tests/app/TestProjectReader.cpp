@@ -145,6 +145,32 @@ TEST(ProjectReader, KeyframesStandWhereverANumberOrVectorDoes) {
     EXPECT_EQ(project.layers[0].masks[0].vertices[0].position.At(0.5), (Components{5, 10, 0, 0}));
 }
 
+TEST(ProjectReader, AMaskMovesAsAWhole) {
+    const Project project = ReadGood(R"({
+      "composition": {"frameRate": 25},
+      "layers": [{"masks": [{"vertices": {"keys": [
+          {"frame": 50, "value": [{"position": [30, 0]}, {"position": [0, 9], "in": [-4, 2]}]},
+          {"frame": 0, "value": [{"position": [10, 0], "out": [8, 0]}, {"position": [0, 5]}], "ease": "hold"},
+          {"frame": 25, "value": [{"position": [10, 0]}, {"position": [0, 5]}]}]}}]}]})");
+    const std::vector<MaskVertex>& vertices = project.layers[0].masks[0].vertices;
+    ASSERT_EQ(vertices.size(), 2U);
+    EXPECT_EQ(vertices[0].position.At(1.5), (Components{20, 0, 0, 0}));
+    EXPECT_EQ(vertices[0].out.At(0.9), (Components{8, 0, 0, 0})); // held
+    EXPECT_EQ(vertices[1].in.At(1.5), (Components{-2, 1, 0, 0}));
+
+    const auto fault = [](const std::string& value) {
+        Diagnostics diagnostics;
+        EXPECT_FALSE(Read(R"({"layers": [{"masks": [{"vertices": )" + value + "}]}]}", diagnostics));
+        return diagnostics.errors.empty() ? std::string() : diagnostics.errors.front();
+    };
+    EXPECT_THAT(fault(R"({"keys": [{"frame": 0, "value": [{}]}, {"frame": 1, "value": []}]})"),
+                testing::HasSubstr("all keyframes of a mask have as many vertices"));
+    EXPECT_THAT(
+        fault(R"({"keys": [{"frame": 0, "value": [{"in": {"keys": [{"frame": 0, "value": [0, 0]}]}}]}]})"),
+        testing::HasSubstr("no keyframes of their own"));
+    EXPECT_THAT(fault("7"), testing::HasSubstr("layers[0].masks[0].vertices: expected a list of vertices"));
+}
+
 TEST(ProjectReader, FrameRatesAreFractionsWithWholeUnitsBetweenFrames) {
     struct Case {
         double rate;

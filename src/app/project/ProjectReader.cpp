@@ -1,6 +1,7 @@
 #include "app/project/ProjectReader.h"
 
 #include "app/project/Json.h"
+#include "app/project/MaskReader.h"
 #include "app/project/ObjectReader.h"
 
 #include "services/MappedFile.h"
@@ -143,29 +144,6 @@ private:
         project_.lights.push_back(std::move(light));
     }
 
-    void ReadMasks(ObjectReader& layerReader, const std::string& place, std::vector<Mask>& masks) {
-        const JsonNode* list = layerReader.Member("masks", JsonKind::Array);
-        if (!list) return;
-        for (const JsonNode& node : list->items) {
-            const std::string maskPlace = place + ".masks[" + std::to_string(masks.size()) + "]";
-            ObjectReader reader(source_, node, maskPlace, clock_);
-            Mask& mask = masks.emplace_back();
-            reader.Read("closed", mask.closed);
-            if (const JsonNode* vertices = reader.Member("vertices", JsonKind::Array))
-                for (const JsonNode& vertexNode : vertices->items) {
-                    ObjectReader vertex(source_, vertexNode,
-                                        maskPlace + ".vertices[" + std::to_string(mask.vertices.size()) + "]",
-                                        clock_);
-                    MaskVertex& v = mask.vertices.emplace_back();
-                    vertex.Read("position", v.position, 2);
-                    vertex.Read("in", v.in, 2);
-                    vertex.Read("out", v.out, 2);
-                    vertex.Finish();
-                }
-            reader.Finish();
-        }
-    }
-
     void ReadText(ObjectReader& reader, Layer& layer) {
         reader.Read("text", layer.text);
         reader.Read("font", layer.font);
@@ -212,7 +190,7 @@ private:
         reader.Read("rotation", layer.rotation, 3);
         reader.Read("orientation", layer.orientation, 3);
         reader.Read("opacity", layer.opacity, 1, {0, 100});
-        ReadMasks(reader, place, layer.masks);
+        ReadMasks(source_, reader, clock_, layer.masks);
         reader.Finish();
         for (const Layer& other : project_.layers)
             if (other.name == layer.name)
