@@ -89,14 +89,14 @@ bool MakeFloors(const std::filesystem::path& folder) {
         for (int i = 0; i < 5; ++i)
             Stand(shadows, {1.25f * static_cast<float>(i - 2), row == 0 ? 1.2f : -1.1f},
                   {half[row][i], depth[row][i]});
-    const bool good = PaintFloor(folder / "primitives_floor.png", 16, 12, {0.88f, 0.86f, 0.83f}, shadows);
+    const bool good = PaintFloor(folder / "primitives_floor.png", 16, 12, {0.76f, 0.74f, 0.72f}, shadows);
     shadows.clear();
     for (int i = 0; i < 13; ++i) {
         const int row = i < 7 ? 0 : 1;
         const float x = row == 0 ? static_cast<float>(i - 3) : static_cast<float>(i - 7) - 2.5f;
-        Stand(shadows, {x * 1.02f, row == 0 ? 0.8f : -0.8f}, {0.3f, 0.3f});
+        Stand(shadows, {x * 1.02f, row == 0 ? 0.8f : -0.8f}, {0.36f, 0.36f});
     }
-    return PaintFloor(folder / "mappings_floor.png", 16, 12, {0.30f, 0.34f, 0.40f}, shadows) && good;
+    return PaintFloor(folder / "mappings_floor.png", 20, 16, {0.30f, 0.34f, 0.40f}, shadows) && good;
 }
 
 Point3 Hue(float hue, float saturation, float value) {
@@ -157,7 +157,7 @@ bool MakePawn(const std::filesystem::path& folder) {
                 {15.8f, 10}, {15.4f, 12},    {13.2f, 15},   {10.4f, 21},    {8.4f, 28},    {7.4f, 34},
                 {7.8f, 37},  {11.8f, 38.2f}, {13, 39.8f},   {11.8f, 41.4f}, {8.2f, 42.6f}, {9.6f, 45},
                 {12.2f, 49}, {12.8f, 53.4f}, {11, 58.6f},   {7, 62.4f},     {3, 64},       {0, 64.4f}},
-               64, 96, {}, {4, 3});
+               40, 60, {}, {4, 3});
     return pawn.write(folder / "pawn.obj", "A pawn of chess, turned");
 }
 
