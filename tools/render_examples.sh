@@ -7,7 +7,7 @@ mkdir -p "$out"
 # The frame of a still: that which shows most of an animation, else the first.
 frame_of() {
   case $1 in
-    mark) echo 46 ;;
+    mark) echo 38 ;;
     exploded) echo 60 ;;
     *) echo 0 ;;
   esac
