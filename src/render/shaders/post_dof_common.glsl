@@ -19,7 +19,11 @@ float focusAmount(vec3 viewPosition) {
     return length(imagePoint(moved) - imagePoint(plain));
 }
 
-vec3 viewPositionAt(vec2 uv) { return textureLod(propertyTexture, uv, 0.0).gba; }
+// Of the nearest texel: between a surface and nothing there is no place in the middle.
+vec3 viewPositionAt(vec2 uv) {
+    ivec2 last = textureSize(propertyTexture, 0) - 1;
+    return texelFetch(propertyTexture, clamp(ivec2(floor(uv / texelSize)), ivec2(0), last), 0).gba;
+}
 
 // What is nearer than this is nothing: the cleared buffer.
 const float kNearest = -0.1;
