@@ -21,7 +21,7 @@ void main() {
             if (reach > outer) continue;
             vec2 uv = texCoords + vec2(x, y) * texelSize;
             // What is sharp gives nothing to its neighbours, and keeps its own colour.
-            float weight = max(factorAt(uv), reach > 0.0 ? 0.0 : 0.0001);
+            float weight = max(factorAt(uv), reach > 0.0 ? 0.0 : 0.01);
             // The ring between the whole radii counts by the fraction.
             if (reach > size) weight *= factor - size;
             color += textureLod(colorTexture, uv, 0.0) * weight;
