@@ -13,8 +13,8 @@ struct Plane {
     Point3 normal; // unit or zero
     float weight;  // twice the area
 };
-Plane PlaneOf(const ModelVertex& a, const ModelVertex& b, const ModelVertex& c) {
-    const Point3 e1 = b.position - a.position, e2 = c.position - a.position;
+Plane PlaneOf(Point3 a, Point3 b, Point3 c) {
+    const Point3 e1 = b - a, e2 = c - a;
     return {Normalized(Cross(Normalized(e1), Normalized(e2))), Length(Cross(e1, e2))};
 }
 
@@ -51,39 +51,57 @@ public:
         : vertices_(vertices),
           triangles_(triangles),
           limit_(std::cos(thresholdDegrees * kRadiansPerDegree)),
+          unshared_(IsUnshared(triangles)),
           byPlace_(SortCorners(vertices, triangles)) {
-        planes_.reserve(triangles.size());
-        for (const Triangle& t : triangles)
-            planes_.push_back(PlaneOf(vertices[t[0]], vertices[t[1]], vertices[t[2]]));
+        ReserveLarge(planes_, triangles.size());
+        // The places' positions lie closer together than the vertices'.
+        const std::vector<Point3>& at = byPlace_.positions;
+        for (std::size_t c = 0; c < 3 * triangles.size(); c += 3)
+            planes_.push_back(
+                PlaneOf(at[byPlace_.place[c]], at[byPlace_.place[c + 1]], at[byPlace_.place[c + 2]]));
     }
 
     void Run() {
-        // The vertices' own sums first, in place of their normals, then the corners' in an array beside.
-        std::vector<Point3> own(3 * triangles_.size());
-        for (const Triangle& t : triangles_)
-            for (const std::uint32_t index : t) vertices_[index].normal = {};
-        for (std::size_t t = 0; t < triangles_.size(); ++t)
-            for (const std::uint32_t index : triangles_[t])
-                vertices_[index].normal += planes_[t].normal * planes_[t].weight;
-        for (std::size_t c = 0; c < own.size(); ++c) own[c] = vertices_[triangles_[c / 3][c % 3]].normal;
-        for (const Triangle& t : triangles_)
-            for (const std::uint32_t index : t) vertices_[index].normal = {};
+        if (!unshared_) SumShared();
         for (std::size_t place = 0; place + 1 < byPlace_.first.size(); ++place) {
             const std::span corners(byPlace_.corners.data() + byPlace_.first[place],
                                     byPlace_.first[place + 1] - byPlace_.first[place]);
             if (corners.size() <= kManyCorners)
-                SumPairs(corners, own);
+                SumPairs(corners);
             else
-                SumCells(corners, own);
+                SumCells(corners);
         }
+        if (unshared_) return;
         for (const Triangle& t : triangles_)
             for (const std::uint32_t index : t) vertices_[index].normal = Normalized(vertices_[index].normal);
     }
 
 private:
-    Point3& NormalOf(std::uint32_t corner) { return vertices_[triangles_[corner / 3][corner % 3]].normal; }
+    // The vertices' own sums, in place of their normals, and then of their corners beside.
+    void SumShared() {
+        ReserveLarge(own_, 3 * triangles_.size());
+        for (const Triangle& t : triangles_)
+            for (const std::uint32_t index : t) vertices_[index].normal = {};
+        for (std::size_t t = 0; t < triangles_.size(); ++t)
+            for (const std::uint32_t index : triangles_[t])
+                vertices_[index].normal += planes_[t].normal * planes_[t].weight;
+        for (const Triangle& t : triangles_)
+            for (const std::uint32_t index : t) own_.push_back(vertices_[index].normal);
+        for (const Triangle& t : triangles_)
+            for (const std::uint32_t index : t) vertices_[index].normal = {};
+    }
+    // What the triangles of the corner's vertex add up to.
+    [[nodiscard]] Point3 Own(std::uint32_t corner) const {
+        if (!unshared_) return own_[corner];
+        const Plane& plane = planes_[corner / 3];
+        return plane.normal * plane.weight;
+    }
+    void Give(std::uint32_t corner, Point3 sum) {
+        Point3& normal = vertices_[triangles_[corner / 3][corner % 3]].normal;
+        normal = unshared_ ? Normalized(sum) : normal + sum;
+    }
 
-    void SumPairs(std::span<const std::uint32_t> corners, const std::vector<Point3>& own) {
+    void SumPairs(std::span<const std::uint32_t> corners) {
         for (const std::uint32_t corner : corners) {
             const Point3 normal = planes_[corner / 3].normal;
             Point3 sum;
@@ -91,12 +109,12 @@ private:
                 const Plane& plane = planes_[other / 3];
                 // At an angle of the threshold or more the other side does not count: the own one does,
                 // again.
-                sum += Dot(normal, plane.normal) <= limit_ ? own[corner] : plane.normal * plane.weight;
+                sum += Dot(normal, plane.normal) <= limit_ ? Own(corner) : plane.normal * plane.weight;
             }
-            NormalOf(corner) += sum;
+            Give(corner, sum);
         }
     }
-    void SumCells(std::span<const std::uint32_t> corners, const std::vector<Point3>& own) {
+    void SumCells(std::span<const std::uint32_t> corners) {
         DirectionCells cells;
         for (const std::uint32_t corner : corners) cells.Add(planes_[corner / 3]);
         std::vector<std::pair<Point3, Point3>> used; // direction, sum
@@ -105,16 +123,18 @@ private:
         for (const std::uint32_t corner : corners) {
             Point3 sum;
             for (const auto& [direction, weighted] : used)
-                sum += Dot(planes_[corner / 3].normal, direction) <= limit_ ? own[corner] : weighted;
-            NormalOf(corner) += sum;
+                sum += Dot(planes_[corner / 3].normal, direction) <= limit_ ? Own(corner) : weighted;
+            Give(corner, sum);
         }
     }
 
     std::span<ModelVertex> vertices_;
     std::span<const Triangle> triangles_;
-    float limit_; // cosine of the threshold
+    float limit_;   // cosine of the threshold
+    bool unshared_; // every vertex has one corner
     CornersByPlace byPlace_;
     std::vector<Plane> planes_;
+    std::vector<Point3> own_; // one a corner; empty for an unshared mesh
 };
 
 } // namespace

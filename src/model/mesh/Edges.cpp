@@ -2,6 +2,7 @@
 #include "model/mesh/PositionPlaces.h"
 
 #include <algorithm>
+#include <array>
 
 namespace velorin {
 
@@ -27,13 +28,30 @@ constexpr std::uint32_t MixBits32(std::uint32_t h) {
 } // namespace
 
 void EdgeConnector::Connect(std::span<ModelVertex> vertices, std::span<const Triangle> triangles) {
-    for (const Triangle& triangle : triangles) {
-        for (const std::uint32_t index : triangle) {
-            const std::uint32_t cell = CellOf(vertices[index].position, half_);
-            // Different cells have different hashes.
-            const std::uint32_t first =
-                cells_.FindOrAdd(MixBits32(cell), index, [](std::uint32_t) { return true; });
-            vertices[index].position = vertices[first].position;
+    constexpr std::size_t kTriangles = IndexTable::kTogether / 3;
+    std::array<std::uint32_t, IndexTable::kTogether> hashes;
+    for (std::size_t begin = 0; begin < triangles.size(); begin += kTriangles) {
+        const auto block = triangles.subspan(begin, std::min(kTriangles, triangles.size() - begin));
+        std::size_t corner = 0;
+        for (const Triangle& triangle : block) {
+            for (const std::uint32_t index : triangle) {
+                // Different cells have different hashes.
+                hashes[corner] = MixBits32(CellOf(vertices[index].position, half_));
+                cells_.Prefetch(hashes[corner++]);
+            }
+        }
+        corner = 0;
+        for (const Triangle& triangle : block) {
+            for (const std::uint32_t index : triangle) {
+                const auto fresh = static_cast<std::uint32_t>(positions_.size());
+                const std::uint32_t cell =
+                    cells_.FindOrAdd(hashes[corner++], fresh, [](std::uint32_t) { return true; });
+                Point3& position = vertices[index].position;
+                if (cell == fresh)
+                    positions_.push_back(position);
+                else if (!(position == positions_[cell])) // what is not written need not go back to memory
+                    position = positions_[cell];
+            }
         }
     }
 }
@@ -82,8 +100,8 @@ void FillEdges(std::span<const ModelVertex> vertices, std::span<const HardEdge> 
 
 std::vector<Point3> AdjacentNormals(std::span<const ModelVertex> vertices) {
     const Places places = FindPlaces(vertices.size(), [&](std::uint32_t i) { return vertices[i].position; });
-    std::vector<Point3> sums(places.count);
-    std::vector<std::uint32_t> counts(places.count);
+    std::vector<Point3> sums(places.count());
+    std::vector<std::uint32_t> counts(places.count());
     for (std::size_t i = 0; i < vertices.size(); ++i) {
         sums[places.place[i]] += vertices[i].normal;
         ++counts[places.place[i]];

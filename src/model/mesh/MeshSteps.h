@@ -29,7 +29,8 @@ public:
 
 private:
     Point3 half_;
-    IndexTable cells_; // the first vertex of each cell
+    IndexTable cells_;              // numbers of the cells that were met
+    std::vector<Point3> positions_; // of the first vertex of each
 };
 
 // An edge between two triangles that meet at its positions with vertices of different normals.

@@ -1,6 +1,7 @@
 #include "model/mesh/MeshSteps.h"
 #include "model/mesh/PositionPlaces.h"
 
+#include <algorithm>
 #include <array>
 
 namespace velorin {
@@ -24,24 +25,55 @@ std::uint32_t Hash(const Key& key) {
 } // namespace
 
 void OptimizeMesh(std::vector<ModelVertex>& vertices, std::span<Triangle> triangles) {
-    std::vector<ModelVertex> kept;
-    std::vector<std::uint32_t> number(vertices.size(), IndexTable::kNone); // of a vertex among the kept
+    // Where every corner has a vertex of its own, in order, those that are kept move only down, so that they
+    // need no room of their own and a vertex is met once.
+    const bool inPlace = IsUnshared(triangles);
+    std::vector<ModelVertex> apart;
+    std::vector<ModelVertex>& kept = inPlace ? vertices : apart;
+    std::vector<std::uint32_t> number; // of a vertex among the kept
+    if (!inPlace) number.assign(vertices.size(), IndexTable::kNone);
+    std::uint32_t count = 0;
     IndexTable table;
-    for (Triangle& triangle : triangles) {
-        for (std::uint32_t& index : triangle) {
-            std::uint32_t& known = number[index];
-            if (known == IndexTable::kNone) {
-                const Key key = KeyOf(vertices[index]);
-                const auto fresh = static_cast<std::uint32_t>(kept.size());
-                known = table.FindOrAdd(Hash(key), fresh,
-                                        [&](std::uint32_t other) { return KeyOf(kept[other]) == key; });
-                if (known == fresh) kept.push_back(vertices[index]);
+    constexpr std::size_t kTriangles = IndexTable::kTogether / 3;
+    std::array<std::uint32_t, IndexTable::kTogether> hashes{};
+    for (std::size_t begin = 0; begin < triangles.size(); begin += kTriangles) {
+        const auto block = triangles.subspan(begin, std::min(kTriangles, triangles.size() - begin));
+        std::size_t corner = 0;
+        for (const Triangle& triangle : block) {
+            for (const std::uint32_t index : triangle) {
+                if (inPlace || number[index] == IndexTable::kNone) {
+                    hashes[corner] = Hash(KeyOf(vertices[index]));
+                    table.Prefetch(hashes[corner]);
+                }
+                ++corner;
             }
-            index = known;
+        }
+        corner = 0;
+        for (Triangle& triangle : block) {
+            for (std::uint32_t& index : triangle) {
+                std::uint32_t known = inPlace ? IndexTable::kNone : number[index];
+                if (known == IndexTable::kNone) {
+                    const ModelVertex vertex = vertices[index];
+                    const Key key = KeyOf(vertex);
+                    known = table.FindOrAdd(hashes[corner], count,
+                                            [&](std::uint32_t other) { return KeyOf(kept[other]) == key; });
+                    if (known == count) {
+                        if (inPlace)
+                            kept[count] = vertex;
+                        else
+                            kept.push_back(vertex);
+                        ++count;
+                    }
+                    if (!inPlace) number[index] = known;
+                }
+                index = known;
+                ++corner;
+            }
         }
     }
+    kept.resize(count);
     kept.shrink_to_fit();
-    vertices = std::move(kept);
+    if (!inPlace) vertices = std::move(apart);
 }
 
 void SubdivideGroup(std::uint32_t levels, std::vector<ModelVertex>& vertices,

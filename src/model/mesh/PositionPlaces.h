@@ -1,7 +1,10 @@
 #pragma once
 
 #include "model/ModelData.h"
+#include "services/LargePages.h"
 
+#include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -46,13 +49,21 @@ public:
         if (++count_ > entries_.size() / 2) Grow();
         return index;
     }
+    // Fetches what FindOrAdd will look at: many at a time come from memory while one by one each is waited
+    // for.
+    void Prefetch(std::uint32_t hash) const {
+        __builtin_prefetch(entries_.data() + (hash & (entries_.size() - 1)));
+    }
+    static constexpr std::size_t kTogether = 48; // hashes that are prefetched before the first is looked up
 
 private:
     struct Entry {
         std::uint32_t index, hash;
     };
     void Grow() {
-        std::vector<Entry> old(2 * entries_.size(), Entry{kNone, 0});
+        std::vector<Entry> old;
+        ReserveLarge(old, 2 * entries_.size());
+        old.assign(2 * entries_.size(), Entry{kNone, 0});
         old.swap(entries_);
         for (const Entry& entry : old) {
             if (entry.index == kNone) continue;
@@ -68,25 +79,50 @@ private:
 
 struct Places {
     std::vector<std::uint32_t> place; // one a thing: numbers from 0 in the order of first appearance
-    std::uint32_t count = 0;
+    std::vector<Point3> positions;    // one a place
+
+    [[nodiscard]] std::uint32_t count() const { return static_cast<std::uint32_t>(positions.size()); }
 };
 
 // `position(i)` for i from 0 to count - 1. A position with a part that is not a number is a place of its own.
 template <class Position>
 [[nodiscard]] Places FindPlaces(std::size_t count, Position&& position) {
     Places places;
+    ReserveLarge(places.place, count);
     places.place.resize(count);
     IndexTable table;
-    for (std::uint32_t i = 0; i < count; ++i) {
-        const Point3 p = position(i);
-        const bool isNumber = !std::isnan(p.x) && !std::isnan(p.y) && !std::isnan(p.z);
-        const std::uint32_t first =
-            isNumber ? table.FindOrAdd(HashPosition(p), i,
-                                       [&](std::uint32_t other) { return position(other) == p; })
-                     : i;
-        places.place[i] = first == i ? places.count++ : places.place[first];
+    std::array<std::uint32_t, IndexTable::kTogether> hashes;
+    std::array<Point3, IndexTable::kTogether> points;
+    for (std::size_t begin = 0; begin < count; begin += hashes.size()) {
+        const std::size_t size = std::min(hashes.size(), count - begin);
+        for (std::size_t i = 0; i < size; ++i) {
+            points[i] = position(static_cast<std::uint32_t>(begin + i));
+            hashes[i] = HashPosition(points[i]);
+            table.Prefetch(hashes[i]);
+        }
+        for (std::size_t i = 0; i < size; ++i) {
+            const Point3 p = points[i];
+            const std::uint32_t fresh = places.count();
+            const bool isNumber = !std::isnan(p.x) && !std::isnan(p.y) && !std::isnan(p.z);
+            const std::uint32_t place =
+                isNumber ? table.FindOrAdd(hashes[i], fresh,
+                                           [&](std::uint32_t other) { return places.positions[other] == p; })
+                         : fresh;
+            if (place == fresh) places.positions.push_back(p);
+            places.place[begin + i] = place;
+        }
     }
     return places;
+}
+
+// Whether every corner has a vertex of its own, in ascending order: what readers and UnshareVertices give.
+[[nodiscard]] inline bool IsUnshared(std::span<const Triangle> triangles) {
+    std::int64_t last = -1;
+    for (const Triangle& t : triangles) {
+        if (t[0] <= last || t[1] <= t[0] || t[2] <= t[1]) return false;
+        last = t[2];
+    }
+    return true;
 }
 
 // The corners of triangles by their place: corner c is corner c % 3 of triangle c / 3.
@@ -94,6 +130,7 @@ struct CornersByPlace {
     std::vector<std::uint32_t> place;   // one a corner
     std::vector<std::uint32_t> first;   // one a place, and one behind the last: into `corners`
     std::vector<std::uint32_t> corners; // ascending within a place
+    std::vector<Point3> positions;      // one a place
 };
 [[nodiscard]] CornersByPlace SortCorners(std::span<const ModelVertex> vertices,
                                          std::span<const Triangle> triangles);
