@@ -5,6 +5,7 @@
 
 #include "model/ModelTools.h"
 #include "model/mesh/MeshSteps.h"
+#include "services/LargePages.h"
 
 #include <algorithm>
 #include <cmath>
@@ -34,7 +35,7 @@ ModelData MakeGlobe(std::size_t triangles) {
     };
     ModelData model;
     std::vector<Triangle> list;
-    model.vertices.reserve(6 * rows * columns);
+    ReserveLarge(model.vertices, 6 * rows * columns); // as readers do
     const auto add = [&](const ModelVertex& a, const ModelVertex& b, const ModelVertex& c) {
         const auto first = static_cast<std::uint32_t>(model.vertices.size());
         for (const ModelVertex& v : {a, b, c}) model.vertices.push_back(v);
@@ -53,6 +54,15 @@ ModelData MakeGlobe(std::size_t triangles) {
     return model;
 }
 
+ModelData Copy(const ModelData& source) {
+    ModelData copy;
+    ReserveLarge(copy.vertices, source.vertices.size());
+    copy.vertices = source.vertices;
+    copy.meshes = source.meshes;
+    copy.boundsMin = source.boundsMin, copy.boundsMax = source.boundsMax;
+    return copy;
+}
+
 const std::vector<Triangle>& TrianglesOf(const ModelData& model) {
     return model.meshes[0].groups[0].triangles;
 }
@@ -66,13 +76,13 @@ void PrintSteps() {
             AskChild([&] { return static_cast<double>(TrianglesOf(MakeGlobe(wanted)).size()); });
         const double bytes = triangles * (3 * sizeof(ModelVertex) + sizeof(Triangle));
         std::printf("%-12.0f", triangles);
-        const int runs = wanted > 500000 ? 2 : 5;
+        const int runs = wanted > 500000 ? 4 : 8;
         for (int step = 0; step < 3; ++step) {
             const auto work = [&] {
                 const ModelData source = MakeGlobe(wanted);
                 double best = 1e30;
                 for (int i = 0; i < runs; ++i) {
-                    ModelData copy = source;
+                    ModelData copy = Copy(source);
                     std::vector<Triangle>& list = copy.meshes[0].groups[0].triangles;
                     const double start = ProcessorSeconds();
                     if (step == 0) AutoNormals(copy.vertices, list, 35);
@@ -88,7 +98,7 @@ void PrintSteps() {
                 return Measure(0,
                                [&, run] {
                                    const ModelData source = MakeGlobe(wanted);
-                                   ModelData copy = source;
+                                   ModelData copy = Copy(source);
                                    std::vector<Triangle>& list = copy.meshes[0].groups[0].triangles;
                                    if (run && step == 0) AutoNormals(copy.vertices, list, 35);
                                    if (run && step == 1) OptimizeMesh(copy.vertices, list);
@@ -114,7 +124,7 @@ void PrintPreparation() {
         options.optimizeMesh = true;
         double best = 1e30;
         for (int i = 0; i < 4; ++i) {
-            ModelData copy = source;
+            ModelData copy = Copy(source);
             const double start = ProcessorSeconds();
             const PreparedMesh mesh = PrepareMesh(std::move(copy), options);
             best = std::min(best, ProcessorSeconds() - start);
