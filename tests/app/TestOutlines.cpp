@@ -94,6 +94,20 @@ TEST(Outlines, AlignmentTrackingAndLinesMoveTheLetters) {
                                              "A")));
 }
 
+TEST(Outlines, AFontThatIsNotInstalledIsToldOf) {
+    Layer layer = TextOf("H");
+    std::vector<Outline> outlines;
+    for (const auto& [font, told] :
+         {std::pair{"Nonesuch Grotesk:bold", true}, {"dejavu sans", false}, {"serif", false}}) {
+        std::string reason;
+        layer.font = font;
+        EXPECT_TRUE(MakeTextOutlines(layer, outlines, reason));
+        EXPECT_EQ(reason.find("the font \"Nonesuch Grotesk:bold\" is not installed") == 0, told) << reason;
+        EXPECT_EQ(reason.empty(), !told) << reason;
+    }
+    EXPECT_EQ(outlines.size(), 3U); // one an H
+}
+
 TEST(Outlines, MasksCarryTangentsAsPointsAndCloseOnThemselves) {
     Mask mask;
     mask.vertices.resize(2);

@@ -13,6 +13,7 @@ using namespace art; // pictures and noise
 [[nodiscard]] bool MakeVase(const std::filesystem::path& folder);
 [[nodiscard]] bool MakeWatch(const std::filesystem::path& folder);
 [[nodiscard]] bool MakeGlass(const std::filesystem::path& folder);
+[[nodiscard]] bool MakeLogo(const std::filesystem::path& folder);    // a vector file
 [[nodiscard]] bool MakeDesigns(const std::filesystem::path& folder); // of several: see Designs.cpp
 
 } // namespace examples

@@ -69,6 +69,17 @@ bool MakeStudio(const std::filesystem::path& folder) {
     const Picture glass =
         LightRoom(window, {0.75f, 0.82f, 0.95f}, {0.40f, 0.42f, 0.46f}, {0.18f, 0.16f, 0.15f});
 
+    // What polished letters face: a wide soft light behind the camera that fades towards the horizon, so that
+    // flat faces carry a gradient, and narrow strips at the sides for the bevels.
+    const SoftBox gallery[] = {
+        {180, 34, 75, 26, 18, {3.0f, 2.9f, 2.75f}}, {-88, 18, 8, 48, 3, {7.0f, 6.6f, 6.0f}},
+        {-52, 34, 5, 34, 2, {4.0f, 3.9f, 3.6f}},    {66, 26, 6, 40, 2, {4.5f, 4.6f, 5.0f}},
+        {104, 12, 9, 42, 3, {4.5f, 4.7f, 5.2f}},    {0, 76, 180, 7, 3, {5.0f, 5.0f, 5.0f}},
+        {180, -26, 60, 5, 4, {0.9f, 0.75f, 0.55f}},
+    };
+    const Picture letters =
+        LightRoom(gallery, {0.34f, 0.34f, 0.36f}, {0.10f, 0.095f, 0.09f}, {0.05f, 0.042f, 0.036f});
+
     // A wall behind the set, lit from its middle.
     const Picture backdrop = Paint(512, 512, [](float u, float v) {
         const float d = std::hypot((u - 0.5f) * 1.1f, v - 0.56f) * 2;
@@ -85,7 +96,7 @@ bool MakeStudio(const std::filesystem::path& folder) {
         return false;
 
     return WriteHdr(room, folder / "studio.hdr") && WriteHdr(metal, folder / "strips.hdr") &&
-           WriteHdr(glass, folder / "window.hdr");
+           WriteHdr(glass, folder / "window.hdr") && WriteHdr(letters, folder / "gallery.hdr");
 }
 
 } // namespace examples

@@ -17,6 +17,6 @@ int main(int argc, char** argv) {
     }
     const bool good = examples::MakeStudio(folder) && examples::MakeVase(folder) &&
                       examples::MakeWatch(folder) && examples::MakeGlass(folder) &&
-                      examples::MakeDesigns(folder);
+                      examples::MakeDesigns(folder) && examples::MakeLogo(folder);
     return good ? 0 : 1;
 }

@@ -152,10 +152,12 @@ LayerPixels::Entry& LayerPixels::Load(const HostLayer& layer) {
             entry.state = Mix(entry.state, facts->modifiedTime);
     } else if (layer.role == LayerRole::Text) {
         std::vector<Outline> outlines;
-        if (MakeTextOutlines(layer.source, outlines, reason))
-            entry.bounds = DrawText(outlines, entry.picture);
-        else
+        const bool set = MakeTextOutlines(layer.source, outlines, reason);
+        if (set) entry.bounds = DrawText(outlines, entry.picture);
+        if (!set)
             warn_(context_, "the text of the layer \"" + layer.name + "\" cannot be set: " + reason);
+        else if (!reason.empty())
+            warn_(context_, "the layer \"" + layer.name + "\": " + reason);
     } else if (layer.role == LayerRole::Solid) {
         entry.bounds = {0, 0, layer.source.width, layer.source.height};
     } else if (layer.role == LayerRole::Effect) {

@@ -14,13 +14,46 @@ namespace {
 struct FontFile {
     std::string path;
     int index = 0;
+    std::string standIn; // family, when another was asked for
 };
+
+// Names that stand for whatever the system has of a kind.
+bool IsGeneric(const std::string& family) {
+    for (const char* name :
+         {"serif", "sans", "sans-serif", "monospace", "mono", "cursive", "fantasy", "system-ui"})
+        if (FcStrCmpIgnoreCase(reinterpret_cast<const FcChar8*>(name),
+                               reinterpret_cast<const FcChar8*>(family.c_str())) == 0)
+            return true;
+    return false;
+}
+
+// The names of a pattern's families.
+std::vector<std::string> FamiliesOf(const FcPattern* pattern) {
+    std::vector<std::string> families;
+    FcChar8* family = nullptr;
+    for (int i = 0; FcPatternGetString(pattern, FC_FAMILY, i, &family) == FcResultMatch; ++i)
+        families.emplace_back(reinterpret_cast<const char*>(family));
+    return families;
+}
+
+// Empty when one of the families asked for was found.
+std::string StandIn(const std::vector<std::string>& asked, const std::vector<std::string>& found) {
+    for (const std::string& family : asked) {
+        if (IsGeneric(family)) return {};
+        for (const std::string& name : found)
+            if (FcStrCmpIgnoreCase(reinterpret_cast<const FcChar8*>(name.c_str()),
+                                   reinterpret_cast<const FcChar8*>(family.c_str())) == 0)
+                return {};
+    }
+    return asked.empty() || found.empty() ? std::string() : found.front();
+}
 
 bool FindFont(const std::string& name, FontFile& file) {
     if (!FcInit()) return false;
     const std::unique_ptr<FcPattern, void (*)(FcPattern*)> pattern(
         FcNameParse(reinterpret_cast<const FcChar8*>(name.c_str())), FcPatternDestroy);
     if (!pattern) return false;
+    const std::vector<std::string> asked = FamiliesOf(pattern.get());
     FcPatternAddBool(pattern.get(), FC_SCALABLE, FcTrue);
     FcConfigSubstitute(nullptr, pattern.get(), FcMatchPattern);
     FcDefaultSubstitute(pattern.get());
@@ -31,6 +64,7 @@ bool FindFont(const std::string& name, FontFile& file) {
     if (!match || FcPatternGetString(match.get(), FC_FILE, 0, &path) != FcResultMatch) return false;
     file.path = reinterpret_cast<const char*>(path);
     FcPatternGetInteger(match.get(), FC_INDEX, 0, &file.index);
+    file.standIn = StandIn(asked, FamiliesOf(match.get()));
     return true;
 }
 
@@ -188,6 +222,9 @@ bool MakeTextOutlines(const Layer& layer, std::vector<Outline>& outlines, std::s
     }
     const std::unique_ptr<FT_FaceRec_, FT_Error (*)(FT_Face)> ownedFace(face, FT_Done_Face);
     TextSetter(face, layer, outlines).Set(Decode(layer.text));
+    if (!font.standIn.empty())
+        reason =
+            "the font \"" + layer.font + "\" is not installed, \"" + font.standIn + "\" stands in for it";
     return true;
 }
 

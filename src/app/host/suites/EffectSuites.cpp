@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 
 namespace velorin::app {
 
@@ -151,9 +152,11 @@ PF_Err AreStatesIdentical(PF_ProgPtr, const PF_State* a, const PF_State* b, A_Bo
 
 Outline* PathOf(PF_PathOutlinePtr path) {
     Host& host = *Host::current();
+    auto* const outline = reinterpret_cast<Outline*>(path);
     for (auto& [id, outlines] : host.textOutlines)
-        for (Outline& outline : outlines)
-            if (reinterpret_cast<PF_PathOutlinePtr>(&outline) == path) return &outline;
+        if (!outlines.empty() && !std::less<>()(outline, outlines.data()) &&
+            std::less<>()(outline, outlines.data() + outlines.size()))
+            return outline;
     host.Fault("a path is none");
     return nullptr;
 }

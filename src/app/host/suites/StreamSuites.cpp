@@ -372,6 +372,8 @@ A_Err GetNewTextOutlines(AEGP_LayerH handle, const A_Time*, AEGP_TextOutlinesH* 
         std::string reason;
         if (!MakeTextOutlines(layer->source, found->second, reason))
             host.Warn("the text of the layer \"" + layer->name + "\" cannot be set: " + reason);
+        else if (!reason.empty())
+            host.Warn("the layer \"" + layer->name + "\": " + reason);
     }
     *out = host.objects.Make<TextOutlinesObject, AEGP_TextOutlinesH>(host.run().number, &found->second);
     return A_Err_NONE;
