@@ -27,13 +27,15 @@ float Fade(float t) {
     return t * t * t * (t * (t * 6 - 15) + 10);
 }
 
-// The component of `d` along one of the twelve directions to the edges of a cube.
-float AlongGradient(std::uint32_t hash, float x, float y, float z) {
-    const std::uint32_t h = (hash >> 11) & 15;
-    const float u = h < 8 ? x : y;
-    const float v = h < 4 ? y : (h == 12 || h == 14 ? x : z);
-    return ((h & 1) ? -u : u) + ((h & 2) ? -v : v);
+int Floor(float x) { // faster than the library's, and inlined
+    const int i = static_cast<int>(x);
+    return i - (x < static_cast<float>(i) ? 1 : 0);
 }
+
+// The directions to the edges of a cube, four of them twice.
+constexpr Point3 kGradients[16] = {{1, 1, 0},  {-1, 1, 0},  {1, -1, 0}, {-1, -1, 0}, {1, 0, 1},  {-1, 0, 1},
+                                   {1, 0, -1}, {-1, 0, -1}, {0, 1, 1},  {0, -1, 1},  {0, 1, -1}, {0, -1, -1},
+                                   {1, 1, 0},  {-1, 1, 0},  {0, -1, 1}, {0, -1, -1}};
 
 } // namespace
 
@@ -43,9 +45,8 @@ float SmoothStep(float low, float high, float x) {
 }
 
 float Noise(float x, float y, int periodX, int periodY, std::uint32_t seed) {
-    const float fx = std::floor(x), fy = std::floor(y);
-    const int ix = static_cast<int>(fx), iy = static_cast<int>(fy);
-    const float tx = Fade(x - fx), ty = Fade(y - fy);
+    const int ix = Floor(x), iy = Floor(y);
+    const float tx = Fade(x - static_cast<float>(ix)), ty = Fade(y - static_cast<float>(iy));
     const int left = Wrap(ix, periodX), right = left + 1 == periodX ? 0 : left + 1;
     const int above = Wrap(iy, periodY), below = above + 1 == periodY ? 0 : above + 1;
     const auto at = [&](int i, int j) { return Unit(Hash(i, j, seed)); };
@@ -69,13 +70,13 @@ float Fractal(float u, float v, int period, int octaves, std::uint32_t seed) {
 Cells Cellular(float u, float v, int period, std::uint32_t seed) {
     const float x = u * static_cast<float>(period), y = v * static_cast<float>(period);
     const int ix = static_cast<int>(std::floor(x)), iy = static_cast<int>(std::floor(y));
-    Cells cells{9, 9, 0};
+    Cells cells{81, 81, 0}; // squares while searching
     for (int j = iy - 1; j <= iy + 1; ++j)
         for (int i = ix - 1; i <= ix + 1; ++i) {
             const std::uint32_t h = Hash(Wrap(i, period), Wrap(j, period), seed);
             const float dx = static_cast<float>(i) + Unit(h) - x;
             const float dy = static_cast<float>(j) + Unit(h * 747796405u + 1u) - y;
-            const float d = std::hypot(dx, dy);
+            const float d = dx * dx + dy * dy;
             if (d < cells.nearest) {
                 cells.second = cells.nearest;
                 cells.nearest = d;
@@ -84,21 +85,23 @@ Cells Cellular(float u, float v, int period, std::uint32_t seed) {
                 cells.second = std::min(cells.second, d);
             }
         }
+    cells.nearest = std::sqrt(cells.nearest);
+    cells.second = std::sqrt(cells.second);
     return cells;
 }
 
 float Noise3(Point3 p, std::uint32_t seed) {
-    const float fx = std::floor(p.x), fy = std::floor(p.y), fz = std::floor(p.z);
-    const int ix = static_cast<int>(fx), iy = static_cast<int>(fy), iz = static_cast<int>(fz);
-    const float x = p.x - fx, y = p.y - fy, z = p.z - fz;
-    const float u = Fade(x), v = Fade(y), w = Fade(z);
+    const int ix = Floor(p.x), iy = Floor(p.y), iz = Floor(p.z);
+    const Point3 in{p.x - static_cast<float>(ix), p.y - static_cast<float>(iy), p.z - static_cast<float>(iz)};
+    const float u = Fade(in.x), v = Fade(in.y), w = Fade(in.z);
     const auto corner = [&](int i, int j, int k) {
         const std::uint32_t h = Hash(ix + i, iy + j, seed + static_cast<std::uint32_t>(iz + k) * 0x632BE59Bu);
-        return AlongGradient(h, x - static_cast<float>(i), y - static_cast<float>(j),
-                             z - static_cast<float>(k));
+        return velorin::Dot(kGradients[(h >> 11) & 15],
+                            in - Point3{static_cast<float>(i), static_cast<float>(j), static_cast<float>(k)});
     };
-    const auto row = [&](int j, int k) { return std::lerp(corner(0, j, k), corner(1, j, k), u); };
-    return std::lerp(std::lerp(row(0, 0), row(1, 0), v), std::lerp(row(0, 1), row(1, 1), v), w);
+    const auto between = [](float a, float b, float t) { return a + (b - a) * t; };
+    const auto row = [&](int j, int k) { return between(corner(0, j, k), corner(1, j, k), u); };
+    return between(between(row(0, 0), row(1, 0), v), between(row(0, 1), row(1, 1), v), w);
 }
 
 float Fractal3(Point3 p, int octaves, std::uint32_t seed) {

@@ -86,6 +86,7 @@ bool WritePng(const Picture& picture, const std::filesystem::path& path) {
     image.width = static_cast<png_uint_32>(picture.width);
     image.height = static_cast<png_uint_32>(picture.height);
     image.format = PNG_FORMAT_RGB;
+    image.flags = PNG_IMAGE_FLAG_FAST;
     if (png_image_write_to_file(&image, path.c_str(), 0, bytes.data(), 0, nullptr)) return true;
     std::fprintf(stderr, "%s cannot be written: %s\n", path.c_str(), image.message);
     return false;

@@ -45,14 +45,14 @@ bool MakeEnvironments(const std::filesystem::path& root) {
         return [radiance, height] { return Panorama(height, radiance); };
     };
     const Row rows[] = {
-        {"Materials/Environment/Basic_2K/Basic_2K_03", sphere(ProductStudio), 0.62f, false},
-        {"Materials/Material_Thumbnail_Env", sphere(ThumbnailStudio, 512), 0.6f, false},
-        {"Materials/Environment/Studio/Soft_Boxes", sphere(SoftBoxStudio), 0.42f, true},
-        {"Materials/Environment/Studio/Strip_Lights", sphere(StripLights), 0.5f, true},
-        {"Materials/Environment/Interior/Window_Room", sphere(WindowRoom), 0.5f, true},
-        {"Materials/Environment/Sky/Overcast", sphere(Overcast), 0.62f, true},
-        {"Materials/Environment/Sky/Sunset", sphere(Sunset), 0.62f, true},
-        {"Materials/Environment/City/Night_City", [] { return NightCity(kHeight); }, 1.5f, true},
+        {"Materials/Environment/Basic_2K/Basic_2K_03", sphere(ProductStudio), 1.05f, false},
+        {"Materials/Material_Thumbnail_Env", sphere(ThumbnailStudio, 512), 0.75f, false},
+        {"Materials/Environment/Studio/Soft_Boxes", sphere(SoftBoxStudio), 1.0f, true},
+        {"Materials/Environment/Studio/Strip_Lights", sphere(StripLights), 0.7f, true},
+        {"Materials/Environment/Interior/Window_Room", sphere(WindowRoom), 0.8f, true},
+        {"Materials/Environment/Sky/Overcast", sphere(Overcast), 0.75f, true},
+        {"Materials/Environment/Sky/Sunset", sphere(Sunset), 1.1f, true},
+        {"Materials/Environment/City/Night_City", [] { return NightCity(kHeight); }, 1.8f, true},
     };
     for (const Row& row : rows) {
         const std::filesystem::path base = root / row.path;

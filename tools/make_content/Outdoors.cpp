@@ -3,6 +3,7 @@
 #include "Sky.h"
 
 #include <algorithm>
+#include <optional>
 #include <vector>
 
 namespace content {
@@ -128,15 +129,22 @@ struct Street {
     float haze;                     // how much of the sky's glow lies over it
     std::uint32_t seed;
 };
-constexpr Street kStreets[] = {{620, 46, 60, 230, 0.30f, 0.62f, 5},
-                               {300, 30, 30, 120, 0.34f, 0.34f, 23},
-                               {130, 21, 12, 42, 0.36f, 0.10f, 57}};
+constexpr Street kStreets[] = {
+    // nearest first
+    {130, 21, 12, 42, 0.36f, 0.10f, 57},
+    {300, 30, 30, 120, 0.34f, 0.34f, 23},
+    {620, 46, 60, 230, 0.30f, 0.62f, 5},
+};
+
+// What the city throws into the air, by height above the horizon.
+Point3 SkyGlow(float up) {
+    return Point3{0.17f, 0.105f, 0.062f} * std::exp(-5.5f * up);
+}
 
 Point3 NightSky(Point3 d) {
     const float up = std::max(0.0f, d.y);
     const float cloud = 0.5f + Fractal3(OnCloudLayer(d) * 0.6f, 5, 91);
-    const Point3 glow = Point3{0.17f, 0.105f, 0.062f} * std::exp(-5.5f * up);
-    return Point3{0.008f, 0.012f, 0.026f} + glow * (0.65f + 0.7f * cloud) +
+    return Point3{0.008f, 0.012f, 0.026f} + SkyGlow(up) * (0.65f + 0.7f * cloud) +
            Point3{0.020f, 0.016f, 0.016f} * (cloud * (1 - up));
 }
 
@@ -145,8 +153,8 @@ Point3 WindowLight(float kind, float bright) {
     return (kind < 0.62f ? warm : kind < 0.88f ? white : cool) * (0.5f + 3.2f * bright * bright);
 }
 
-// A house's face at `x` metres along the street and `y` above the ground, over `behind`.
-Point3 House(const Street& street, float longitude, float latitude, Point3 behind) {
+// What a ring of houses shows in a direction; nothing above its roofs.
+std::optional<Point3> House(const Street& street, float longitude, float latitude) {
     const int lots = static_cast<int>(2 * kPi * street.distance / street.lot);
     const float place = (longitude + 180) / 360 * static_cast<float>(lots);
     const int lot = std::clamp(static_cast<int>(place), 0, lots - 1);
@@ -156,9 +164,9 @@ Point3 House(const Street& street, float longitude, float latitude, Point3 behin
     const float margin = street.lot * 0.12f * Random(lot, 2, street.seed);
     if (across < margin) roof *= 0.45f; // a gap, a lower wing
     const float y = 2 + std::tan(latitude * kRadiansPerDegree) * street.distance;
-    if (y > roof) return behind;
+    if (y > roof) return {};
 
-    const Point3 glow = NightSky(Direction(longitude, 2));
+    const Point3 glow = Point3{0.02f, 0.02f, 0.034f} + SkyGlow(0.035f);
     Point3 wall =
         Mix(Point3{0.022f, 0.022f, 0.026f} * (0.6f + Random(lot, 3, street.seed)), glow, street.haze);
     const float column = 2.4f + 1.8f * Random(lot, 4, street.seed),
@@ -208,7 +216,8 @@ Point3 Glow(Point3 d, float longitude, float latitude, const std::vector<Lamp>& 
         const float angle = std::acos(std::clamp(Dot(d, lamp.direction), -1.0f, 1.0f)) / kRadiansPerDegree;
         if (angle > 14) continue;
         light += lamp.radiance * (SmoothStep(lamp.radius, lamp.radius * 0.7f, angle) +
-                                  0.010f * std::exp(-angle * 0.9f) + 0.0015f * std::exp(-angle * 0.25f));
+                                  0.010f * std::exp(-angle * 0.9f) + 0.0015f * std::exp(-angle * 0.25f)) *
+                 SmoothStep(14, 5, angle);
     }
     for (const Sign& sign : kSigns) {
         float x = std::fabs(longitude - sign.longitude);
@@ -232,8 +241,10 @@ Picture NightCity(int height) {
     Picture picture = Panorama(height * 2, [&](Point3 d) { // twice as fine: windows are small
         if (d.y < 0) return Point3{};
         const float longitude = Longitude(d), latitude = Latitude(d);
-        Point3 color = NightSky(d);
-        for (const Street& street : kStreets) color = House(street, longitude, latitude, color);
+        std::optional<Point3> seen;
+        for (const Street& street : kStreets)
+            if (!seen) seen = House(street, longitude, latitude);
+        const Point3 color = seen ? *seen : NightSky(d);
         return color + Glow(d, longitude, latitude, lamps);
     });
     picture = Halved(picture);
