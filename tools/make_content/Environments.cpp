@@ -3,6 +3,7 @@
 #include "Sky.h"
 
 #include <algorithm>
+#include <cstdio>
 
 namespace content {
 
@@ -34,15 +35,22 @@ Picture Developed(const Picture& scene, float exposure) {
 
 } // namespace
 
-bool MakeEnvironments(const std::filesystem::path& root) {
+bool MakeFolder(const std::filesystem::path& folder) {
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    if (error) std::fprintf(stderr, "%s cannot be made: %s\n", folder.c_str(), error.message().c_str());
+    return !error;
+}
+
+bool MakeEnvironments(const std::filesystem::path& root, int shrink) {
     struct Row {
         const char* path; // below the library, without an extension
         std::function<Picture()> paint;
         float exposure; // of the JPEG
         bool hdr;
     };
-    const auto sphere = [](Radiance radiance, int height = kHeight) {
-        return [radiance, height] { return Panorama(height, radiance); };
+    const auto sphere = [shrink](Radiance radiance, int height = kHeight) {
+        return [radiance, height, shrink] { return Panorama(height / shrink, radiance); };
     };
     const Row rows[] = {
         {"Materials/Environment/Basic_2K/Basic_2K_03", sphere(ProductStudio), 1.05f, false},
@@ -52,7 +60,8 @@ bool MakeEnvironments(const std::filesystem::path& root) {
         {"Materials/Environment/Interior/Window_Room", sphere(WindowRoom), 0.8f, true},
         {"Materials/Environment/Sky/Overcast", sphere(Overcast), 0.75f, true},
         {"Materials/Environment/Sky/Sunset", sphere(Sunset), 1.1f, true},
-        {"Materials/Environment/City/Night_City", [] { return NightCity(kHeight); }, 1.8f, true},
+        {"Materials/Environment/City/Night_City", [shrink] { return NightCity(kHeight / shrink); }, 1.8f,
+         true},
     };
     for (const Row& row : rows) {
         const std::filesystem::path base = root / row.path;

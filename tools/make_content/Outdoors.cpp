@@ -215,8 +215,9 @@ Point3 Glow(Point3 d, float longitude, float latitude, const std::vector<Lamp>& 
     for (const Lamp& lamp : lamps) {
         const float angle = std::acos(std::clamp(Dot(d, lamp.direction), -1.0f, 1.0f)) / kRadiansPerDegree;
         if (angle > 14) continue;
-        light += lamp.radiance * (SmoothStep(lamp.radius, lamp.radius * 0.7f, angle) +
-                                  0.010f * std::exp(-angle * 0.9f) + 0.0015f * std::exp(-angle * 0.25f)) *
+        light += lamp.radiance *
+                 (SmoothStep(lamp.radius, lamp.radius * 0.7f, angle) + 0.010f * std::exp(-angle * 0.9f) +
+                  0.0015f * std::exp(-angle * 0.25f)) *
                  SmoothStep(14, 5, angle);
     }
     for (const Sign& sign : kSigns) {

@@ -259,7 +259,7 @@ bool Save(const Picture& picture, const std::filesystem::path& folder, const std
 
 } // namespace
 
-bool MakeTextures(const std::filesystem::path& root) {
+bool MakeTextures(const std::filesystem::path& root, int shrink) {
     const std::filesystem::path folder = root / "Materials/Textures";
     if (!MakeFolder(folder)) return false;
 
@@ -286,7 +286,8 @@ bool MakeTextures(const std::filesystem::path& root) {
         {"Lava.jpg", 1024, LavaGlow},
     };
     for (const auto& row : pictures)
-        if (!Save(art::Paint(row.size, row.size, row.color), folder, row.name)) return false;
+        if (!Save(art::Paint(row.size / shrink, row.size / shrink, row.color), folder, row.name))
+            return false;
 
     const struct {
         const char* name;
@@ -326,11 +327,12 @@ bool MakeTextures(const std::filesystem::path& root) {
         {"Fine_Grain_Normal.png", 512, 1.0f, [](float u, float v) { return Fractal(u, v, 90, 2, 1331); }},
     };
     for (const auto& row : reliefs)
-        if (!Save(art::NormalMap(row.size, row.size, row.strength, row.height), folder, row.name))
+        if (!Save(art::NormalMap(row.size / shrink, row.size / shrink, row.strength, row.height), folder,
+                  row.name))
             return false;
 
     // Flakes of metal in paint: each lies a little tilted.
-    return Save(art::Paint(512, 512,
+    return Save(art::Paint(512 / shrink, 512 / shrink,
                            [](float u, float v) {
                                const float own = Cellular(u, v, 150, 1401).own;
                                const float turn = own * 2 * kPi * 7, tilt = 0.28f * Fraction(own * 13);

@@ -4,17 +4,6 @@
 #include <cstdio>
 #include <string>
 
-namespace content {
-
-bool MakeFolder(const std::filesystem::path& folder) {
-    std::error_code error;
-    std::filesystem::create_directories(folder, error);
-    if (error) std::fprintf(stderr, "%s cannot be made: %s\n", folder.c_str(), error.message().c_str());
-    return !error;
-}
-
-} // namespace content
-
 int main(int argc, char** argv) {
     const std::string part = argc == 4 ? argv[3] : "all";
     const bool all = part == "all", pictures = part == "textures", maps = part == "environments",
