@@ -182,6 +182,12 @@ TEST_F(Pictures, ManyPassesDrawWhatALensDraws) {
     EXPECT_NEAR(y2 / sum - y1 * y1, variance, 0.03 * variance);
     for (int x = 0; x < 80; ++x) // in focus: as sharp as without a lens
         EXPECT_NEAR(Value(picture, x, 60, 3), x >= 30 && x < 50 ? 1 : 0, 2e-3) << x;
+
+    // As a picture of the focus: the circle over what the lens spreads far away, here half of it.
+    Rows(project)["Output/Show"] = "Focus";
+    const Picture focus = Render(project);
+    EXPECT_NEAR(Value(focus, 40, 60, 0), 1, 2e-3);
+    EXPECT_NEAR(Value(focus, 110, 60, 0), 0.5, 5e-3);
 }
 
 // Layers that change from frame to frame, in one process: they are taken when they change, and gone when the

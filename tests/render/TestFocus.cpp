@@ -38,8 +38,8 @@ protected:
         std::array<int, 2> reach{};
         for (int x = 0; x < kWidth; ++x) {
             const float alpha = picture.at(x, 24).w;
-            if (alpha > 0.004f && x < 32) reach[0] = std::max(reach[0], 32 - x);
-            if (alpha < 0.996f && x >= 32) reach[1] = std::max(reach[1], x - 31);
+            if (alpha > 0.02f && x < 32) reach[0] = std::max(reach[0], 32 - x);
+            if (alpha < 0.98f && x >= 32) reach[1] = std::max(reach[1], x - 31);
         }
         return reach;
     }
@@ -80,15 +80,15 @@ TEST_F(FocusTest, WhatIsInFocusStaysAsItIs) {
     }
 }
 
-// Red by 1.5 (1 - d / spacing)^2, d the point's shift at the rim in clip units.
+// Red by 1.5 (1 - d / spacing)^2, d the point's shift at the rim in pixels.
 TEST_F(FocusTest, TheIndicatorReddensWhatIsSharp) {
     for (const float distance : {kFocus, kFocus * 1.1f, kFocus * 1.25f, kFocus * 2}) {
         AddPlate(distance);
         test::MakeMatte(materials.back(), {0, 0, 255, 255});
         SetLens(DofMode::FocusIndicator, 12);
-        settings.dof.spacing = 0.1f;
-        const float shift = 12 * std::abs(1 - kFocus / distance) * 2 / kWidth;
-        const float red = std::min(1.0f, 1.5f * std::pow(std::max(0.0f, 1 - shift / 0.1f), 2.0f));
+        settings.dof.spacing = 3;
+        const float shift = 12 * std::abs(1 - kFocus / distance);
+        const float red = std::min(1.0f, 1.5f * std::pow(std::max(0.0f, 1 - shift / 3), 2.0f));
         const Point4 pixel = Draw(kWidth, kHeight).at(48, 24);
         EXPECT_NEAR(pixel.x, red, 6e-3f) << distance;
         EXPECT_NEAR(pixel.z, 1 - red, 6e-3f) << distance;

@@ -507,7 +507,7 @@ TEST_F(MaterialEffects, FocusMeasuresTheLens) {
     sheared(2, 0) = -10 / kEye * h->projection(0, 0);
     h->settings.dof.view = moved;
     h->settings.dof.projection = sheared;
-    h->settings.dof.spacing = 0.5f;
+    h->settings.dof.spacing = 0.5f * kSide / 2; // pixels of half a clip unit
     const Matrix whole = h->projection;
     for (const float z : {-300.0f, 0.0f, 500.0f}) {
         h->projection = whole;

@@ -360,7 +360,7 @@ TEST_F(OutputTest, LinesFocusAndBlending) {
     settings.dof.projection = settings.camera.projection;
     settings.dof.projection(2, 0) =
         -5 / settings.camera.imagePlaneDistance * settings.camera.projection(0, 0);
-    settings.dof.spacing = 0.1f;
+    settings.dof.spacing = 0.1f * kWidth / 2; // pixels of a tenth of a clip unit
     picture = Draw(kWidth, kHeight);
     for (const auto& [x, y] : kPixels) {
         const double depth = PointOf(x, y).z - settings.camera.position.z;

@@ -10,5 +10,6 @@ void main() {
     vec2 moved = image_point(render.outputProperties.dofProjectionMatrix *
                              (render.outputProperties.dofViewMatrix * base.worldPosition));
     float spacing = max(render.outputProperties.dofSpacing, 0.000001);
-    fragData[0] = vec4(vec3(1.0 - clamp(length(moved - plain) / spacing, 0.0, 1.0)), 1.0);
+    float pixels = length((moved - plain) * 0.5 * frameBufferSize);
+    fragData[0] = vec4(vec3(1.0 - clamp(pixels / spacing, 0.0, 1.0)), 1.0);
 }

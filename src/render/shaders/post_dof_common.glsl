@@ -1,5 +1,5 @@
 // Shared by the depth of field passes. The blur of a point is the distance between its images through the plain camera
-// and through the one moved by the lens radius, in clip units.
+// and through the one moved by the lens radius, in texels. So is `dofSpacing`.
 #ifndef VERT_SHADER
 uniform sampler2D colorTexture;
 uniform sampler2D propertyTexture; // object id, view position
@@ -16,7 +16,7 @@ vec2 imagePoint(vec4 clip) { return clip.xy / (clip.w != 0.0 ? clip.w : 1.0); }
 float focusAmount(vec3 viewPosition) {
     vec4 moved = dofProjectionMatrix * (dofViewMatrix * (invViewMatrix * vec4(viewPosition, 1.0)));
     vec4 plain = projectionMatrix * vec4(viewPosition, 1.0);
-    return length(imagePoint(moved) - imagePoint(plain));
+    return length((imagePoint(moved) - imagePoint(plain)) * 0.5 / texelSize);
 }
 
 // Of the nearest texel: between a surface and nothing there is no place in the middle.

@@ -22,7 +22,7 @@ void main() {
         fragData[0] = textureLod(colorTexture, texCoords, 0.0);
         return;
     }
-    float radius = focusAmount(mean / covered) * 0.5 / texelSize.x / 3.0; // clip units to texels
+    float radius = focusAmount(mean / covered) / 3.0;
     vec4 color = vec4(0.0);
     for (int i = 0; i < tapCount; ++i)
         color += textureLod(colorTexture, texCoords + tapAt(i) * radius * texelSize, 0.0);

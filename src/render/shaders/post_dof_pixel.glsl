@@ -20,8 +20,8 @@ void main() {
             float reach = length(vec2(x, y));
             if (reach > outer) continue;
             vec2 uv = texCoords + vec2(x, y) * texelSize;
-            // What is sharp gives nothing to its neighbours, and keeps its own colour.
-            float weight = max(factorAt(uv), reach > 0.0 ? 0.0 : 0.01);
+            // Each keeps one pixel's worth of its own: what is sharp gives nothing to its neighbours.
+            float weight = max(factorAt(uv), reach > 0.0 ? 0.0 : 1.0);
             // The ring between the whole radii counts by the fraction.
             if (reach > size) weight *= factor - size;
             color += textureLod(colorTexture, uv, 0.0) * weight;

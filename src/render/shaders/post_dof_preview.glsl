@@ -23,8 +23,7 @@ void main() {
         sum += focusAmount(position);
         covered += 1.0;
     }
-    // Clip units to texels.
-    float confusion = covered > 0.0 ? sum / covered * 0.5 / texelSize.x : 0.0;
+    float confusion = covered > 0.0 ? sum / covered : 0.0;
     if (confusion <= 0.0) {
         fragData[0] = plain;
         return;
