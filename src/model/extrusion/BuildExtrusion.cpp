@@ -335,6 +335,9 @@ void BuildExtrusion(ModelData& model, const PathSet& pathSet, const ExtrusionOpt
         // Points are thinned in the units of the source, where small letters of a long title keep their round
         // corners, but a source of a few units is first brought to size.
         for (Point2& p : polygon) p = p * pathScale;
+        std::erase_if(polygon, [](Point2 p) {
+            return !(std::fabs(p.x) <= kLargestCoordinate && std::fabs(p.y) <= kLargestCoordinate);
+        });
         if (polygon.size() > 2)
             polygons.push_back(ThinPoints(polygon, kThinDistance * std::min(1.0f, pathScale)));
     }

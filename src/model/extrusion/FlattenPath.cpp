@@ -12,8 +12,8 @@ constexpr float kSamePoint = 0.001f;     // neighbours closer than this on both 
 constexpr float kClosingPoint = 1e-5f;   // the end that repeats the start
 constexpr float kSpikeDegrees = 45;
 
-bool Finite(Point2 p) {
-    return std::isfinite(p.x) && std::isfinite(p.y);
+bool InRange(Point2 p) { // false for what is not a number, too
+    return std::fabs(p.x) <= kLargestCoordinate && std::fabs(p.y) <= kLargestCoordinate;
 }
 
 // Power form of a cubic Bezier curve.
@@ -93,7 +93,7 @@ std::vector<Point2> FlattenPath(std::span<const PathPoint> path, bool isPlain, P
                                 float spike) {
     std::vector<Point2> polygon;
     const auto append = [&](Point2 p) {
-        if (!Finite(p)) return;
+        if (!InRange(p)) return;
         if (polygon.empty() || std::fabs(p.x - polygon.back().x) > kSamePoint ||
             std::fabs(p.y - polygon.back().y) > kSamePoint)
             polygon.push_back(p);

@@ -10,11 +10,11 @@ namespace velorin {
 namespace {
 
 constexpr int kDeepestForm = 16;
-constexpr std::size_t kMostStates = 4096;          // saved by q
-constexpr std::size_t kMostOperands = 65536;       // before one operator
-constexpr std::size_t kMostOperators = 20'000'000; // of a page with all its forms
-constexpr std::size_t kMostPoints = 8'000'000;
-constexpr std::size_t kMostContent = 1u << 30; // bytes of streams, each as often as it runs
+constexpr std::size_t kMostStates = 4096;         // saved by q
+constexpr std::size_t kMostOperands = 65536;      // before one operator
+constexpr std::size_t kMostOperators = 4'000'000; // of a page with all its forms
+constexpr std::size_t kMostPoints = 2'000'000;    // more than a solid can be made of
+constexpr std::size_t kMostContent = 1u << 30;    // bytes of streams, each as often as it runs
 constexpr std::size_t kMostFonts = 1024;
 
 } // namespace

@@ -9,7 +9,7 @@
 namespace velorin {
 
 // Most bytes that the streams of one file may decode to together; what inflates beyond is refused.
-inline constexpr std::size_t kMostDecodedBytes = 256u << 20;
+inline constexpr std::size_t kMostDecodedBytes = 128u << 20;
 
 // Parameters of the predictors of FlateDecode and LZWDecode.
 struct PdfPredictor {

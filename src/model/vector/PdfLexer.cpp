@@ -27,7 +27,7 @@ bool BeginsNumber(char c) {
 double ToNumber(std::string_view text) {
     std::size_t i = 0;
     bool negative = false;
-    while (i < text.size() && (text[i] == '+' || text[i] == '-')) negative = negative || text[i++] == '-';
+    for (; i < text.size() && (text[i] == '+' || text[i] == '-'); ++i) negative = negative || text[i] == '-';
     double value = 0, place = 0.1;
     bool digits = false;
     for (; i < text.size() && IsDigit(text[i]); ++i, digits = true) value = value * 10 + (text[i] - '0');

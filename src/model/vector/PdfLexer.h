@@ -23,18 +23,22 @@ public:
 
     void clear() { objects_.clear(); }
 
-    // Notes that so many characters were read: objects that overlap each other may be read many times, which
-    // no sound file asks for. Throws PdfError beyond all measure.
+    // Objects may overlap each other and be read many times, which no sound file asks for: what is read
+    // counts against what was allowed for, and PdfError ends it. Without an allowance all may be read.
+    void allow(std::size_t characters) {
+        counts_ = true;
+        allowed_ += characters;
+    }
     void read(std::size_t characters) {
-        read_ += characters;
-        if (read_ > kMostCharacters) throw PdfError("The objects of the file overlap each other.");
+        if (counts_ && characters > allowed_) throw PdfError("The objects of the file overlap each other.");
+        if (counts_) allowed_ -= characters;
     }
 
 private:
     static constexpr std::size_t kMostObjects = 4'000'000;
-    static constexpr std::size_t kMostCharacters = 1u << 29;
     std::deque<std::unique_ptr<PdfObject>> objects_;
-    std::size_t read_ = 0;
+    std::size_t allowed_ = 0;
+    bool counts_ = false;
 };
 
 // Tokens and objects out of the text of a file or of a content stream.

@@ -16,6 +16,8 @@ constexpr std::uint32_t kMostObjectNumbers = 8'388'607; // the format's own limi
 constexpr int kMostTables = 1024;                       // older versions of one document
 constexpr int kMostFilters = 16;
 constexpr std::size_t kDeepestLoad = 64; // objects that need another one to be read
+constexpr std::size_t kReadings = 4;     // of each byte: with and without a table, as part of other objects
+constexpr std::size_t kMostInStreams = 32u << 20; // characters of objects in streams
 constexpr std::size_t kMostPagesWalked = 100'000;
 
 std::uint64_t BigEndian(std::string_view bytes) {
@@ -38,6 +40,7 @@ PdfPage PdfParser::Read(const std::string& path) {
 PdfPage PdfParser::ReadBytes(Bytes bytes) {
     text_ = {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
     if (text_.substr(0, 5) != "%PDF-") throw PdfError("The file is not a PDF.");
+    pool_.allow(kReadings * text_.size() + kMostInStreams);
     if (!ReadCrossReferences() || !Get<PdfDictionary>(trailer_, "Root")) {
         loaded_.clear();
         SearchObjects();

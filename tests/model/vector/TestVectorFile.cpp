@@ -8,7 +8,9 @@
 #include <zlib.h>
 
 #include <cmath>
+#include <ctime>
 #include <filesystem>
+#include <sys/resource.h>
 
 namespace velorin {
 namespace {
@@ -87,6 +89,7 @@ TEST(VectorFile, PathOperatorsGiveTheirShapes) {
         // Each curve encloses 30 with its chord, by integrating (x dy - y dx) / 2.
         {"v and y", "0 0 m 0 10 10 10 v 10 0 0 0 y f", 1, 60},
         {"inline image", "BI /W 2 /H 1 ID \x01 0 0 9 9 re f \x02 EI 0 0 2 2 re f", 1, -4},
+        {"signs without number", "0 0 --10 +-5.5.9 re f", 1, -55},
         {"junk", "/Name (text) [1 2] << /A 1 >> unknown 5 gs 0 0 2 2 re f", 1, -4},
     };
     for (const auto& row : rows) {
@@ -266,6 +269,71 @@ TEST(VectorFile, HostileFilesEndInOneSentence) {
         PathSet set;
         std::string reason;
         static_cast<void>(LoadVectorBytes(set, cut, reason));
+    }
+}
+
+// Small files that ask for much: each is read or refused within bounds, whatever it gives.
+TEST(VectorFile, BombsCostLittle) {
+    const auto repeat = [](int times, const auto& text) {
+        std::string all;
+        for (int i = 0; i < times; ++i) all += text(i);
+        return all;
+    };
+    const auto number = [](int i) { return std::to_string(i); };
+    const std::string root = "<< /Type /Catalog /Pages 2 0 R >>";
+    // 3,000 nodes of a page tree that all have the same 3,000 kids.
+    std::vector<std::string> wide = {
+        root, "<< /Kids 3 0 R >>", "[" + repeat(3000, [&](int i) { return number(i + 4) + " 0 R "; }) + "]"};
+    for (int i = 0; i < 3000; ++i) wide.push_back("<< /Kids 3 0 R >>");
+    // Strings that never end, one begun in another.
+    const std::string open =
+        "%PDF-1.4\n" + repeat(20'000, [&](int i) { return number(i + 1) + " 0 obj (\n"; });
+    const std::string streams =
+        "%PDF-1.4\n" + repeat(20'000, [&](int i) { return number(i + 1) + " 0 obj << >> stream\n"; });
+    // Widths of 65,536 codes, told again and again.
+    const std::string widths =
+        "<< /Type /Font /W [" + repeat(20'000, [](int) { return "0 65535 1 "; }) + "] >>";
+    const std::string composite = "<< /Type /Font /Subtype /Type0 /BaseFont /A /DescendantFonts [6 0 R] >>";
+    const std::string fonts = "<< /Font << /F1 5 0 R >> >>";
+    // A form that draws itself ten times, a glyph that shows itself ten times.
+    const std::string form = Stream(repeat(10, [](int) { return "0 0 1 1 re f /F Do "; }),
+                                    "/Subtype /Form /Resources << /XObject << /F 5 0 R >> >>");
+    const std::string glyph =
+        "<< /Type /Font /Subtype /Type3 /FontMatrix [1 0 0 1 0 0] /CharProcs << /a 6 0 R >> "
+        "/Encoding << /Differences [97 /a] >> /Resources " +
+        fonts + " >>";
+    const std::string rows =
+        Stream(std::string(1000, 'x'), "/Filter /LZWDecode /DecodeParms << /Predictor 12 "
+                                       "/Columns 10000000 /Colors 32 /BitsPerComponent 16 >>");
+    const std::string many =
+        "<< " + repeat(20'000, [&](int i) { return "/F" + number(i) + " 5 0 R "; }) + " >>";
+    const struct {
+        const char* name;
+        std::string file;
+    } bombs[] = {
+        {"wide page tree", Document(wide)},
+        {"endless strings", open},
+        {"endless streams", streams},
+        {"widths", Page("BT /F1 9 Tf (ab) Tj ET", fonts, {composite, widths})},
+        {"self-drawing form", Page("/F Do", "<< /XObject << /F 5 0 R >> >>", {form})},
+        {"self-showing glyph",
+         Page("BT /F1 9 Tf (a) Tj ET", fonts, {glyph, Stream("BT /F1 1 Tf (aaaaaaaaaa) Tj ET")})},
+        {"long rows", Document({root, "<< /Kids [3 0 R] >>", "<< /Contents 4 0 R >>", rows})},
+        {"many names", Page(repeat(20'000, [&](int i) { return "/F" + number(i) + " Do "; }),
+                            "<< /XObject " + many + " >>", {Stream("0 0 1 1 re f", "/Subtype /Form")})},
+        {"zeros of zeros", Document({root, "<< /Kids [3 0 R] >>", "<< /Contents 4 0 R >>",
+                                     Stream(std::string(1 << 20, 'z'), "/Filter [/A85 /Fl /A85 /A85]")})},
+    };
+    for (const auto& bomb : bombs) {
+        rusage before{}, after{};
+        getrusage(RUSAGE_SELF, &before);
+        const std::clock_t start = std::clock();
+        const Outcome outcome = Load(bomb.file);
+        const double seconds = static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+        getrusage(RUSAGE_SELF, &after);
+        EXPECT_EQ(outcome.read, outcome.reason.empty()) << bomb.name;
+        EXPECT_LT(seconds, 20) << bomb.name; // a second, where nothing slows the program down
+        EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 1 << 20) << bomb.name; // kilobytes
     }
 }
 
