@@ -1,5 +1,6 @@
 #include "host/HostCamera.h"
 
+#include "core/Projection.h"
 #include "host/JitterTables.h"
 
 #include <algorithm>
@@ -54,18 +55,6 @@ void ReadLensStreams(PluginCall& call, AEGP_LayerH layer, const A_Time& compTime
     camera.focusDistance = read(AEGP_LayerStream_FOCUS_DISTANCE);
     camera.aperture = read(AEGP_LayerStream_APERTURE);
     camera.blurLevel = read(AEGP_LayerStream_BLUR_LEVEL);
-}
-
-Matrix Perspective(const CameraState& camera) {
-    const float n = camera.nearPlane, f = camera.farPlane;
-    Matrix p;
-    p.m = {};
-    p(0, 0) = 2 * camera.imagePlaneDistance / camera.viewWidth;
-    p(1, 1) = 2 * camera.imagePlaneDistance / camera.viewHeight;
-    p(2, 2) = -(f + n) / (f - n);
-    p(2, 3) = -1;
-    p(3, 2) = -2 * f * n / (f - n);
-    return p;
 }
 
 Matrix Orthographic(const CameraState& camera) {
@@ -161,7 +150,7 @@ CameraState MakeCameraState(const HostCamera& camera, double compAspect, float n
     state.orthographic = camera.orthographic;
     state.nearPlane = nearPlane;
     state.farPlane = farPlane > nearPlane ? farPlane : nearPlane + 1;
-    state.projection = state.orthographic ? Orthographic(state) : Perspective(state);
+    state.projection = state.orthographic ? Orthographic(state) : PerspectiveProjection(state);
     state.position = TransformPoint({0, 0, 0}, Inverse(state.view));
     state.filmSize = static_cast<float>(camera.filmSize);
     if (!camera.present) return state; // the record's own defaults: no blur, a focus distance of 1

@@ -26,7 +26,9 @@ void AddHostModes(CLI::App& command, HostOptions& host) {
 }
 
 void DescribeRender(CLI::App& command, RenderOptions& options) {
-    command.add_option("INPUT", options.input, "A project (.json) or a model (.obj)")->required();
+    command
+        .add_option("INPUT", options.input, "A project (.json), model (.obj) or preset (.qmx, .qmt, .qbv)")
+        ->required();
     command
         .add_option("-o,--output", options.output,
                     "A .png or .exr file; #### in its name is the frame's number")
@@ -46,11 +48,63 @@ void DescribeRender(CLI::App& command, RenderOptions& options) {
     AddHostModes(command, options.session.host);
 }
 
-void DescribeInspect(CLI::App& command, InspectOptions& options) {
-    command.add_option("WHAT", options.what, "params, scene, particles, mesh, draws or devices")
+void DescribePreset(CLI::App& command, PresetOptions& options) {
+    command.add_option("INPUT", options.input, "A project (.json), model (.obj) or preset")->required();
+    command.add_option("--model", options.model, "The model to keep, with all below it")->type_name("NAME");
+    command.add_option("--material", options.material, "The material to keep")->type_name("NAME");
+    command
+        .add_option("--bevel", options.bevel,
+                    "The bevel of an extruded model to keep; without a number its first")
+        ->type_name("MODEL:N");
+    command.add_option("-o,--output", options.output, "The preset to write: .qmx, .qmt or .qbv")
         ->required()
-        ->check(CLI::IsMember({"params", "scene", "particles", "mesh", "draws", "devices"}));
-    command.add_option("INPUT", options.input, "A project (.json) or a model (.obj)");
+        ->type_name("FILE");
+    AddPlugin(command, options.session);
+}
+
+// The three commands around a bundle; which one was given is known when the line is parsed.
+void DescribeBundle(CLI::App& command, BundleOptions& options) {
+    command.require_subcommand(1);
+    CLI::App* create =
+        command.add_subcommand("create", "Makes a bundle of a folder of models, presets and pictures");
+    create->add_option("DIR", options.input, "The folder")->required();
+    create->add_option("-o,--output", options.output, "The bundle to write")
+        ->required()
+        ->type_name("FILE.qbndl");
+    create->add_option("--id", options.id, "The bundle's identifier, in place of its name");
+    CLI::App* list = command.add_subcommand("list", "Lists the entries of a bundle");
+    list->add_option("FILE", options.input, "The bundle")->required();
+    list->add_flag("--json", options.json, "Prints JSON in place of a table");
+    CLI::App* extract = command.add_subcommand("extract", "Writes an entry of a bundle as a file of its own");
+    extract->add_option("FILE", options.input, "The bundle")->required();
+    extract->add_option("ENTRY", options.entry, "The entry, as it is listed")->required();
+    extract->add_option("-o,--output", options.output, "The file to write")->required()->type_name("OUT");
+    create->callback([&] { options.action = BundleAction::Create; });
+    list->callback([&] { options.action = BundleAction::List; });
+    extract->callback([&] { options.action = BundleAction::Extract; });
+    for (CLI::App* action : {create, list, extract}) AddPlugin(*action, options.session);
+}
+
+void DescribeSheet(CLI::App& command, SheetOptions& options) {
+    command.add_option("DIR", options.input, "A folder of presets")->required();
+    command.add_option("-o,--output", options.output, "The picture to write")
+        ->required()
+        ->type_name("FILE.png");
+    command.add_option("--tile", options.tile, "Size of a preset's picture in pixels")->type_name("WxH");
+    command.add_option("--columns", options.columns, "Pictures in a row")
+        ->type_name("N")
+        ->check(CLI::Range(1, 40));
+    AddPlugin(command, options.session);
+}
+
+void DescribeInspect(CLI::App& command, InspectOptions& options) {
+    command
+        .add_option("WHAT", options.what, "params, scene, particles, mesh, draws, devices, preset or library")
+        ->required()
+        ->check(
+            CLI::IsMember({"params", "scene", "particles", "mesh", "draws", "devices", "preset", "library"}));
+    command.add_option("INPUT", options.input,
+                       "A project (.json), model (.obj) or preset (.qmx, .qmt, .qbv)");
     command.add_option("--frame", options.frame, "Frame to look at, counted from 0")
         ->type_name("N")
         ->check(CLI::NonNegativeNumber);
@@ -103,13 +157,25 @@ int RunCommand(int argc, char** argv) {
     DescribeInspect(*inspectCommand, inspect);
     NewOptions fresh;
     CLI::App* newCommand = app.add_subcommand("new", "Writes a project that shows models");
-    newCommand->add_option("FILE", fresh.files, "Models (.obj), up to five")->required();
+    newCommand->add_option("FILE", fresh.files, "Models (.obj) and presets (.qmx, .qmt, .qbv), up to five")
+        ->required();
     newCommand->add_option("-o,--output", fresh.output, "The project to write")
         ->required()
         ->type_name("PROJECT.json");
+    AddPlugin(*newCommand, fresh.session);
     ExportOptions exported;
     CLI::App* exportCommand = app.add_subcommand("export", "Writes what the groups show as OBJ");
     DescribeExport(*exportCommand, exported);
+    PresetOptions preset;
+    CLI::App* presetCommand =
+        app.add_subcommand("preset", "Keeps a model, material or bevel of a project as a preset");
+    DescribePreset(*presetCommand, preset);
+    BundleOptions bundle;
+    CLI::App* bundleCommand = app.add_subcommand("bundle", "Makes and reads content bundles");
+    DescribeBundle(*bundleCommand, bundle);
+    SheetOptions sheet;
+    CLI::App* sheetCommand = app.add_subcommand("sheet", "Draws all presets of a folder on one picture");
+    DescribeSheet(*sheetCommand, sheet);
     std::string setupProject;
     CLI::App* setupCommand = app.add_subcommand("setup", "Opens the scene of a project in its window");
     setupCommand->add_option("PROJECT", setupProject, "A project (.json)")->required();
@@ -131,6 +197,9 @@ int RunCommand(int argc, char** argv) {
     if (*inspectCommand) return RunInspect(inspect);
     if (*newCommand) return RunNew(fresh);
     if (*exportCommand) return RunExport(exported);
+    if (*presetCommand) return RunPreset(preset);
+    if (*bundleCommand) return RunBundle(bundle);
+    if (*sheetCommand) return RunSheet(sheet);
     return AnswerMissing("setup");
 }
 

@@ -51,8 +51,34 @@ struct ExportOptions {
 struct NewOptions {
     std::vector<std::string> files;
     std::string output;
+    SessionOptions session;
 };
 [[nodiscard]] int RunNew(const NewOptions& options);
+
+struct PresetOptions {
+    std::string input, output;
+    std::string model, material, bevel; // one of them; a bevel is "MODEL:N"
+    SessionOptions session;
+};
+[[nodiscard]] int RunPreset(const PresetOptions& options);
+
+enum class BundleAction { Create, List, Extract };
+struct BundleOptions {
+    BundleAction action = BundleAction::List;
+    std::string input; // a folder to create from, else a bundle
+    std::string output, entry, id;
+    bool json = false;
+    SessionOptions session;
+};
+[[nodiscard]] int RunBundle(const BundleOptions& options);
+
+struct SheetOptions {
+    std::string input, output;
+    std::string tile = "200x160"; // as typed
+    int columns = 6;
+    SessionOptions session;
+};
+[[nodiscard]] int RunSheet(const SheetOptions& options);
 
 // The whole command line, from argv to the exit status.
 [[nodiscard]] int RunCommand(int argc, char** argv);

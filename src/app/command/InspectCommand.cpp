@@ -1,3 +1,4 @@
+#include "app/command/Ask.h"
 #include "app/command/Commands.h"
 #include "app/command/Interrupt.h"
 #include "app/command/Table.h"
@@ -7,6 +8,7 @@
 #include <array>
 #include <charconv>
 #include <cstdio>
+#include <filesystem>
 
 namespace velorin::app {
 
@@ -83,7 +85,8 @@ public:
 
 private:
     bool Open() {
-        if (!options_.input.empty()) return OpenSession(options_.input, options_.session, console_, session_);
+        if (!options_.input.empty() && options_.what != "preset")
+            return OpenSession(options_.input, options_.session, console_, session_);
         session_.host = StartHost(options_.session, console_);
         return session_.host && session_.Tell(console_);
     }
@@ -97,7 +100,19 @@ private:
             return GoToFrame() && Ask(request, true);
         }
         if (options_.what == "devices") return Ask({{"do", "devices"}}, false);
+        if (options_.what == "library") return Ask({{"do", "library"}}, false);
+        if (options_.what == "preset") return ShowPreset();
         return ShowCaptured(options_.what);
+    }
+
+    bool ShowPreset() {
+        std::error_code ignored;
+        const std::string file =
+            std::filesystem::absolute(options_.input, ignored).lexically_normal().string();
+        const auto preset =
+            app::Ask(*session_.host, {{"do", "readPreset"}, {"file", file}}, {}, {}, console_);
+        if (preset) Print(*preset, options_.json);
+        return preset.has_value();
     }
 
     bool ShowParameters() {
@@ -191,7 +206,8 @@ private:
 
 int RunInspect(const InspectOptions& options) {
     Console console(false);
-    if (options.input.empty() && options.what != "params" && options.what != "devices") {
+    if (options.input.empty() && options.what != "params" && options.what != "devices" &&
+        options.what != "library") {
         console.Error("inspect " + options.what + " needs an INPUT");
         return kWrongUsage;
     }

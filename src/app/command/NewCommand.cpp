@@ -1,5 +1,7 @@
 #include "app/command/Commands.h"
 
+#include "app/command/PresetProject.h"
+
 #include "platform/FileSystem.h"
 
 #include "services/SafeFile.h"
@@ -18,23 +20,37 @@ int RunNew(const NewOptions& options) {
         console.Error("new: a project shows up to " + std::to_string(kMostModels) + " models, one a group");
         return kWrongUsage;
     }
+    bool presets = false;
     for (const std::string& file : options.files) {
-        if (KindOfInput(file) != InputKind::Model) {
-            console.Error(file + ": this is no model (.obj)");
+        const InputKind kind = KindOfInput(file);
+        if (kind != InputKind::Model && kind != InputKind::Preset) {
+            console.Error(file + ": this is no model (.obj) or preset (.qmx, .qmt, .qbv)");
             return kFailed;
         }
         if (!IsRegularFile(file)) {
-            console.Error(file + ": the model does not exist");
+            console.Error(file + (kind == InputKind::Model ? ": the model does not exist"
+                                                           : ": the preset does not exist"));
             return kFailed;
         }
+        presets = presets || kind == InputKind::Preset;
     }
     constexpr double kDuration = 5; // seconds
     std::error_code ignored;
     const std::string folder =
         std::filesystem::absolute(options.output, ignored).parent_path().lexically_normal().string();
-    const std::string text = ProjectTextForModels(options.files, folder, kDuration);
+    std::optional<std::string> text;
+    if (presets) {
+        Session session;
+        session.host = StartHost(options.session, console);
+        if (session.host)
+            text = ProjectTextForPresets(options.files, folder, kDuration, {}, *session.host, console);
+        if (session.host && !session.Close(console)) return kFailed;
+    } else {
+        text = ProjectTextForModels(options.files, folder, kDuration);
+    }
+    if (!text) return kFailed;
     std::string error;
-    if (WriteFileSafely(options.output, std::as_bytes(std::span(text)), error)) return kDone;
+    if (WriteFileSafely(options.output, std::as_bytes(std::span(*text)), error)) return kDone;
     console.Error(error);
     return kFailed;
 }

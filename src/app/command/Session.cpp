@@ -1,5 +1,6 @@
 #include "app/command/Session.h"
 
+#include "app/command/PresetProject.h"
 #include "app/host/ParameterInput.h"
 #include "app/project/Json.h"
 #include "app/project/ProjectReader.h"
@@ -20,7 +21,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kModelExtensions[] = {".obj"};
+constexpr struct {
+    const char* extension;
+    InputKind kind;
+} kInputs[] = {{".json", InputKind::Project},
+               {".obj", InputKind::Model},
+               {".qmx", InputKind::Preset},
+               {".qmt", InputKind::Preset},
+               {".qbv", InputKind::Preset}};
 constexpr double kModelDuration = 1; // seconds
 
 bool Tell(const Diagnostics& diagnostics, Console& console) {
@@ -163,14 +171,18 @@ bool Session::Close(Console& console) {
     return Tell(console);
 }
 
-InputKind KindOfInput(const std::string& path) {
+std::string SmallExtension(const std::string& path) {
     std::string extension = fs::path(path).extension().string();
     std::transform(extension.begin(), extension.end(), extension.begin(),
                    [](char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); });
-    if (extension == ".json") return InputKind::Project;
-    const bool model = std::find(std::begin(kModelExtensions), std::end(kModelExtensions), extension) !=
-                       std::end(kModelExtensions);
-    return model ? InputKind::Model : InputKind::Unknown;
+    return extension;
+}
+
+InputKind KindOfInput(const std::string& path) {
+    const std::string extension = SmallExtension(path);
+    for (const auto& input : kInputs)
+        if (extension == input.extension) return input.kind;
+    return InputKind::Unknown;
 }
 
 std::optional<Project> ReadInput(const std::string& path, SizeOverride size, Console& console) {
@@ -192,8 +204,10 @@ std::optional<Project> ReadInput(const std::string& path, SizeOverride size, Con
                                   diagnostics, size);
         break;
     }
+    case InputKind::Preset: // needs the plug-in
     case InputKind::Unknown:
-        diagnostics.errors.push_back(path + ": this is neither a project (.json) nor a model (.obj)");
+        diagnostics.errors.push_back(
+            path + ": this is no project (.json), model (.obj) or preset (.qmx, .qmt, .qbv)");
         break;
     }
     return Tell(diagnostics, console) ? std::move(project) : std::nullopt;
@@ -217,12 +231,19 @@ std::unique_ptr<Host> StartHost(const SessionOptions& options, Console& console)
 
 bool OpenSession(const std::string& input, const SessionOptions& options, Console& console,
                  Session& session) {
-    std::optional<Project> project = ReadInput(input, options.size, console);
+    std::optional<Project> project;
+    if (KindOfInput(input) == InputKind::Preset) {
+        session.host = StartHost(options, console);
+        if (session.host)
+            project = ReadPresetProject(input, kModelDuration, options.size, *session.host, console);
+    } else {
+        project = ReadInput(input, options.size, console);
+    }
     if (!project) return false;
     session.project = std::move(*project);
     if (options.depth != 0) session.project.composition.depth = options.depth;
     if (!AddSettings(options.settings, session.project, console)) return false;
-    session.host = StartHost(options, console);
+    if (!session.host) session.host = StartHost(options, console);
     if (!session.host) return false;
     Host& host = *session.host;
     HostResult result = host.Open(session.project);

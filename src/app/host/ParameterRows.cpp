@@ -150,7 +150,9 @@ const ParameterRow* ParameterRows::Resolve(std::string_view key, std::string& re
     std::vector<std::string> names;
     for (const ParameterRow& row : rows_)
         if (row.hasValue()) names.push_back(isPath ? row.path : row.name);
-    reason = "unknown parameter " + shown + NearestHint(key, names);
+    std::string hint = NearestHint(key, names);
+    if (hint.empty() && isPath) hint = NearestHint(key.substr(key.rfind('/') + 1), names);
+    reason = "unknown parameter " + shown + hint;
     return nullptr;
 }
 

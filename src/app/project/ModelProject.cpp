@@ -18,10 +18,21 @@ std::string PathForProject(const std::string& file, const std::string& folder) {
     return relative.empty() || relative.size() > absolute.string().size() ? absolute.string() : relative;
 }
 
+// Every "path" below a node.
+void ShortenPaths(nlohmann::ordered_json& node, const std::string& folder) {
+    if (node.is_object())
+        if (const auto path = node.find("path"); path != node.end() && path->is_string()) {
+            const auto text = path->get<std::string>();
+            if (fs::path(text).is_absolute()) *path = PathForProject(text, folder);
+        }
+    if (node.is_structured())
+        for (auto& child : node) ShortenPaths(child, folder);
+}
+
 } // namespace
 
-std::string ProjectTextForModels(const std::vector<std::string>& files, const std::string& folder,
-                                 double durationSeconds, SizeOverride size) {
+std::string ProjectTextForScene(nlohmann::ordered_json scene, std::size_t count, const std::string& folder,
+                                double durationSeconds, SizeOverride size) {
     using nlohmann::ordered_json;
     constexpr int kUsualWidth = 1280, kUsualHeight = 720;
     constexpr double kUsualParticleSize = 10;
@@ -34,16 +45,8 @@ std::string ProjectTextForModels(const std::vector<std::string>& files, const st
     project["velorin"] = 1;
     project["composition"] = {
         {"width", width}, {"height", height}, {"frameRate", 24}, {"duration", durationSeconds}, {"depth", 8}};
-    ordered_json parameters = ordered_json::object(), models = ordered_json::array();
-    const std::size_t count = std::min(files.size(), kMostModels);
+    ordered_json parameters = ordered_json::object();
     for (std::size_t i = 0; i < count; ++i) {
-        // Shown at its normalised size, a model fills a cube whose half edge is 25 pixels times the particle
-        // size: the default size of 10 suits one model in 720 lines.
-        models.push_back({{"name", fs::path(files[i]).stem().string()},
-                          {"type", 2},
-                          {"path", PathForProject(files[i], folder)},
-                          {"normalizeSize", true},
-                          {"groups", {static_cast<int>(i) + 1}}});
         const std::string group = std::to_string(i + 1) + ". ";
         if (count == 1) {
             if (largest != kUsualParticleSize) parameters[group + "Particle Size"] = largest;
@@ -54,12 +57,28 @@ std::string ProjectTextForModels(const std::vector<std::string>& files, const st
         parameters[group + "Position XY"] = {place * (static_cast<double>(i) + 0.5), height / 2.0};
         parameters[group + "Particle Size"] = std::min(largest, place * 0.75 / 50.0);
     }
+    ShortenPaths(scene, folder);
     ordered_json effect;
     if (!parameters.empty()) effect["parameters"] = parameters;
-    effect["scene"] = {{"models", models}};
+    effect["scene"] = std::move(scene);
     project["effects"] = ordered_json::array({effect});
     // A name that is no UTF-8 is still written, with replacement characters.
     return project.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+}
+
+std::string ProjectTextForModels(const std::vector<std::string>& files, const std::string& folder,
+                                 double durationSeconds, SizeOverride size) {
+    // Shown at its normalised size, a model fills a cube whose half edge is 25 pixels times the particle
+    // size: the default size of 10 suits one model in 720 lines.
+    nlohmann::ordered_json models = nlohmann::ordered_json::array();
+    const std::size_t count = std::min(files.size(), kMostModels);
+    for (std::size_t i = 0; i < count; ++i)
+        models.push_back({{"name", fs::path(files[i]).stem().string()},
+                          {"type", 2},
+                          {"path", PathForProject(files[i], folder)},
+                          {"normalizeSize", true},
+                          {"groups", {static_cast<int>(i) + 1}}});
+    return ProjectTextForScene({{"models", models}}, count, folder, durationSeconds, size);
 }
 
 } // namespace velorin::app

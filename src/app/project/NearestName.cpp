@@ -43,8 +43,41 @@ std::string NearestName(std::string_view name, std::span<const std::string> cand
     return *best;
 }
 
+namespace {
+
+std::vector<std::string_view> Words(std::string_view text) {
+    std::vector<std::string_view> words;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t end = std::min(text.find_first_of(" /", at), text.size());
+        if (end > at) words.push_back(text.substr(at, end - at));
+        at = end + 1;
+    }
+    return words;
+}
+
+} // namespace
+
+std::string NearestByWords(std::string_view name, std::span<const std::string> candidates) {
+    const std::size_t count = Words(name).size();
+    const std::string* best = nullptr;
+    int bestDistance = 0;
+    for (const std::string& candidate : candidates) {
+        const auto words = Words(candidate);
+        for (std::size_t first = 0; count > 0 && first + count <= words.size(); ++first) {
+            const char* const begin = words[first].data();
+            const std::string_view& last = words[first + count - 1];
+            const std::string_view run(begin, static_cast<std::size_t>(last.data() + last.size() - begin));
+            const int distance = EditDistance(name, run);
+            if (3 * static_cast<std::size_t>(distance) > std::max(run.size(), name.size())) continue;
+            if (!best || distance < bestDistance) best = &candidate, bestDistance = distance;
+        }
+    }
+    return best ? *best : std::string();
+}
+
 std::string NearestHint(std::string_view name, std::span<const std::string> candidates) {
-    const std::string nearest = NearestName(name, candidates);
+    std::string nearest = NearestName(name, candidates);
+    if (nearest.empty()) nearest = NearestByWords(name, candidates);
     return nearest.empty() ? std::string() : ", did you mean \"" + nearest + "\"?";
 }
 

@@ -15,6 +15,12 @@ namespace velorin::app {
 // little (more than half of the longer name would have to change).
 [[nodiscard]] std::string NearestName(std::string_view name, std::span<const std::string> candidates);
 
+// The candidate a run of whose words is nearest to `name`, which has as many words: for a name that was typed
+// in part
+// ("Partcle" for "1. Particle Count"). Empty when no run is near (more than a third of it would have to
+// change).
+[[nodiscard]] std::string NearestByWords(std::string_view name, std::span<const std::string> candidates);
+
 // `, did you mean "X"?` or nothing.
 [[nodiscard]] std::string NearestHint(std::string_view name, std::span<const std::string> candidates);
 

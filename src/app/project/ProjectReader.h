@@ -3,6 +3,8 @@
 #include "app/project/Diagnostics.h"
 #include "app/project/Project.h"
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <optional>
 #include <string>
 
@@ -27,6 +29,11 @@ struct SizeOverride {
 [[nodiscard]] std::string ProjectTextForModels(const std::vector<std::string>& files,
                                                const std::string& folder, double durationSeconds,
                                                SizeOverride size = {});
+// The same around a scene (the form of a project's "scene") whose `count` top-level models stand each in a
+// group of its own. The absolute paths in it are written relative to `folder` where that is shorter.
+[[nodiscard]] std::string ProjectTextForScene(nlohmann::ordered_json scene, std::size_t count,
+                                              const std::string& folder, double durationSeconds,
+                                              SizeOverride size = {});
 inline constexpr std::size_t kMostModels = 5;
 
 } // namespace velorin::app

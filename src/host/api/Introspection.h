@@ -15,6 +15,9 @@ struct GeneralCall {
     void* reply = nullptr;
 };
 
+// The first byte of a reply of raw bytes, which follow it; no JSON starts with it.
+inline constexpr char kRawReplyMark = '=';
+
 // `reply` of a GeneralCall of type kIntrospectionCall. `respond` is called exactly once, inside the call; its
 // bytes are valid only during it. A request that cannot be served is answered {"error": "...", "at":
 // "/json/pointer"}.
@@ -34,6 +37,21 @@ struct GeneralCall {
 //   frame           of the last frame: {"stages": {name: ms}, "gl": {...}, "uploads": n, "programs": n,
 //                   "models": {"parsed": n, "cached": n} since the start, "warnings": [...]}; warnings are
 //                   given once
+//
+// Presets (.qmx, .qmt, .qbv; `file` may name an entry of a bundle) and the library; a refusal for want of a
+// name has "names", those that there are:
+//   savePreset      payload = flat document, "kind": "model", "material" or "bevel", "name": of the model or
+//   material,
+//                   "bevel": 1..5, "file" -> {"picture": [width, height]} (0, 0 when none could be drawn)
+//   readPreset      "file" -> {"kind", "picture": {width, height}, "models": [{depth, name, type, path,
+//   materials}],
+//                   "materials": [...], "bevel": {...}}
+//   presetScene     "files": presets and models -> a scene as JSON, each file in a group of its own, all
+//   paths absolute presetPicture   "file", "width", "height" -> raw: RGBA bytes, row by row, straight alpha
+//   bundleCreate    "folder", "file", "id" -> {"items": n, "skipped": [names]}
+//   bundleList      "file" -> {"id", "folders": [...], "items": [{name, bytes}]}
+//   bundleExtract   "file", "entry" -> raw: its bytes
+//   library         array of the places where library files are looked for, in order
 struct IntrospectionRequest {
     const char* request = nullptr; // UTF-8 JSON, zero-terminated
     const void* payload = nullptr;

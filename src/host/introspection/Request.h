@@ -51,6 +51,9 @@ struct RequestRow {
 // The reply of a request that cannot be served: a sentence without a full stop, and the place in the request.
 [[nodiscard]] std::string RequestError(const std::string& message, const std::string& at = {});
 
+// Bytes as they are: a mark that no JSON starts with, and then they.
+[[nodiscard]] std::string RawReply(Bytes bytes);
+
 // ParamRequests.cpp
 [[nodiscard]] std::string AnswerParams(const Request& request);
 // SceneRequests.cpp
@@ -63,5 +66,15 @@ struct RequestRow {
 [[nodiscard]] std::string AnswerDevices(const Request& request);
 [[nodiscard]] std::string AnswerFrame(const Request& request);
 [[nodiscard]] std::string AnswerExport(const Request& request);
+// PresetRequests.cpp
+[[nodiscard]] std::string AnswerSavePreset(const Request& request);
+[[nodiscard]] std::string AnswerReadPreset(const Request& request);
+[[nodiscard]] std::string AnswerPresetScene(const Request& request);
+[[nodiscard]] std::string AnswerPresetPicture(const Request& request);
+// LibraryRequests.cpp
+[[nodiscard]] std::string AnswerBundleCreate(const Request& request);
+[[nodiscard]] std::string AnswerBundleList(const Request& request);
+[[nodiscard]] std::string AnswerBundleExtract(const Request& request);
+[[nodiscard]] std::string AnswerLibrary(const Request& request);
 
 } // namespace velorin

@@ -1,5 +1,7 @@
 #include "host/introspection/Request.h"
 
+#include "host/api/Introspection.h"
+
 namespace velorin {
 namespace {
 
@@ -15,6 +17,14 @@ constexpr RequestRow kRequests[] = {
     {"devices", AnswerDevices},
     {"frame", AnswerFrame},
     {"export", AnswerExport},
+    {"savePreset", AnswerSavePreset},
+    {"readPreset", AnswerReadPreset},
+    {"presetScene", AnswerPresetScene},
+    {"presetPicture", AnswerPresetPicture},
+    {"bundleCreate", AnswerBundleCreate, kWithoutCore},
+    {"bundleList", AnswerBundleList, kWithoutCore},
+    {"bundleExtract", AnswerBundleExtract, kWithoutCore},
+    {"library", AnswerLibrary, kWithoutCore},
 };
 
 } // namespace
@@ -27,6 +37,11 @@ const RequestRow* FindRequest(const std::string& name) {
 
 std::string DumpJson(const Json& json) {
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+std::string RawReply(Bytes bytes) {
+    std::string reply(1, kRawReplyMark);
+    return reply.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
 }
 
 std::string RequestError(const std::string& message, const std::string& at) {

@@ -1,0 +1,75 @@
+#include "app/command/Ask.h"
+#include "app/command/Commands.h"
+#include "app/command/Table.h"
+
+#include "services/SafeFile.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cstdio>
+#include <filesystem>
+
+namespace velorin::app {
+
+namespace {
+
+using nlohmann::ordered_json;
+
+bool Create(Host& host, const BundleOptions& options, Console& console) {
+    const auto answer =
+        Ask(host,
+            {{"do", "bundleCreate"},
+             {"folder", options.input},
+             {"file", options.output},
+             {"id", options.id.empty() ? std::filesystem::path(options.output).stem().string() : options.id}},
+            {}, {}, console);
+    if (!answer) return false;
+    for (const auto& name : answer->value("skipped", ordered_json::array()))
+        if (name.is_string())
+            console.Warn(options.input + "/" + name.get<std::string>() +
+                         ": left out: no model, preset or picture that can be read");
+    std::printf("%s: %d items\n", options.output.c_str(), answer->value("items", 0));
+    return true;
+}
+
+bool List(Host& host, const BundleOptions& options, Console& console) {
+    const auto answer =
+        Ask(host, {{"do", "bundleList"}, {"file", options.input}}, {}, options.input, console);
+    if (!answer) return false;
+    if (options.json)
+        std::printf("%s\n", answer->dump(2, ' ', false, ordered_json::error_handler_t::replace).c_str());
+    else
+        std::printf("%s", TableText((*answer)["items"]).c_str());
+    return true;
+}
+
+bool Extract(Host& host, const BundleOptions& options, Console& console) {
+    const auto bytes =
+        AskRaw(host, {{"do", "bundleExtract"}, {"file", options.input}, {"entry", options.entry}},
+               options.input, console);
+    if (!bytes) return false;
+    std::string error;
+    if (WriteFileSafely(options.output, std::as_bytes(std::span(*bytes)), error)) return true;
+    console.Error(error);
+    return false;
+}
+
+} // namespace
+
+int RunBundle(const BundleOptions& options) {
+    Console console(false);
+    if (options.action == BundleAction::Create && SmallExtension(options.output) != ".qbndl") {
+        console.Error("-o " + options.output + ": a bundle is a .qbndl file");
+        return kWrongUsage;
+    }
+    Session session;
+    session.host = StartHost(options.session, console);
+    if (!session.host) return kFailed;
+    Host& host = *session.host;
+    const bool done = options.action == BundleAction::Create ? Create(host, options, console)
+                      : options.action == BundleAction::List ? List(host, options, console)
+                                                             : Extract(host, options, console);
+    return session.Close(console) && done ? kDone : kFailed;
+}
+
+} // namespace velorin::app
