@@ -25,6 +25,8 @@ protected:
         ASSERT_TRUE(mkdtemp(name.data()));
         folder_ = name;
         unsetenv("VELORIN_TEST_FAULT");
+        std::filesystem::create_directory(folder_ / "user");
+        setenv("VELORIN_USER_PATH", (folder_ / "user").c_str(), 1);
         setenv("VELORIN_LOG", (folder_ / "log.txt").c_str(), 1);
     }
     void TearDown() override { std::filesystem::remove_all(folder_); }

@@ -29,6 +29,10 @@ TEST(NearestName, TheNearestIsFoundAndTheFarIsNot) {
     EXPECT_EQ(NearestName("1. Partcle Siez", names), "1. Particle Size");
     EXPECT_EQ(NearestName("zzzz", names), "");
     EXPECT_EQ(NearestName("x", {}), "");
+    EXPECT_EQ(NearestByWords("Partcle", names), "1. Particle Count");
+    EXPECT_EQ(NearestByWords("partcle siz", names), "1. Particle Size");
+    EXPECT_EQ(NearestByWords("Pattern", names), "");
+    EXPECT_EQ(NearestByWords(" ", names), "");
     EXPECT_EQ(NearestHint("widht", names), ", did you mean \"width\"?");
 }
 
