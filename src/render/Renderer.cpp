@@ -9,6 +9,7 @@
 #include "render/PostEffects.h"
 #include "render/ReadBack.h"
 #include "render/RenderSettings.h"
+#include "render/RendererPrefs.h"
 #include "render/TextDrawer.h"
 #include "render/TextureManager.h"
 #include "render/gl/GLError.h"
@@ -116,9 +117,11 @@ TextDrawer& Renderer::text() {
 
 InitError Renderer::Init() {
     Shutdown();
-    prefs_ = LoadRendererPrefs();
     initError_ = InitGL();
-    if (ready()) ReadVideoMemory();
+    if (ready()) {
+        ReadVideoMemory();
+        context_->textures->SetTextureDetail(LoadRendererPrefs().renderPrefValue);
+    }
     LogReport();
     return initError_;
 }

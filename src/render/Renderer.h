@@ -2,7 +2,6 @@
 
 #include "render/ImageHeader.h"
 #include "render/RenderStatistics.h"
-#include "render/RendererPrefs.h"
 
 #include <cstdint>
 #include <functional>
@@ -75,8 +74,6 @@ public:
     InitError Init();
     void Shutdown();
     [[nodiscard]] InitError initError() const { return initError_; }
-    // As the preference files had them at Init.
-    [[nodiscard]] const RendererPrefs& prefs() const { return prefs_; }
     [[nodiscard]] bool ready() const { return initError_ == InitError::Done; }
     [[nodiscard]] const DriverInfo& driver() const { return driver_; }
     // One sentence for a person about a failed Init; empty after a good one.
@@ -138,7 +135,6 @@ private:
     void KeepPickingData();
     [[nodiscard]] bool ReadBack(bool argb, const std::function<bool(const std::uint16_t*)>& use);
 
-    RendererPrefs prefs_;
     InitError initError_ = InitError::NotInitialised;
     std::string contextReason_;
     DriverInfo driver_;

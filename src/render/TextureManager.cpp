@@ -82,7 +82,7 @@ std::size_t TextureManager::entryCount() const {
 }
 
 std::uint32_t TextureManager::SizeLimit(std::uint32_t flags) const {
-    return flags & kTextureLowResolution ? kPreviewLimit : 1024u << std::clamp(textureDetail_, 0, 16);
+    return flags & kTextureLowResolution ? kPreviewLimit : 1024u << std::min(textureDetail_, 16u);
 }
 
 // The same request, or one whose texture serves as well.

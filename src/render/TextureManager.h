@@ -76,8 +76,8 @@ public:
     // extension and for warnings. Empty on failure.
     [[nodiscard]] gl::Texture LoadFromMemory(const std::string& name, Bytes file, std::uint32_t flags);
 
-    // The largest side of a texture is 1024 << detail. Default 0. For entries made later.
-    void SetTextureDetail(int detail) { textureDetail_ = detail; }
+    // The largest side of a texture is 1024 << detail, at most 16 of it. Default 0. For entries made later.
+    void SetTextureDetail(std::uint32_t detail) { textureDetail_ = detail; }
 
     // 2D textures with a full mip chain, trilinear, repeating, anisotropic when the driver can. `pixels` is
     // RGBA, row 0 first, 4 values a pixel. Empty on a side of 0, one above the driver's limit, or a GL fault.
@@ -154,7 +154,7 @@ private:
     const FullScreenQuad& quad_;
     const DriverInfo& driver_;
     RenderStatistics& statistics_;
-    int textureDetail_ = 0;
+    std::uint32_t textureDetail_ = 0;
 
     mutable std::mutex mutex_; // guards entries_ and failures_
     std::vector<std::unique_ptr<TextureEntry>> entries_;

@@ -3,8 +3,12 @@
 #include "render/LayerTexture.h"
 #include "render/RenderSettings.h"
 #include "render/Renderer.h"
+#include "render/RendererPrefs.h"
+#include "render/TextureManager.h"
 #include "render/VelorinRenderer.h"
 #include "render/gl/Handles.h"
+
+#include "services/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -57,6 +61,27 @@ TEST(RendererLife, HandlesMayDieOnAnyThread) {
     EXPECT_EQ(gl::LiveObjects(gl::ObjectKind::Texture), live); // waits for the context
     ASSERT_TRUE(renderer.SetContext());
     EXPECT_EQ(gl::LiveObjects(gl::ObjectKind::Texture), live - 1);
+}
+
+// The largest side is 1024 << value.
+TEST(RendererLife, TheDetailOfTexturesIsAPreference) {
+    const test::TemporaryFolder folder;
+    const test::ScopedVariable settings("VELORIN_SETTINGS_DIR", folder.file("none"));
+    const test::ScopedVariable data("VELORIN_DATA_PATH", folder.path());
+    std::filesystem::create_directories(folder.file("Quenmarworks"));
+    constexpr std::uint32_t kWide = 2000, kHigh = 256;
+    std::string picture = "#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n-Y 256 +X 2000\n";
+    picture.append(std::size_t{4} * kWide * kHigh, '\x80');
+    folder.Put("wide.hdr", picture);
+    for (const std::uint32_t value : {0u, 1u, 4000000000u}) {
+        ASSERT_TRUE(SaveRendererPrefs({false, value, false}));
+        Renderer renderer;
+        ASSERT_EQ(renderer.Init(), InitError::Done) << renderer.InitMessage();
+        TextureEntry* const entry = renderer.textures().GetTexture(folder.file("wide.hdr"), kTexturePlain);
+        ASSERT_TRUE(entry);
+        EXPECT_EQ(entry->width, value == 0 ? kWide / 2 : kWide);
+        renderer.textures().ReleaseTexture(entry);
+    }
 }
 
 TEST(RendererLife, SaysWhyThereIsNoContext) {

@@ -130,7 +130,7 @@ TEST_F(TextureManagerTest, LargePicturesAreHalved) {
                       thin = Put("thin.png", GradientPng(100, 1500));
     struct Case {
         std::string path;
-        int detail;
+        std::uint32_t detail;
         std::uint32_t flags, width, height;
     };
     const Case cases[] = {{path, 0, kTexturePlain, 600, 150},
