@@ -25,7 +25,7 @@ constexpr std::uint32_t kLargest = 4096;
 // Where the camera stands: degrees to the right of the front and above it.
 constexpr float kAzimuth = 24, kElevation = 17;
 constexpr float kFieldOfView = 24; // degrees, of the shorter side
-constexpr float kMargin = 1.06f;   // how much larger than the models the picture's field is
+constexpr float kMargin = 1.1f;    // how much larger than the models the picture's field is
 
 struct StageLight {
     float azimuth, elevation; // degrees; where it comes from, as the camera counts them
@@ -231,10 +231,13 @@ void StageBevel(Scene& scene, const BevelSettings& bevel) {
     model->normalizeSize = true;
     model->bevels.fill(bevel);
     model->bevelScale = 8; // large enough for the profile to be seen in a small picture
-    // Sharp, blunt and inward corners.
-    const Point2 corners[] = {{-100, -80}, {-20, -80}, {0, -30}, {20, -80}, {100, -80}, {30, 80}, {-30, 80}};
-    std::vector<PathPoint> outline;
-    for (const Point2 corner : corners) outline.push_back({corner, {}, {}});
+    // A letter D: sharp corners, a straight and a round side.
+    constexpr float kHeight = 90, kArc = 0.5523f * kHeight; // of a quarter of a circle
+    const std::vector<PathPoint> outline = {{{-80, -kHeight}, {}, {}},
+                                            {{0, -kHeight}, {}, {kArc, 0}},
+                                            {{kHeight, 0}, {0, -kArc}, {0, kArc}},
+                                            {{0, kHeight}, {kArc, 0}, {}},
+                                            {{-80, kHeight}, {}, {}}};
     model->storedPaths = {outline};
     for (int i = 0; i < 5; ++i) {
         MaterialBinding binding;
