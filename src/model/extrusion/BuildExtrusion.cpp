@@ -16,7 +16,8 @@ namespace velorin {
 namespace {
 
 constexpr float kSharpCosine =
-    0.8660254f; // neighbouring edges 30 degrees apart and more keep their own normals
+    0.8660254f;                       // neighbouring edges 30 degrees apart and more keep their own normals
+constexpr float kLeastExtent = 1e-3f; // units; points that lie closer are one
 constexpr float kRealWorldDepth = 0.4f;
 constexpr float kFirstShellLift = 0.005f;        // keeps the first shell out of the plane of the origin
 constexpr std::uint64_t kMostSteps = 1u << 31;   // of one model: some seconds
@@ -222,7 +223,8 @@ Frame FrameOf(const std::vector<Contour>& contours) {
     return frame;
 }
 
-void CenterVertices(ModelData& model, Point3 scale, float depthScale) {
+// False when what was built has no extent to speak of: crumbs of outlines that lie on themselves.
+bool CenterVertices(ModelData& model, Point3 scale, float depthScale) {
     Point3 low{1e6f, 1e6f, 1e6f}, high{-1e6f, -1e6f, -1e6f};
     for (ModelVertex& v : model.vertices) {
         v.position = {v.position.x * scale.x, v.position.y * scale.y, v.position.z * depthScale};
@@ -232,6 +234,7 @@ void CenterVertices(ModelData& model, Point3 scale, float depthScale) {
     }
     const Point3 center = (low + high) * 0.5f;
     for (ModelVertex& v : model.vertices) v.position -= center;
+    return std::max(high.x - low.x, high.y - low.y) > kLeastExtent;
 }
 
 void MeshBounds(const ModelData& model, ModelMesh& mesh) {
@@ -357,11 +360,11 @@ void BuildExtrusion(ModelData& model, const PathSet& pathSet, const ExtrusionOpt
         ReportWarning("The outlines of an extrusion are too intricate to be filled.");
         model.vertices.clear();
     }
-    if (model.vertices.empty()) {
+    if (!CenterVertices(model, scale, options.realWorldScale ? kRealWorldDepth : 1)) {
+        model.vertices.clear();
         model.meshes.clear();
         return;
     }
-    CenterVertices(model, scale, options.realWorldScale ? kRealWorldDepth : 1);
     NormaliseModel(model);
     for (ModelMesh& mesh : model.meshes) MeshBounds(model, mesh);
     ComputeTangents(model);

@@ -240,6 +240,20 @@ TEST(BuildExtrusion, HostileOutlinesAreBuiltOrRefused) {
     ExtrusionOptions options;
     options.pathExpand = -60;
     EXPECT_TRUE(Measure(Build({Rectangle(0, 0, 100, 20)}, options)).finite);
+    // What the spike filter leaves of this outline lies on itself, but for crumbs of no extent.
+    options = Flat();
+    options.spikeFilter = 0.5f;
+    options.bevelScale = 0;
+    options.pathExpand = 3.6e-44f;
+    options.autoPathOrientation = false;
+    options.reversePathWinding = false;
+    EXPECT_TRUE(Build({{{{0, 0}, {-128, 63}, {}},
+                        {{8.8e-44f, -1.4e-15f}, {}, {}},
+                        {{50, 80}, {}, {}},
+                        {{20, 20}, {}, {}},
+                        {{0, 0}, {}, {}}}},
+                      options)
+                    .vertices.empty());
     // More rows than memory is given for.
     options = Flat();
     options.depthSegments = 1000;
