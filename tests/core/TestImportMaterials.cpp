@@ -1,3 +1,4 @@
+#include "core/ExportScene.h"
 #include "core/ImportMaterials.h"
 #include "core/document/Scene.h"
 #include "core/document/SceneMaterial.h"
@@ -53,6 +54,39 @@ TEST(ImportMaterials, MapsGoToTheirChannels) {
     EXPECT_TRUE(material->convertBump);
     file.maps[static_cast<std::size_t>(MapSlot::Normal)].path = "folder/wall_Normal.png";
     EXPECT_FALSE(MaterialFromFile(file)->convertBump);
+}
+
+// What a file said of a material, its export says again.
+TEST(ImportMaterials, TheExportGivesThemBack) {
+    ModelMaterial file;
+    file.name = "Skin";
+    file.colour1 = {1, 0.6f, 0.2f};
+    file.colour2 = {0.4f, 0.4f, 0};
+    file.value7 = 96;
+    file.maps[static_cast<std::size_t>(MapSlot::Diffuse)] = {1, 0, {0.5f, 0.25f}, {2, 3}, "/a/skin.jpg"};
+    file.maps[static_cast<std::size_t>(MapSlot::Occlusion)].path = "/a/dirt.png"; // the format has none
+    file.maps[static_cast<std::size_t>(MapSlot::Normal)].path = "/a/bump.png";
+    const ExportMaterial back = MaterialForExport(*MaterialFromFile(file), {1, 1, 1, 1}, {}, "");
+    EXPECT_EQ(back.name, "Skin");
+    EXPECT_EQ(back.diffuse, file.colour1);
+    EXPECT_EQ(back.specular, file.colour2);
+    EXPECT_FLOAT_EQ(back.exponent, 96);
+    EXPECT_EQ(back.maps, (std::vector<ExportMap>{{ExportSlot::Diffuse, "/a/skin.jpg", {0.5f, 0.25f}, {2, 3}},
+                                                 {ExportSlot::Bump, "/a/bump.png", {0, 0}, {1, 1}}}));
+
+    const auto gold = Ref<SceneMaterial>::Make();
+    gold->pbrDiffuseColor = gold->pbrReflectivityColor = {255, 204, 51, 255};
+    gold->pbrDiffuse = 0.5f;
+    gold->pbrReflectivity = 1;
+    gold->pbrGlossiness = 0.5f; // roughness a half, its square a quarter: 2 * 16 - 2
+    gold->channel(Channel::Diffuse).enabled = true;
+    gold->channel(Channel::Diffuse).path = "/a/layer.png";
+    gold->channel(Channel::Diffuse).customLayer = 2;
+    const ExportMaterial metal = MaterialForExport(*gold, {1, 0.5f, 1, 1}, {0.1f, 0}, "");
+    EXPECT_EQ(metal.diffuse, (Point3{0.5f, 0.2f, 0.1f}));
+    EXPECT_EQ(metal.specular, (Point3{1, 0.4f, 0.2f}));
+    EXPECT_FLOAT_EQ(metal.exponent, 30);
+    EXPECT_TRUE(metal.maps.empty()) << "a layer is no file";
 }
 
 TEST(ImportMaterials, BindsOneMaterialASlotUnlessTheUserDid) {
