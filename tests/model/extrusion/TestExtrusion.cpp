@@ -153,25 +153,30 @@ TEST(BuildExtrusion, NothingToBuildGivesAnEmptyModel) {
     EXPECT_EQ(model.materials.front().name, "Bevel 1");
 }
 
+constexpr int kMillion = 1'000'000;
+
+template <class F>
+std::vector<PathPoint> Made(int count, F&& position) {
+    std::vector<PathPoint> path;
+    for (int i = 0; i < count; ++i) path.push_back({position(i), {}, {}});
+    return path;
+}
+
+Point2 OnCircle(double turns, float r) {
+    const auto a = static_cast<float>(2 * std::numbers::pi * (turns - std::floor(turns)));
+    return {r * std::cos(a), r * std::sin(a)};
+}
+
 // Each is built or refused with one sentence, within bounds of time and memory.
 TEST(BuildExtrusion, HostileOutlinesAreBuiltOrRefused) {
-    constexpr int kMillion = 1'000'000;
     using Paths = std::vector<std::vector<PathPoint>>;
-    const auto made = [](int count, const auto& position) {
-        std::vector<PathPoint> path;
-        for (int i = 0; i < count; ++i) path.push_back({position(i), {}, {}});
-        return path;
-    };
-    const auto round = [](double turns, float r) {
-        const auto a = static_cast<float>(2 * std::numbers::pi * (turns - std::floor(turns)));
-        return Point2{r * std::cos(a), r * std::sin(a)};
-    };
-    const auto star = [&](int corners) { // each edge crosses nearly all others
-        return Paths{made(corners, [&](int i) { return round(i * ((corners - 1) / 2.0) / corners, 100); })};
-    };
-    const auto saw = [&](int teeth) {
+    const auto star = [](int corners) { // each edge crosses nearly all others
         return Paths{
-            made(2 * teeth, [&](int i) { return round(i / (2.0 * teeth), i % 2 ? 10100.0f : 10000.0f); })};
+            Made(corners, [&](int i) { return OnCircle(i * ((corners - 1) / 2.0) / corners, 100); })};
+    };
+    const auto saw = [](int teeth) {
+        return Paths{
+            Made(2 * teeth, [&](int i) { return OnCircle(i / (2.0 * teeth), i % 2 ? 10100.0f : 10000.0f); })};
     };
     Paths nested, scattered;
     for (int i = 0; i < 2000; ++i) {
@@ -185,27 +190,27 @@ TEST(BuildExtrusion, HostileOutlinesAreBuiltOrRefused) {
         bool built, refused;
     } rows[] = {
         {"equal points",
-         {made(kMillion,
+         {Made(kMillion,
                [](int) {
                    return Point2{5, 5};
                })},
          false,
          false},
         {"no numbers",
-         {made(kMillion,
+         {Made(kMillion,
                [](int i) {
                    return i % 2 ? Point2{NAN, 1} : Point2{3, INFINITY};
                })},
          false,
          false},
         {"huge numbers",
-         {made(1000,
+         {Made(1000,
                [](int i) {
                    return Point2{i % 2 ? 3e38f : -3e38f, 1e20f};
                })},
          false,
          false},
-        {"fine circle", {made(kMillion, [&](int i) { return round(i / 1e6, 50); })}, true, false},
+        {"fine circle", {Made(kMillion, [](int i) { return OnCircle(i / 1e6, 50); })}, true, false},
         {"pentagram", star(5), true, false},
         {"large star", star(301), true, false},
         {"huge star", star(20'001), false, true},
@@ -236,6 +241,9 @@ TEST(BuildExtrusion, HostileOutlinesAreBuiltOrRefused) {
                 EXPECT_EQ(m.openEdges, 0u) << row.name;
             }
         }
+}
+
+TEST(BuildExtrusion, SettingsBeyondMeasureEndWell) {
     // Over-expanded inwards: the sides pass each other.
     ExtrusionOptions options;
     options.pathExpand = -60;
@@ -259,7 +267,7 @@ TEST(BuildExtrusion, HostileOutlinesAreBuiltOrRefused) {
     options.depthSegments = 1000;
     ResetWarnings();
     EXPECT_TRUE(
-        Build({made(20'000, [&](int i) { return round(i / 2e4, i % 2 ? 2000.0f : 2100.0f); })}, options)
+        Build({Made(20'000, [](int i) { return OnCircle(i / 2e4, i % 2 ? 2000.0f : 2100.0f); })}, options)
             .vertices.empty());
     EXPECT_EQ(TakeWarnings().size(), 1u);
     ResetWarnings();
