@@ -171,17 +171,4 @@ std::vector<ShaderPiece> GeometryPieces(GeometryStage stage) {
 
 #undef VELORIN_PIECE
 
-std::string JoinForReading(std::span<const ShaderPiece> pieces) {
-    std::string text;
-    for (std::size_t i = 0; i < pieces.size(); ++i) {
-        // Nothing but comments may stand before the version, and in this version of the language the line
-        // after the directive has the given number plus one.
-        text += "// " + std::string(pieces[i].file) + "\n";
-        if (i > 0) text += "#line 0 " + std::to_string(i) + "\n";
-        text += pieces[i].text;
-        if (!text.empty() && text.back() != '\n') text += '\n';
-    }
-    return text;
-}
-
 } // namespace velorin

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <span>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -102,9 +101,5 @@ struct ReflectionCoefficients {
 enum class GeometryStage { None, Triangles, Cube };
 [[nodiscard]] GeometryStage GeometryOf(ShaderKey key);
 [[nodiscard]] std::vector<ShaderPiece> GeometryPieces(GeometryStage stage);
-
-// The pieces as one text with a `#line` directive and the file's name before each, as a person reads them:
-// piece n has the source number n in compile logs.
-[[nodiscard]] std::string JoinForReading(std::span<const ShaderPiece> pieces);
 
 } // namespace velorin

@@ -154,18 +154,6 @@ void TextureManager::ReleaseTexture(TextureEntry* entry) {
     std::erase_if(entries_, [&](const auto& e) { return e.get() == entry; });
 }
 
-gl::Texture TextureManager::LoadFromMemory(const std::string& name, Bytes file, std::uint32_t flags) {
-    const std::string extension = name.substr(ExtensionStart(name));
-    std::string reason;
-    Loaded loaded =
-        IsDds(extension) ? LoadDds(file, flags, reason) : LoadImageFile(file, extension, flags, reason);
-    const bool decoded = static_cast<bool>(loaded.texture);
-    if (decoded) Derive(loaded, flags);
-    if (!reason.empty())
-        ReportWarning(name + (decoded ? ": " : ": the texture cannot be used: ") + reason + ".");
-    return std::move(loaded.texture);
-}
-
 TextureManager::Loaded TextureManager::LoadByExtension(const std::string& path, std::uint32_t flags,
                                                        std::string& reason) {
     std::string file = path;

@@ -72,10 +72,6 @@ public:
     void ReleaseTexture(TextureEntry* entry);
     [[nodiscard]] std::size_t entryCount() const;
 
-    // A file's bytes that a model or a bundle holds, as `GetTexture` would load them; `name` is for its
-    // extension and for warnings. Empty on failure.
-    [[nodiscard]] gl::Texture LoadFromMemory(const std::string& name, Bytes file, std::uint32_t flags);
-
     // The largest side of a texture is 1024 << detail, at most 16 of it. Default 0. For entries made later.
     void SetTextureDetail(std::uint32_t detail) { textureDetail_ = detail; }
 

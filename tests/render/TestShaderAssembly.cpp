@@ -144,11 +144,5 @@ TEST(ShaderAssembly, TextsAreWellFormed) {
     }
 }
 
-TEST(ShaderAssembly, ReadableTextNamesFilesAndRestartsLines) {
-    const ShaderPiece pieces[] = {{"first_glsl", "#version 150 core\n"}, {"second_glsl", "void f() {}"}};
-    EXPECT_EQ(JoinForReading(pieces), "// first_glsl\n#version 150 core\n"
-                                      "// second_glsl\n#line 0 1\nvoid f() {}\n");
-}
-
 } // namespace
 } // namespace velorin

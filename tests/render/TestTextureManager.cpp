@@ -296,14 +296,6 @@ TEST_F(TextureManagerTest, BrokenFilesFallBackWithOneWarningEach) {
     EXPECT_EQ(files, 10u);
 }
 
-TEST_F(TextureManagerTest, MemoryServesAsAFile) {
-    const FileBytes png = GradientPng(8, 4);
-    EXPECT_TRUE(manager().LoadFromMemory("inside.png", Span(png), kTexturePlain));
-    EXPECT_TRUE(manager().LoadFromMemory("inside.dds", Span(PlainDds(4, 0, {1})), kTexturePlain));
-    EXPECT_FALSE(manager().LoadFromMemory("inside.exr", Span(png), kTexturePlain));
-    EXPECT_THAT(TakeWarnings(), ElementsAre(HasSubstr("inside.exr: the texture cannot be used")));
-}
-
 TEST_F(TextureManagerTest, ImpossibleSizesAreRefused) {
     const float pixel[4] = {};
     EXPECT_FALSE(manager().LoadFloatTexture(pixel, 0, 1));
