@@ -9,6 +9,7 @@ frame_of() {
   case $1 in
     mark) echo 38 ;;
     exploded) echo 60 ;;
+    whirl) echo 12 ;;
     *) echo 0 ;;
   esac
 }
