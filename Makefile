@@ -20,9 +20,10 @@ build: configure
 examples: build content/.made
 	$(BUILD)/bin/make_examples examples/assets
 
-# The library that ships; made again when its maker or its table has changed.
+# The library that ships, with pictures in its presets and a sheet of them; made again when its maker or its table has changed.
 content/.made: $(BUILD)/bin/make_content tools/make_content/library.json
 	$(BUILD)/bin/make_content tools/make_content/library.json content
+	$(BUILD)/bin/velorin sheet content -o content/Library.png --columns 10 --renew
 	touch $@
 
 $(BUILD)/bin/make_content: | build

@@ -202,7 +202,9 @@ void StageMaterial(Scene& scene, const Ref<SceneMaterial>& material) {
     folder->name = "Material";
     scene.models.push_back(folder);
     SceneModel& ball = AddPrimitive(scene, *folder, PrimitiveKind::Sphere, {0, 0, 0}, material.get());
-    ball.primitiveParameters.sphere.segments = 24;
+    ball.primitiveParameters.sphere.segments =
+        material->wireEnable ? 7.0f : 24.0f; // wires that can be told apart
+    ball.uvRepeat = {2, 1}; // its texture runs once around, twice as far as from pole to pole
     ball.primitiveParameters.sphere.diameter = 2;
     ball.uvRepeat = {4, 2}; // twice as many around as from pole to pole: textures keep their shape
     SceneModel& ring = AddPrimitive(scene, *folder, PrimitiveKind::Torus, {0, -0.92f, 0}, stand.get());

@@ -2,6 +2,7 @@
 #include "app/CommandRunner.h"
 
 #include "app/images/Picture.h"
+#include "core/document/SceneMaterial.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -116,6 +117,27 @@ TEST_F(MaterialLook, InTheDark) {
     EXPECT_GT(glass[1], 60); // the wall shines through
     EXPECT_GT(glass[1], 4 * glass[0]);
     EXPECT_GT(ray[1], 150);
+}
+
+// A sheet that renews puts a picture into a preset that has none and changes nothing else.
+TEST_F(MaterialLook, InThePreset) {
+    SceneMaterial red;
+    red.name = "Red";
+    red.pbrDiffuseColor = {210, 12, 12, 255};
+    red.pbrGlossiness = 0.3f;
+    ASSERT_TRUE(red.WritePreset(Path("Red.qmt"), {}));
+    const Ran ran = Velorin("sheet . -o sheet.png --tile 64x64 --renew");
+    ASSERT_EQ(ran.status, 0) << ran.error;
+    SceneMaterial found;
+    ASSERT_TRUE(found.ReadPreset(Path("Red.qmt")));
+    EXPECT_EQ(found.name, "Red");
+    EXPECT_TRUE(static_cast<const MaterialSettings&>(found) == red);
+    ASSERT_EQ(found.thumbnail.size(), std::size_t{4} * kThumbnailWidth * kThumbnailHeight);
+    const std::uint8_t* middle =
+        &found.thumbnail[4 * (kThumbnailHeight / 2 * kThumbnailWidth + kThumbnailWidth / 2)];
+    EXPECT_GT(middle[0], 3 * middle[1]);
+    EXPECT_EQ(middle[3], 255);
+    EXPECT_EQ(found.thumbnail[3], 0); // nothing around the ball
 }
 
 } // namespace

@@ -91,6 +91,7 @@ void DescribeSheet(CLI::App& command, SheetOptions& options) {
         ->required()
         ->type_name("FILE.png");
     command.add_option("--tile", options.tile, "Size of a preset's picture in pixels")->type_name("WxH");
+    command.add_flag("--renew", options.renew, "Also draws the picture inside each preset anew");
     command.add_option("--columns", options.columns, "Pictures in a row")
         ->type_name("N")
         ->check(CLI::Range(1, 40));

@@ -76,6 +76,7 @@ struct SheetOptions {
     std::string input, output;
     std::string tile = "200x160"; // as typed
     int columns = 6;
+    bool renew = false; // the pictures in the presets too
     SessionOptions session;
 };
 [[nodiscard]] int RunSheet(const SheetOptions& options);

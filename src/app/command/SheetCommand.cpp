@@ -122,7 +122,7 @@ public:
             console_.Error(error);
             good = false;
         }
-        return session_.Close(console_) && good ? kDone : kFailed;
+        return session_.Close(console_) && good && renewed_ ? kDone : kFailed;
     }
 
 private:
@@ -172,6 +172,10 @@ private:
         for (std::size_t i = 0; i < items_.size(); ++i) {
             console_.Progress(static_cast<int>(i), static_cast<int>(items_.size()), 0);
             drawn += DrawTile(items_[i], places_[i].first, places_[i].second);
+            if (options_.renew)
+                renewed_ &= Ask(*session_.host, {{"do", "renewPicture"}, {"file", items_[i].path}}, {},
+                                items_[i].path, console_)
+                                .has_value();
         }
         console_.EndProgress();
         return drawn;
@@ -203,6 +207,7 @@ private:
     std::vector<std::pair<int, int>> places_;           // left and top of each tile
     std::vector<std::pair<std::string, int>> headings_; // text and top
     Picture picture_;
+    bool renewed_ = true;
 };
 
 } // namespace

@@ -43,6 +43,7 @@ inline constexpr char kRawReplyMark = '=';
 //   savePreset      payload = flat document, "kind": "model", "material" or "bevel", "name": of the model or
 //   material,
 //                   "bevel": 1..5, "file" -> {"picture": [width, height]} (0, 0 when none could be drawn)
+//   renewPicture    "file": draws the picture in a preset anew -> {"picture": [width, height]}
 //   readPreset      "file" -> {"kind", "picture": {width, height}, "models": [{depth, name, type, path,
 //   materials}],
 //                   "materials": [...], "bevel": {...}}

@@ -265,6 +265,42 @@ std::string AnswerSavePreset(const Request& request) {
     return {};
 }
 
+std::string AnswerRenewPicture(const Request& request) {
+    const std::string file = request.json.value("file", std::string());
+    if (SplitBundlePath(file))
+        return RequestError(file + ": the presets of a bundle cannot be changed", "/file");
+    Preset preset;
+    std::string error = ReadPreset(file, request.assets, preset);
+    if (!error.empty()) return RequestError(error, "/file");
+
+    // Drawn from copies, since a stage changes what stands on it.
+    const Ref<SceneModel> model = preset.model;
+    const std::vector<Ref<SceneMaterial>> materials = preset.materials;
+    if (model) preset.model = Ref<SceneModel>::Make(*model);
+    Scene stage(&request.assets);
+    StagePreset(preset, stage);
+    PresetPicture picture;
+    if (!DrawPresetPicture(*request.core, stage, kThumbnailWidth, kThumbnailHeight, picture))
+        return RequestError(file + ": there is nothing to be seen");
+
+    bool done = false;
+    switch (preset.row->kind) {
+    case PresetKind::Model: {
+        Scene scene(&request.assets);
+        scene.materials = materials;
+        done = SaveModelPreset(file, *model, scene, picture, &error);
+        break;
+    }
+    case PresetKind::Material:
+        done = materials.front()->WritePreset(file, AsBytes(picture.pixels), &error);
+        break;
+    case PresetKind::Bevel:
+        done = WriteBevelPreset(file, {preset.bevel, picture.pixels}, &error);
+        break;
+    }
+    return Written(done, error, picture);
+}
+
 std::string AnswerReadPreset(const Request& request) {
     Preset preset;
     const std::string error = ReadPreset(request.json.value("file", std::string()), request.assets, preset);

@@ -68,6 +68,7 @@ struct RequestRow {
 [[nodiscard]] std::string AnswerExport(const Request& request);
 // PresetRequests.cpp
 [[nodiscard]] std::string AnswerSavePreset(const Request& request);
+[[nodiscard]] std::string AnswerRenewPicture(const Request& request);
 [[nodiscard]] std::string AnswerReadPreset(const Request& request);
 [[nodiscard]] std::string AnswerPresetScene(const Request& request);
 [[nodiscard]] std::string AnswerPresetPicture(const Request& request);

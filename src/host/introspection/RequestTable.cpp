@@ -18,6 +18,7 @@ constexpr RequestRow kRequests[] = {
     {"frame", AnswerFrame},
     {"export", AnswerExport},
     {"savePreset", AnswerSavePreset},
+    {"renewPicture", AnswerRenewPicture},
     {"readPreset", AnswerReadPreset},
     {"presetScene", AnswerPresetScene},
     {"presetPicture", AnswerPresetPicture},
