@@ -11,7 +11,7 @@ namespace velorin {
 
 namespace {
 
-constexpr float kKeptTurnDegrees = 35; // sharper corners always stay
+constexpr float kKeptTurnDegrees = 20; // sharper corners always stay; at 35 small round corners lose area
 constexpr float kFlatTurnDegrees = 0.25f;
 constexpr float kParallel = 0.001f; // sine between neighbours that still have a usable intersection
 constexpr float kMiterLimit = 20;   // longest corner, in distances

@@ -31,7 +31,7 @@ struct Contour {
 
 inline constexpr float kThinDistance = 0.25f;
 
-// Drops points that carry no shape: corners of at most 35 degrees of turn that turn at most a quarter of a
+// Drops points that carry no shape: corners of at most 20 degrees of turn that turn at most a quarter of a
 // degree or lie at most `distance` from the last kept point. The turn is measured against the last kept
 // point, so that many small turns add up.
 [[nodiscard]] std::vector<Point2> ThinPoints(const std::vector<Point2>& polygon,
