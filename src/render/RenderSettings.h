@@ -219,7 +219,6 @@ struct RenderSettings {
     float pointSize = 1;         // max(1, value / x downsample) << (supersampling - 1)
     bool compressTextures = true;
     bool flipProjection = false;         // the projection is y-flipped: tiles are walked from the other end
-    bool tileRowsUp = false;             // sign of the y offset of the tiles
     bool sphericalCapture = false;       // a 360 degree image in place of the camera's view
     bool picking = false;                // keep positions and normals for Renderer::PickAt
     Point4 backgroundColour{0, 0, 0, 0}; // alpha above 0 fills behind the picture
