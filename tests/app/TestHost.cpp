@@ -136,7 +136,7 @@ TEST(Host, AClickChangesAValueAsOneUndoStep) {
     EXPECT_EQ(
         host->instance(0).rows[static_cast<std::size_t>(RowNamed(*host, "Amount").index)].value.NumberAt(0),
         123);
-    EXPECT_EQ(host->undoSteps.size(), 1U);
+    EXPECT_EQ(host->history.done().size(), 1U);
 }
 
 // Whichever call of progress says stop, the render ends with that code and leaves nothing behind.

@@ -177,8 +177,8 @@ void Host::CheckAfter(CommandRun& run) {
         Fault(std::to_string(run.streamValues) + " stream value" +
               (run.streamValues == 1 ? " was" : "s were") + " not given back");
     if (run.undoDepth > 0) {
-        Fault("the undo group \"" + run.undoName + "\" was left open");
-        if (run.undoChanges > 0) undoSteps.push_back(run.undoName);
+        Fault("the undo group \"" + run.undoGroup.name + "\" was left open");
+        if (!run.undoGroup.changes.empty()) history.Add(std::move(run.undoGroup));
     }
     if (context_ && !context_->isCurrent()) {
         Fault("the current GL context is not the one from before the command");
@@ -228,7 +228,7 @@ void Host::TakeChangedValues(EffectInstance& instance) {
             Fault("the parameter \"" + row.name + "\" cannot be changed that way");
             continue;
         }
-        if (!BeginChange()) return;
+        if (!RecordStream(instance.rows[static_cast<std::size_t>(row.index)], &instance)) return;
         SetValue(instance, row, value);
     }
 }

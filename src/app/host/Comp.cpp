@@ -38,7 +38,7 @@ void AddNumber(HostLayer& layer, AEGP_LayerStream which, const AnimatedValue& va
 }
 
 void AddCamera(HostComp& comp, const Camera& camera) {
-    HostLayer& layer = comp.AddLayer(LayerRole::Camera, "Camera");
+    HostLayer& layer = comp.AddLayer(LayerRole::Camera, "Camera", camera.id);
     layer.orthographic = camera.orthographic;
     layer.looksAtPoint = camera.pointOfInterest.has_value();
     AddTransform(layer, camera.pointOfInterest.value_or(AnimatedValue(0, 0, 0)), camera.position,
@@ -51,7 +51,7 @@ void AddCamera(HostComp& comp, const Camera& camera) {
 }
 
 void AddLight(HostComp& comp, const Light& light) {
-    HostLayer& layer = comp.AddLayer(LayerRole::Light, light.name);
+    HostLayer& layer = comp.AddLayer(LayerRole::Light, light.name, light.id);
     layer.light = light.kind;
     layer.looksAtPoint = light.kind == LightKind::Parallel || light.kind == LightKind::Spot;
     AddTransform(layer, light.pointOfInterest, light.position, AnimatedValue(0, 0, 0),
@@ -72,7 +72,7 @@ void AddLight(HostComp& comp, const Light& light) {
 
 void AddSourceLayer(HostComp& comp, const Layer& source) {
     constexpr LayerRole kRoles[] = {LayerRole::Image, LayerRole::Text, LayerRole::Solid, LayerRole::Null};
-    HostLayer& layer = comp.AddLayer(kRoles[static_cast<std::size_t>(source.kind)], source.name);
+    HostLayer& layer = comp.AddLayer(kRoles[static_cast<std::size_t>(source.kind)], source.name, source.id);
     layer.source = source;
     if (layer.role == LayerRole::Null) layer.flags |= AEGP_LayerFlag_NULL_LAYER | AEGP_LayerFlag_LAYER_IS_3D;
     AddTransform(layer, source.anchorPoint, source.position, source.orientation, source.rotation);
@@ -150,10 +150,10 @@ HostLayer* HostComp::CameraAt(double compSeconds) const {
     return nullptr;
 }
 
-HostLayer& HostComp::AddLayer(LayerRole role, const std::string& name) {
+HostLayer& HostComp::AddLayer(LayerRole role, const std::string& name, int id) {
     auto layer = std::make_unique<HostLayer>();
     layer->comp = this;
-    layer->id = nextLayerId++;
+    layer->id = id != 0 ? id : nextLayerId++;
     layer->name = name;
     layer->role = role;
     layer->duration = settings.duration;
@@ -185,6 +185,10 @@ HostComp::CameraView HostComp::ViewAt(double compSeconds) const {
 std::unique_ptr<HostComp> MakeComp(const Project& project) {
     auto comp = std::make_unique<HostComp>();
     comp->settings = project.composition;
+    int last = project.camera ? project.camera->id : 0;
+    for (const Light& light : project.lights) last = std::max(last, light.id);
+    for (const Layer& layer : project.layers) last = std::max(last, layer.id);
+    comp->nextLayerId = last + 1;
     for (const Light& light : project.lights) AddLight(*comp, light);
     if (project.camera) AddCamera(*comp, *project.camera);
     HostLayer& effectLayer = comp->AddLayer(LayerRole::Effect, "Velorin");

@@ -81,7 +81,8 @@ struct HostComp {
     [[nodiscard]] HostLayer* LayerById(int id) const;
     [[nodiscard]] HostLayer* LayerByName(const std::string& name) const;
     [[nodiscard]] HostLayer* CameraAt(double compSeconds) const; // null: the default camera
-    HostLayer& AddLayer(LayerRole role, const std::string& name);
+    // With the next free id, when none is given.
+    HostLayer& AddLayer(LayerRole role, const std::string& name, int id = 0);
 
     // Places the camera in use; its distance to the image plane in pixels.
     struct CameraView {

@@ -67,7 +67,8 @@ Host* Host::current() {
 }
 
 Host::Host(const std::string& path, const HostOptions& hostOptions)
-    : options(hostOptions),
+    : history(*this),
+      options(hostOptions),
       handles(ReportHandleFault, this),
       pixels(ReportPixelWarning, this),
       modulePath(path),
@@ -185,16 +186,28 @@ bool Host::IsCancelled() {
     return call == options.cancelAt || (interrupted && interrupted());
 }
 
-bool Host::BeginChange() {
+bool Host::Record(Change change, const std::string& name) {
     if (running() && run().renderSide()) {
         Fault("the project was changed from the render side");
         return false;
     }
-    if (running() && run().undoDepth > 0)
-        ++run().undoChanges;
-    else
-        undoSteps.emplace_back();
+    ProjectChanged();
+    if (running() && run().undoDepth > 0) {
+        run().undoGroup.changes.push_back(std::move(change));
+    } else {
+        UndoStep step{name, {}};
+        step.changes.push_back(std::move(change));
+        history.Add(std::move(step));
+    }
     return true;
+}
+
+bool Host::RecordStream(HostStream& stream, EffectInstance* instance, const std::string& name) {
+    StreamChange change{&stream, instance, stream};
+    change.other.arbitrary = nullptr;
+    if (running() && run().renderSide()) return Record(std::move(change), name); // tells, and refuses
+    if (stream.arbitrary) change.other.arbitrary = CopyArbitrary(stream.arbitrary, instance);
+    return Record(std::move(change), name);
 }
 
 const ParameterRow* Host::arbitraryRow() const {

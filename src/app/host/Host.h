@@ -2,6 +2,7 @@
 
 #include "app/host/Comp.h"
 #include "app/host/HandleStore.h"
+#include "app/host/History.h"
 #include "app/host/HostReports.h"
 #include "app/host/Instance.h"
 #include "app/host/LayerPixels.h"
@@ -63,8 +64,7 @@ struct CommandRun {
     std::map<std::pair<std::string, int>, int> suites;
     int streamValues = 0; // out
     int undoDepth = 0;
-    std::string undoName;
-    int undoChanges = 0;
+    UndoStep undoGroup; // while undoDepth is not 0
     SmartFrame* frame = nullptr;
     bool drawing = false; // inside a draw event
     // The writable and effect-only suites are refused then.
@@ -76,6 +76,12 @@ struct HostResult {
     PF_Err code = PF_Err_NONE;
     std::string text; // for the user; set when the code is not 0
     [[nodiscard]] bool good() const { return code == PF_Err_NONE; }
+};
+
+// What a project's file keeps of an effect beside its values, as bytes.
+struct StoredEffect {
+    std::string sequence; // flat; empty when the plug-in keeps nothing
+    std::string scene;    // flat value of the arbitrary row
 };
 
 // The host around one plug-in module. One at a time in a process, used from one thread; the suites reach it
@@ -95,13 +101,14 @@ public:
 
     // ---- what is open
 
-    // Takes the project's layers and applies its effects, without their values.
+    // Takes the project's layers and applies its effects, without their values; those that a save wrote are
+    // set up from their stored sequence data.
     [[nodiscard]] HostResult Open(const Project& project);
     void CloseProject();
     [[nodiscard]] HostComp& comp() { return *comp_; }
     [[nodiscard]] const ParameterRows& rows() const { return rows_; }
     [[nodiscard]] EffectInstance& instance(std::size_t index) { return *comp_->effects[index]; }
-    // Sets a value that the user typed; the arbitrary row takes flat bytes.
+    // Sets a value as the project has it, without an undo step; the arbitrary row takes flat bytes.
     void SetValue(EffectInstance& instance, const ParameterRow& row, const AnimatedValue& value);
     [[nodiscard]] HostResult SetArbitrary(EffectInstance& instance, const ParameterRow& row, Bytes flat);
     [[nodiscard]] bool FlatArbitrary(EffectInstance& instance, const ParameterRow& row, std::string& bytes);
@@ -113,11 +120,28 @@ public:
     [[nodiscard]] HostResult UpdateParameterUI(EffectInstance& instance);
     [[nodiscard]] HostResult QueryDynamicFlags(EffectInstance& instance);
     [[nodiscard]] HostResult UserChanged(EffectInstance& instance, const ParameterRow& row);
-    // Flattens and sets up again, as a save does. With two copies the render copy is made anew.
-    [[nodiscard]] HostResult Save();
+    // Flattens and sets up again, as a save does; `stored` gets what the project's file keeps, an entry an
+    // effect.
+    [[nodiscard]] HostResult Save(std::vector<StoredEffect>* stored = nullptr);
+
+    // ---- what the user does with effects; each is one undo step
+
+    [[nodiscard]] HostResult Apply();
     // As the user's Duplicate: a further instance behind the last.
     [[nodiscard]] HostResult Duplicate(EffectInstance& instance);
+    // No step: the clipboard outlives the project.
+    [[nodiscard]] HostResult Copy(EffectInstance& instance);
+    [[nodiscard]] HostResult Paste(); // behind the last; nothing copied is an error
+    // The effect stays in the history until its step is forgotten.
     [[nodiscard]] HostResult Remove(EffectInstance& instance);
+    void SetEnabled(EffectInstance& instance, bool enabled);
+    // A value typed into a row, with the commands that follow it.
+    [[nodiscard]] HostResult Edit(EffectInstance& instance, const ParameterRow& row,
+                                  const AnimatedValue& value);
+    // The scene as its editor hands it back.
+    [[nodiscard]] HostResult EditArbitrary(EffectInstance& instance, const ParameterRow& row, Bytes flat);
+    History history;
+
     // A private call through the general command; `instance` may be null. Nothing with a reason when it
     // fails.
     [[nodiscard]] std::optional<std::string> Introspect(EffectInstance* instance, const std::string& request,
@@ -141,8 +165,17 @@ public:
     [[nodiscard]] bool IsCancelled();
     [[nodiscard]] std::vector<HostComp*> comps() const; // the project, and the render copy when there is one
     [[nodiscard]] EffectInstance* InstanceOf(PF_ProgPtr reference); // null, reported, for one that is none
-    // Stores an undoable change; false (nothing done) on the render side.
-    [[nodiscard]] bool BeginChange();
+    // Keeps what a change is about to replace, for the running command's undo group or a step of its own;
+    // false (nothing done) on the render side. The change itself follows.
+    [[nodiscard]] bool Record(Change change, const std::string& name = {});
+    [[nodiscard]] bool RecordStream(HostStream& stream, EffectInstance* instance,
+                                    const std::string& name = {});
+    // For the history: takes an effect out of its comp with its sequence data flat, and back again.
+    [[nodiscard]] HostResult TakeAway(EffectInstance& instance, std::unique_ptr<EffectInstance>& away,
+                                      std::size_t& place);
+    [[nodiscard]] HostResult PutBack(std::unique_ptr<EffectInstance> effect, std::size_t place);
+    void EndInstance(EffectInstance& instance);
+    void ProjectChanged() { renderCopyStale_ = true; } // the renders' copy is no longer the project
     [[nodiscard]] HostResult Call(PF_Cmd command, EffectInstance* instance, A_long time,
                                   void* extra = nullptr, PF_InFlags flags = PF_InFlag_NONE);
 
@@ -163,7 +196,6 @@ public:
     ObjectStore objects;
     LayerPixels pixels;
     PiplFacts facts;
-    std::vector<std::string> undoSteps; // names, oldest first; "" for a change outside any group
     std::string modulePath;
     std::map<int, std::vector<Outline>> textOutlines; // by layer id; the text of a layer does not change
 
@@ -171,9 +203,14 @@ private:
     Host(const std::string& path, const HostOptions& hostOptions);
     [[nodiscard]] HostResult Load();
     [[nodiscard]] HostResult SetUpParameters();
-    [[nodiscard]] HostResult ApplyEffect(const Effect& effect);
+    EffectInstance& AddInstance(bool enabled);
+    [[nodiscard]] HostResult SetUpNew(EffectInstance& instance);
+    [[nodiscard]] HostResult SetUpStored(EffectInstance& instance, const std::string& flat);
+    [[nodiscard]] HostResult Flatten(EffectInstance& instance);
+    [[nodiscard]] HostResult SetUpAgain(EffectInstance& instance, PF_InFlags flags = PF_InFlag_NONE);
+    [[nodiscard]] HostResult ShowPanel(EffectInstance& instance);
+    void NumberEffects();
     void InitialiseRows(EffectInstance& instance);
-    void EndInstance(EffectInstance& instance);
     [[nodiscard]] HostResult MakeRenderCopy();
     void FillInData(PF_InData& in, EffectInstance* instance, A_long time);
     void MakeParams(EffectInstance& instance, A_long time);
@@ -189,6 +226,14 @@ private:
     std::unique_ptr<GLContext> context_;
     ParameterRows rows_;
     std::unique_ptr<HostComp> comp_, renderComp_;
+    bool renderCopyStale_ = true;
+    // What Copy took: rows without arbitrary values, and the flat stores.
+    struct Clipboard {
+        bool enabled = true;
+        std::vector<HostStream> rows;
+        StoredEffect stores;
+    };
+    std::optional<Clipboard> clipboard_;
     PF_Handle globalData_ = nullptr;
     PF_OutFlags outFlags_ = 0;
     PF_OutFlags2 outFlags2_ = 0;

@@ -1,4 +1,5 @@
 #include "app/host/Host.h"
+#include "app/host/ParameterInput.h"
 
 #include <algorithm>
 #include <cstring>
@@ -26,32 +27,6 @@ AEGP_StreamType StreamTypeOf(PF_ParamType type) {
         return AEGP_StreamType_ARB;
     default:
         return AEGP_StreamType_NO_DATA;
-    }
-}
-
-AnimatedValue DefaultOf(const ParameterRow& row, const HostComp& comp) {
-    const PF_ParamDefUnion& u = row.def.u;
-    switch (row.type()) {
-    case PF_Param_FLOAT_SLIDER:
-        return AnimatedValue(static_cast<double>(u.fs_d.dephault));
-    case PF_Param_ANGLE:
-        return AnimatedValue(u.ad.dephault / 65536.0);
-    case PF_Param_CHECKBOX:
-        return AnimatedValue(u.bd.dephault != 0 ? 1 : 0);
-    case PF_Param_POPUP:
-        return AnimatedValue(u.pd.dephault);
-    case PF_Param_COLOR:
-        return AnimatedValue(u.cd.dephault.red, u.cd.dephault.green, u.cd.dephault.blue);
-    case PF_Param_POINT: { // percent of the layer
-        AnimatedValue point(u.td.x_dephault / 65536.0 / 100 * comp.settings.width,
-                            u.td.y_dephault / 65536.0 / 100 * comp.settings.height, 0);
-        point.size = 2;
-        return point;
-    }
-    case PF_Param_LAYER:
-        return AnimatedValue(u.ld.dephault == PF_LayerDefault_MYSELF ? comp.effectLayer->id : 0);
-    default:
-        return AnimatedValue(0);
     }
 }
 
@@ -95,7 +70,7 @@ void Host::InitialiseRows(EffectInstance& instance) {
     for (const ParameterRow& row : rows_.rows()) {
         HostStream& stream = instance.rows[static_cast<std::size_t>(row.index)];
         stream.type = StreamTypeOf(row.type());
-        stream.value = DefaultOf(row, *instance.comp);
+        stream.value = DefaultValue(row, *instance.comp);
         stream.interpolates = row.type() != PF_Param_CHECKBOX && row.type() != PF_Param_POPUP &&
                               row.type() != PF_Param_LAYER && !(row.def.flags & PF_ParamFlag_CANNOT_INTERP);
         if (row.type() == PF_Param_ARBITRARY_DATA)
@@ -103,29 +78,54 @@ void Host::InitialiseRows(EffectInstance& instance) {
     }
 }
 
-HostResult Host::ApplyEffect(const Effect& effect) {
-    auto owned = std::make_unique<EffectInstance>();
-    EffectInstance& instance = *owned;
+EffectInstance& Host::AddInstance(bool enabled) {
+    EffectInstance& instance = *comp_->effects.emplace_back(std::make_unique<EffectInstance>());
     instance.comp = comp_.get();
-    instance.number = static_cast<int>(comp_->effects.size()) + 1;
-    instance.enabled = effect.enabled;
-    comp_->effects.push_back(std::move(owned));
-    InitialiseRows(instance);
-    HostResult result = Call(PF_Cmd_SEQUENCE_SETUP, &instance, 0);
-    if (result.good()) result = UpdateParameterUI(instance);
+    instance.enabled = enabled;
+    NumberEffects();
+    return instance;
+}
+
+void Host::NumberEffects() {
+    int number = 0;
+    for (const auto& effect : comp_->effects) effect->number = ++number;
+}
+
+HostResult Host::ShowPanel(EffectInstance& instance) {
+    HostResult result = UpdateParameterUI(instance);
     if (result.good()) result = QueryDynamicFlags(instance);
+    return result;
+}
+
+HostResult Host::SetUpNew(EffectInstance& instance) {
+    HostResult result = Call(PF_Cmd_SEQUENCE_SETUP, &instance, 0);
+    if (result.good()) result = ShowPanel(instance);
     return result;
 }
 
 HostResult Host::Open(const Project& project) {
     CloseProject();
     comp_ = MakeComp(project);
-    for (const Effect& effect : project.effects)
-        if (HostResult result = ApplyEffect(effect); !result.good()) return result;
+    for (const Effect& effect : project.effects) {
+        EffectInstance& instance = AddInstance(effect.enabled);
+        InitialiseRows(instance);
+        const HostResult result =
+            effect.storedSequence ? SetUpStored(instance, *effect.storedSequence) : SetUpNew(instance);
+        if (!result.good()) return result;
+    }
     return {};
 }
 
+HostResult Host::Apply() {
+    EffectInstance& instance = AddInstance(true);
+    InitialiseRows(instance);
+    HostResult result = SetUpNew(instance);
+    (void)Record(EffectChange{&instance, comp_->effects.size() - 1, nullptr}, "Apply");
+    return result;
+}
+
 void Host::EndInstance(EffectInstance& instance) {
+    EffectInstance* const known = instance.flat ? nullptr : &instance; // a flat one may be out of its comp
     if (instance.flat) {
         handles.HostDispose(instance.sequence);
         instance.sequence = nullptr;
@@ -135,11 +135,12 @@ void Host::EndInstance(EffectInstance& instance) {
         if (instance.sequence) reports.Fault("SEQUENCE_SETDOWN left its sequence data");
     }
     for (HostStream& stream : instance.rows)
-        if (stream.arbitrary) DisposeArbitrary(stream.arbitrary, &instance);
+        if (stream.arbitrary) DisposeArbitrary(stream.arbitrary, known);
     instance.rows.clear();
 }
 
 void Host::CloseProject() {
+    history.Clear();
     for (std::unique_ptr<HostComp>* comp : {&renderComp_, &comp_}) {
         if (!*comp) continue;
         for (const auto& effect : (*comp)->effects) EndInstance(*effect);
@@ -152,6 +153,19 @@ void Host::SetValue(EffectInstance& instance, const ParameterRow& row, const Ani
     HostStream& stream = instance.rows[static_cast<std::size_t>(row.index)];
     stream.value = value;
     ++stream.revision;
+    ProjectChanged();
+}
+
+HostResult Host::Edit(EffectInstance& instance, const ParameterRow& row, const AnimatedValue& value) {
+    (void)RecordStream(instance.rows[static_cast<std::size_t>(row.index)], &instance, row.name);
+    SetValue(instance, row, value);
+    return UserChanged(instance, row);
+}
+
+void Host::SetEnabled(EffectInstance& instance, bool enabled) {
+    if (instance.enabled == enabled) return;
+    (void)Record(EnabledChange{&instance, instance.enabled}, enabled ? "Switch On" : "Switch Off");
+    instance.enabled = enabled;
 }
 
 HostResult Host::SetArbitrary(EffectInstance& instance, const ParameterRow& row, Bytes flat) {
@@ -168,7 +182,15 @@ HostResult Host::SetArbitrary(EffectInstance& instance, const ParameterRow& row,
     DisposeArbitrary(stream.arbitrary, &instance);
     stream.arbitrary = value;
     ++stream.revision;
+    ProjectChanged();
     return {};
+}
+
+HostResult Host::EditArbitrary(EffectInstance& instance, const ParameterRow& row, Bytes flat) {
+    (void)RecordStream(instance.rows[static_cast<std::size_t>(row.index)], &instance, row.name);
+    HostResult result = SetArbitrary(instance, row, flat);
+    if (result.good()) result = ShowPanel(instance);
+    return result;
 }
 
 bool Host::FlatArbitrary(EffectInstance& instance, const ParameterRow& row, std::string& bytes) {
@@ -183,105 +205,6 @@ bool Host::FlatArbitrary(EffectInstance& instance, const ParameterRow& row, std:
     extra.which_function = PF_Arbitrary_FLATTEN_FUNC;
     extra.u.flatten_func_params = {row.def.u.arb_d.refconPV, value, size, bytes.data()};
     return Call(PF_Cmd_ARBITRARY_CALLBACK, &instance, 0, &extra).good();
-}
-
-HostResult Host::Save() {
-    for (const auto& effect : comp_->effects) {
-        HostResult result = Call(PF_Cmd_SEQUENCE_FLATTEN, effect.get(), comp_->currentTime);
-        if (!result.good()) return result;
-        effect->flat = true;
-        result = Call(PF_Cmd_SEQUENCE_RESETUP, effect.get(), comp_->currentTime);
-        if (!result.good()) return result;
-        effect->flat = false;
-    }
-    return options.twoCopies ? MakeRenderCopy() : HostResult{};
-}
-
-namespace {
-
-// A handle with the same bytes, or null for null.
-PF_Handle CopyHandle(HandleStore& handles, PF_Handle from) {
-    if (!handles.alive(from)) return nullptr;
-    const A_HandleSize size = handles.Size(from);
-    const PF_Handle copy = handles.New(size);
-    if (copy) std::memcpy(*copy, *from, static_cast<std::size_t>(size));
-    return copy;
-}
-
-} // namespace
-
-HostResult Host::Duplicate(EffectInstance& instance) {
-    HostResult result = Call(PF_Cmd_SEQUENCE_FLATTEN, &instance, comp_->currentTime);
-    if (!result.good()) return result;
-    instance.flat = true;
-    auto owned = std::make_unique<EffectInstance>();
-    EffectInstance& copy = *owned;
-    copy.comp = comp_.get();
-    copy.number = static_cast<int>(comp_->effects.size()) + 1;
-    copy.enabled = instance.enabled;
-    copy.sequence = CopyHandle(handles, instance.sequence);
-    copy.flat = true;
-    copy.rows = instance.rows;
-    comp_->effects.push_back(std::move(owned));
-    for (HostStream& stream : copy.rows)
-        if (stream.arbitrary) stream.arbitrary = CopyArbitrary(stream.arbitrary, &copy);
-    for (EffectInstance* each : {&instance, &copy}) {
-        result = Call(PF_Cmd_SEQUENCE_RESETUP, each, comp_->currentTime);
-        if (!result.good()) return result;
-        each->flat = false;
-    }
-    return UpdateParameterUI(copy);
-}
-
-HostResult Host::Remove(EffectInstance& instance) {
-    EndInstance(instance);
-    auto& effects = comp_->effects;
-    effects.erase(
-        std::find_if(effects.begin(), effects.end(), [&](const auto& e) { return e.get() == &instance; }));
-    return {};
-}
-
-// The renders' own project: the same layers and values, sequence data from the flat form, no user interface.
-HostResult Host::MakeRenderCopy() {
-    if (renderComp_)
-        for (const auto& effect : renderComp_->effects) EndInstance(*effect);
-    renderComp_ = std::make_unique<HostComp>();
-    HostComp& copy = *renderComp_;
-    copy.settings = comp_->settings;
-    copy.renderCopy = true;
-    for (const auto& layer : comp_->layers) {
-        HostLayer& twin = copy.AddLayer(layer->role, layer->name);
-        const HostItem item = twin.item;
-        twin = *layer;
-        twin.self = &twin, twin.comp = &copy, twin.item = item;
-        twin.item.id = layer->id;
-        if (layer.get() == comp_->effectLayer) copy.effectLayer = &twin;
-    }
-    copy.nextLayerId = comp_->nextLayerId;
-    for (const auto& effect : comp_->effects) {
-        HostResult result = Call(PF_Cmd_SEQUENCE_FLATTEN, effect.get(), comp_->currentTime);
-        if (!result.good()) return result;
-        effect->flat = true;
-        auto owned = std::make_unique<EffectInstance>();
-        EffectInstance& twin = *owned;
-        twin.comp = &copy;
-        twin.number = effect->number;
-        twin.enabled = effect->enabled;
-        twin.sequence = CopyHandle(handles, effect->sequence);
-        twin.flat = true;
-        twin.rows = effect->rows;
-        copy.effects.push_back(std::move(owned));
-        for (HostStream& stream : twin.rows)
-            if (stream.arbitrary) stream.arbitrary = CopyArbitrary(stream.arbitrary, nullptr);
-        result = Call(PF_Cmd_SEQUENCE_RESETUP, effect.get(), comp_->currentTime);
-        if (!result.good()) return result;
-        effect->flat = false;
-        result = Call(PF_Cmd_SEQUENCE_RESETUP, &twin, comp_->currentTime, nullptr,
-                      PF_InFlag_PROJECT_IS_RENDER_ONLY);
-        if (!result.good()) return result;
-        twin.flat = false;
-    }
-    return {};
 }
 
 std::optional<std::string> Host::Introspect(EffectInstance* instance, const std::string& request,

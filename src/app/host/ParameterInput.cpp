@@ -1,5 +1,6 @@
 #include "app/host/ParameterInput.h"
 
+#include "app/host/Comp.h"
 #include "app/project/NearestName.h"
 
 #include <algorithm>
@@ -101,6 +102,32 @@ bool ReadOne(void* context, const JsonNode& node, const std::string& place, Comp
 }
 
 } // namespace
+
+AnimatedValue DefaultValue(const ParameterRow& row, const HostComp& comp) {
+    const PF_ParamDefUnion& u = row.def.u;
+    switch (row.type()) {
+    case PF_Param_FLOAT_SLIDER:
+        return AnimatedValue(static_cast<double>(u.fs_d.dephault));
+    case PF_Param_ANGLE:
+        return AnimatedValue(u.ad.dephault / 65536.0);
+    case PF_Param_CHECKBOX:
+        return AnimatedValue(u.bd.dephault != 0 ? 1 : 0);
+    case PF_Param_POPUP:
+        return AnimatedValue(u.pd.dephault);
+    case PF_Param_COLOR:
+        return AnimatedValue(u.cd.dephault.red, u.cd.dephault.green, u.cd.dephault.blue);
+    case PF_Param_POINT: { // percent of the layer
+        AnimatedValue point(u.td.x_dephault / 65536.0 / 100 * comp.settings.width,
+                            u.td.y_dephault / 65536.0 / 100 * comp.settings.height, 0);
+        point.size = 2;
+        return point;
+    }
+    case PF_Param_LAYER:
+        return AnimatedValue(u.ld.dephault == PF_LayerDefault_MYSELF ? comp.effectLayer->id : 0);
+    default:
+        return AnimatedValue(0);
+    }
+}
 
 bool ReadParameterValue(const TextSource& source, const ParameterRow& row, const JsonNode& node,
                         const HostComp& comp, AnimatedValue& value) {

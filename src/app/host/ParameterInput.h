@@ -13,4 +13,7 @@ namespace velorin::app {
 [[nodiscard]] bool ReadParameterValue(const TextSource& source, const ParameterRow& row, const JsonNode& node,
                                       const HostComp& comp, AnimatedValue& value);
 
+// What a row has when the effect is applied.
+[[nodiscard]] AnimatedValue DefaultValue(const ParameterRow& row, const HostComp& comp);
+
 } // namespace velorin::app

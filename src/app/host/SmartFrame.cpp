@@ -216,7 +216,9 @@ HostResult Host::Render(SmartFrame& frame) {
 }
 
 HostResult Host::RenderFrame(int number, int depth, Picture& picture) {
-    HostComp& comp = options.twoCopies && renderComp_ ? *renderComp_ : *comp_;
+    if (options.twoCopies && (!renderComp_ || renderCopyStale_))
+        if (HostResult made = MakeRenderCopy(); !made.good()) return made;
+    HostComp& comp = options.twoCopies ? *renderComp_ : *comp_;
     const FrameRate rate = comp.settings.frameRate;
     comp.currentTime = number * rate.step;
     const Rect area = LayerRect(comp.settings);

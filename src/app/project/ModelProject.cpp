@@ -7,8 +7,6 @@
 
 namespace velorin::app {
 
-namespace {
-
 namespace fs = std::filesystem;
 
 std::string PathForProject(const std::string& file, const std::string& folder) {
@@ -17,6 +15,8 @@ std::string PathForProject(const std::string& file, const std::string& folder) {
     const std::string relative = absolute.lexically_relative(folder).generic_string();
     return relative.empty() || relative.size() > absolute.string().size() ? absolute.string() : relative;
 }
+
+namespace {
 
 // Every "path" below a node.
 void ShortenPaths(nlohmann::ordered_json& node, const std::string& folder) {

@@ -45,6 +45,7 @@ struct Composition {
 };
 
 struct Camera {
+    int id = 0; // as the host counts layers; 0: a free one
     bool orthographic = false;
     AnimatedValue position;
     std::optional<AnimatedValue> pointOfInterest; // none: the camera looks along its own axis
@@ -60,6 +61,7 @@ struct Camera {
 enum class LightKind { Parallel, Spot, Point, Ambient };
 
 struct Light {
+    int id = 0;
     std::string name;
     LightKind kind = LightKind::Parallel;
     AnimatedValue position;
@@ -85,6 +87,7 @@ enum class LayerKind { Image, Text, Solid, Null };
 enum class TextAlignment { Left, Center, Right };
 
 struct Layer {
+    int id = 0;
     std::string name;
     LayerKind kind = LayerKind::Solid;
     std::string file; // Image, absolute
@@ -116,6 +119,9 @@ struct Effect {
     std::vector<ParameterSetting> parameters;
     const JsonNode* scene = nullptr; // in the project's document
     std::string sceneFile;           // absolute; in place of `scene`
+    // What a save kept as bytes: flat sequence data ("" for none at all), and the flat scene, for where there
+    // is no readable one.
+    std::optional<std::string> storedSequence, storedScene;
 };
 
 struct Project {

@@ -1,5 +1,6 @@
 #include "app/project/ProjectReader.h"
 
+#include "app/project/Base64.h"
 #include "app/project/Json.h"
 #include "app/project/MaskReader.h"
 #include "app/project/ObjectReader.h"
@@ -8,12 +9,14 @@
 
 #include <cmath>
 #include <filesystem>
+#include <set>
 
 namespace velorin::app {
 
 namespace {
 
 constexpr double kLargestSide = 30000;
+constexpr double kLargestId = 1e9;
 
 std::string Absolute(const std::string& folder, const std::string& path) {
     namespace fs = std::filesystem;
@@ -72,6 +75,13 @@ private:
         reader.Finish();
     }
 
+    // By which an effect's stored state knows a layer, camera or light. Each is one layer's.
+    void ReadId(ObjectReader& reader, const JsonNode& node, int& id) {
+        reader.Read("id", id, {1, kLargestId});
+        if (id != 0 && !ids_.insert(id).second)
+            reader.Error(node, "another layer has the id " + std::to_string(id) + " too");
+    }
+
     // One number, or one an axis.
     void ReadDownsample(ObjectReader& reader) {
         const JsonNode* member = reader.Member("downsample");
@@ -97,6 +107,7 @@ private:
         camera.zoom = AnimatedValue(zoom);
         camera.focusDistance = AnimatedValue(zoom);
         ObjectReader reader(source_, node, "camera", clock_);
+        ReadId(reader, node, camera.id);
         static const std::vector<std::string> kTypes{"perspective", "orthographic"};
         int type = 0;
         reader.ReadChoice("type", type, kTypes);
@@ -126,6 +137,7 @@ private:
         light.position = AnimatedValue(comp.width * 0.75, comp.height * 0.1, -comp.width / 2.0);
         light.pointOfInterest = AnimatedValue(comp.width / 2.0, comp.height / 2.0, 0);
         ObjectReader reader(source_, node, "lights[" + std::to_string(index) + "]", clock_);
+        ReadId(reader, node, light.id);
         static const std::vector<std::string> kTypes{"parallel", "spot", "point", "ambient"};
         int type = 0;
         reader.Read("name", light.name);
@@ -165,6 +177,7 @@ private:
         Layer layer;
         layer.name = "Layer " + std::to_string(index + 1);
         layer.position = AnimatedValue(comp.width / 2.0, comp.height / 2.0, 0);
+        ReadId(reader, node, layer.id);
         static const std::vector<std::string> kTypes{"image", "text", "solid", "null"};
         int type = static_cast<int>(LayerKind::Solid);
         reader.Read("name", layer.name);
@@ -211,14 +224,30 @@ private:
         const JsonNode* file = reader.Member("sceneFile", JsonKind::String);
         if (file) effect.sceneFile = Absolute(project_.folder, file->text);
         if (file && effect.scene) reader.Error(*file, "\"scene\" and \"sceneFile\" exclude each other");
+        if (const JsonNode* stored = reader.Member("stored", JsonKind::Object))
+            ReadStored(*stored, place + ".stored", effect);
         reader.Finish();
         project_.effects.push_back(std::move(effect));
+    }
+
+    void ReadStored(const JsonNode& node, const std::string& place, Effect& effect) {
+        ObjectReader reader(source_, node, place);
+        const auto read = [&](const char* key, std::optional<std::string>& bytes) {
+            const JsonNode* member = reader.Member(key, JsonKind::String);
+            if (!member) return;
+            bytes = FromBase64(member->text);
+            if (!bytes) reader.Error(*member, std::string(key) + " is no base64");
+        };
+        read("sequence", effect.storedSequence);
+        read("scene", effect.storedScene);
+        reader.Finish();
     }
 
     const TextSource& source_;
     Project& project_;
     SizeOverride size_;
     KeyframeClock clock_;
+    std::set<int> ids_;
 };
 
 } // namespace

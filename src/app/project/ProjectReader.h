@@ -23,6 +23,9 @@ struct SizeOverride {
 [[nodiscard]] std::optional<Project> ReadProjectText(const std::string& path, std::string text,
                                                      Diagnostics& diagnostics, SizeOverride size = {});
 
+// A file's path as a project in `folder` (absolute) writes it: relative, where that is shorter.
+[[nodiscard]] std::string PathForProject(const std::string& file, const std::string& folder);
+
 // The text of a project that shows models: one file alone in the middle of the frame, several side by side,
 // each in a replicator group of its own (five at most). Paths are written relative to `folder` (absolute),
 // where that is shorter than the whole path. Another size of the composition shows the same picture.

@@ -71,10 +71,13 @@ A_Err CreateNullInComp(const A_UTF16Char* name, AEGP_CompH handle, const A_Time*
     *layer = nullptr;
     HostComp* comp = CompOf(handle);
     if (!comp) return A_Err_PARAMETER;
-    if (!Host::current()->BeginChange()) return WriteRefused();
     std::u16string text;
     for (; *name; ++name) text += static_cast<char16_t>(*name);
     HostLayer& made = comp->AddLayer(LayerRole::Null, Utf16ToUtf8(text));
+    if (!Host::current()->Record(LayerChange{&made, 0, nullptr})) {
+        comp->layers.pop_back();
+        return WriteRefused();
+    }
     made.flags |= AEGP_LayerFlag_NULL_LAYER;
     const auto add = [&](AEGP_LayerStream which, AEGP_StreamType type, const AnimatedValue& value) {
         made.streams[which].type = type;
@@ -197,7 +200,7 @@ A_Err GetLayerFlags(AEGP_LayerH handle, AEGP_LayerFlags* flags) {
 A_Err SetLayerFlag(AEGP_LayerH handle, AEGP_LayerFlags flag, A_Boolean value) {
     HostLayer* layer = LayerOf(handle);
     if (!layer) return A_Err_PARAMETER;
-    if (!Host::current()->BeginChange()) return WriteRefused();
+    if (!Host::current()->Record(LayerFactsChange{layer, layer->name, layer->flags})) return WriteRefused();
     layer->flags = value ? layer->flags | flag : layer->flags & ~flag;
     return A_Err_NONE;
 }
@@ -261,18 +264,27 @@ A_Err GetLayerToWorldXform(AEGP_LayerH handle, const A_Time* compTime, A_Matrix4
 A_Err SetLayerName(AEGP_LayerH handle, const A_UTF16Char* name) {
     HostLayer* layer = LayerOf(handle);
     if (!layer) return A_Err_PARAMETER;
-    if (!Host::current()->BeginChange()) return WriteRefused();
+    if (!Host::current()->Record(LayerFactsChange{layer, layer->name, layer->flags})) return WriteRefused();
     std::u16string text;
     for (; *name; ++name) text += static_cast<char16_t>(*name);
     layer->name = Utf16ToUtf8(text);
     return A_Err_NONE;
 }
 A_Err DeleteLayer(AEGP_LayerH handle) {
-    const HostLayer* layer = LayerOf(handle);
+    HostLayer* layer = LayerOf(handle);
     if (!layer || layer->role == LayerRole::Effect) return A_Err_PARAMETER;
-    if (!Host::current()->BeginChange()) return WriteRefused();
+    Host& host = *Host::current();
     auto& layers = layer->comp->layers;
-    layers.erase(std::find_if(layers.begin(), layers.end(), [&](const auto& l) { return l.get() == layer; }));
+    const auto at =
+        std::find_if(layers.begin(), layers.end(), [&](const auto& l) { return l.get() == layer; });
+    LayerChange change{layer, static_cast<std::size_t>(at - layers.begin()), nullptr};
+    if (host.running() && host.run().renderSide()) {
+        (void)host.Record(std::move(change)); // tells
+        return WriteRefused();
+    }
+    change.away = std::move(*at);
+    layers.erase(at);
+    (void)host.Record(std::move(change));
     return A_Err_NONE;
 }
 A_Err GetLayerFromLayerId(AEGP_CompH handle, AEGP_LayerIDVal id, AEGP_LayerH* layer) {

@@ -32,7 +32,7 @@ A_Err StartUndoGroup(const A_char* name) {
     Host& host = *Host::current();
     if (host.run().renderSide()) return WriteRefused();
     CommandRun& run = host.run();
-    if (run.undoDepth++ == 0) run.undoName = name, run.undoChanges = 0;
+    if (run.undoDepth++ == 0) run.undoGroup = {name, {}};
     return A_Err_NONE;
 }
 A_Err EndUndoGroup() {
@@ -44,7 +44,7 @@ A_Err EndUndoGroup() {
         return A_Err_GENERIC;
     }
     // An empty group leaves no step.
-    if (--run.undoDepth == 0 && run.undoChanges > 0) host.undoSteps.push_back(run.undoName);
+    if (--run.undoDepth == 0 && !run.undoGroup.changes.empty()) host.history.Add(std::move(run.undoGroup));
     return A_Err_NONE;
 }
 A_Err RegisterWithAegp(AEGP_GlobalRefcon, const A_char*, AEGP_PluginID* id) {

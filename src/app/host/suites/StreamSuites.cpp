@@ -225,7 +225,7 @@ A_Err SetStreamValue(AEGP_PluginID, AEGP_StreamRefH handle, AEGP_StreamValue2* v
                    (object->row ? ", \"" + object->row->name + "\"" : std::string()));
         return A_Err_PARAMETER;
     }
-    if (!host.BeginChange()) return A_Err_CONST_PROJECT_MODIFICATION;
+    if (!host.RecordStream(stream, object->instance)) return A_Err_CONST_PROJECT_MODIFICATION;
     if (stream.type == AEGP_StreamType_ARB) {
         const PF_ArbitraryH fresh =
             host.CopyArbitrary(static_cast<PF_ArbitraryH>(value->val.arbH), object->instance);
@@ -256,7 +256,8 @@ A_Err GetExpressionState(AEGP_PluginID, AEGP_StreamRefH handle, A_Boolean* enabl
 A_Err SetExpressionState(AEGP_PluginID, AEGP_StreamRefH handle, A_Boolean enabled) {
     const StreamObject* stream = StreamOf(handle);
     if (!stream || !stream->stream) return A_Err_PARAMETER;
-    if (!Host::current()->BeginChange()) return A_Err_CONST_PROJECT_MODIFICATION;
+    if (!Host::current()->RecordStream(*stream->stream, stream->instance))
+        return A_Err_CONST_PROJECT_MODIFICATION;
     stream->stream->expressionOn = enabled && !stream->stream->expression.empty();
     return A_Err_NONE;
 }
@@ -270,7 +271,8 @@ A_Err GetExpression(AEGP_PluginID, AEGP_StreamRefH handle, AEGP_MemHandle* text)
 A_Err SetExpression(AEGP_PluginID, AEGP_StreamRefH handle, const A_char* text) {
     const StreamObject* stream = StreamOf(handle);
     if (!stream || !stream->stream || !text) return A_Err_PARAMETER;
-    if (!Host::current()->BeginChange()) return A_Err_CONST_PROJECT_MODIFICATION;
+    if (!Host::current()->RecordStream(*stream->stream, stream->instance))
+        return A_Err_CONST_PROJECT_MODIFICATION;
     stream->stream->expression = text;
     if (stream->stream->expression.empty()) stream->stream->expressionOn = false;
     return A_Err_NONE;
@@ -287,7 +289,8 @@ A_Err SetDynamicStreamFlag(AEGP_StreamRefH handle, AEGP_DynStreamFlags flag, A_B
                            A_Boolean set) {
     const StreamObject* stream = StreamOf(handle);
     if (!stream || !stream->stream || flag == AEGP_DynStreamFlag_DISABLED) return A_Err_PARAMETER;
-    if (undoable && !Host::current()->BeginChange()) return A_Err_CONST_PROJECT_MODIFICATION;
+    if (undoable && !Host::current()->RecordStream(*stream->stream, stream->instance))
+        return A_Err_CONST_PROJECT_MODIFICATION;
     if (flag == AEGP_DynStreamFlag_HIDDEN) stream->stream->hidden = set != 0;
     return A_Err_NONE;
 }
