@@ -199,15 +199,8 @@ void GeometryCache::AddUse(const MeshBuffers* mesh) {
 }
 
 void GeometryCache::DropUse(const MeshBuffers* mesh) {
-    if (!mesh) return;
-    for (auto at = state_->byPath.begin(); at != state_->byPath.end(); ++at) {
-        if (at->second.mesh.get() != mesh) continue;
-        if (at->second.uses > 1)
-            --at->second.uses;
-        else
-            state_->byPath.erase(at);
-        return;
-    }
+    if (State::Entry* const entry = mesh ? state_->Of(mesh) : nullptr; entry && entry->uses > 0)
+        --entry->uses;
 }
 
 MeshBuffers* GeometryCache::FindId(std::uint64_t id) const {
@@ -219,6 +212,13 @@ MeshBuffers* GeometryCache::FindId(std::uint64_t id) const {
 void GeometryCache::FreeUnused() {
     std::erase_if(state_->byPath, [](const auto& item) { return item.second.mesh && item.second.uses == 0; });
     state_->fresh.clear();
+}
+
+std::vector<GeometryCache::Uses> GeometryCache::uses() const {
+    std::vector<Uses> list;
+    for (const auto& [path, entry] : state_->byPath)
+        if (entry.mesh) list.push_back({path, entry.uses});
+    return list;
 }
 
 std::size_t GeometryCache::size() const {

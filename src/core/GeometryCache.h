@@ -16,7 +16,8 @@ struct ModelData;
 
 // The meshes that all scenes of the process share, by what they are made from: the file with its time of last
 // change, the import settings, the settings of generated kinds, and the outlines of an extrusion. Each has a
-// count of uses; one that nobody uses any more is freed. One thread at a time; needs no GL context.
+// count of uses; one that nobody uses any more is freed at the next FreeUnused, so that an instance that is
+// stored and set up again at once finds its own. One thread at a time; needs no GL context.
 class GeometryCache {
 public:
     GeometryCache();
@@ -36,12 +37,17 @@ public:
     [[nodiscard]] const ModelData* Read(const SceneModel& model);
 
     void AddUse(const MeshBuffers* mesh);
-    // Frees the mesh with the last use.
     void DropUse(const MeshBuffers* mesh);
     // Null when there is none.
     [[nodiscard]] MeshBuffers* FindId(std::uint64_t id) const;
-    // Frees meshes that were found, and sources that were read, but never came into use.
+    // Frees meshes without a use, and sources that were read.
     void FreeUnused();
+
+    struct Uses {
+        std::string path; // of its file; empty for generated kinds
+        std::uint32_t count = 0;
+    };
+    [[nodiscard]] std::vector<Uses> uses() const; // an entry a mesh, in no order
 
     [[nodiscard]] std::size_t size() const;
     [[nodiscard]] std::uint64_t loaded() const { return loaded_; }

@@ -367,6 +367,14 @@ void Velorin::ReleaseModels(std::vector<MeshBuffers*>& held) {
     held.clear();
 }
 
+void Velorin::FreeUnusedModels() {
+    state_->cache.FreeUnused();
+}
+
+const GeometryCache& Velorin::geometryCache() const {
+    return state_->cache;
+}
+
 std::size_t Velorin::cachedModels() const {
     return state_->cache.size();
 }

@@ -13,6 +13,7 @@
 
 namespace velorin {
 
+class GeometryCache;
 class MeshBuffers;
 class SceneModel;
 struct ModelData;
@@ -89,11 +90,14 @@ public:
     // The cache by MeshBuffers::id, for instances that were stored with what they held: adds a use and the
     // entry to `held`; false when the cache has no such geometry any more.
     bool HoldModel(std::uint64_t id, std::vector<MeshBuffers*>& held);
-    // Gives back the uses of a list and empties it.
+    // Gives back the uses of a list and empties it. What nobody uses then stays until the next SetRender or
+    // FreeUnusedModels: HoldModel may ask for it again.
     void ReleaseModels(std::vector<MeshBuffers*>& held);
+    void FreeUnusedModels();
     // How many meshes the cache holds, and how many it has loaded since the start.
     [[nodiscard]] std::size_t cachedModels() const;
     [[nodiscard]] std::uint64_t modelsLoaded() const;
+    [[nodiscard]] const GeometryCache& geometryCache() const;
 
     // Geometry built since the last call that should outlive the process goes to the disk.
     void FlushBuilds();

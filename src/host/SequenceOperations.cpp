@@ -49,7 +49,11 @@ void AEPluginConnection::SequenceSetdown(PluginCall& call, PF_Handle handle) {
     {
         const HandleLock lock(call.utils(), handle);
         const A_HandleSize size = call.utils()->host_get_handle_size(handle);
-        if (SequenceRecord* record = live_.Find(handle, lock.memory(), size)) DestroyRecord(handle, *record);
+        if (SequenceRecord* record = live_.Find(handle, lock.memory(), size)) {
+            DestroyRecord(handle, *record);
+            const std::scoped_lock renderLock(renderMutex_);
+            if (velorin_) velorin_->FreeUnusedModels(); // nobody will ask for them by this instance's data
+        }
     }
     call.utils()->host_dispose_handle(handle);
 }

@@ -42,6 +42,8 @@ void DescribeRender(CLI::App& command, RenderOptions& options) {
         ->type_name("KEY=VALUE")
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    command.add_option("--save", options.save, "Writes the project as it was rendered")
+        ->type_name("PROJECT.json");
     command.add_flag("--json", options.json, "Prints a report as one JSON object at the end");
     command.add_flag("--quiet", options.quiet, "Shows neither progress nor warnings");
     AddPlugin(command, options.session);

@@ -23,6 +23,7 @@ struct FrameRange {
 
 struct RenderOptions {
     std::string input, output;
+    std::string save;         // project to write; empty: none
     std::string frames, size; // as typed
     int depth = 0;
     bool json = false, quiet = false;

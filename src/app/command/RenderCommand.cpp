@@ -1,5 +1,6 @@
 #include "app/command/Commands.h"
 #include "app/command/Interrupt.h"
+#include "app/command/SaveProject.h"
 
 #include "platform/Clock.h"
 #include "platform/Process.h"
@@ -32,6 +33,8 @@ std::optional<PictureFormat> FormatOf(const std::string& output) {
 bool CheckArguments(const RenderOptions& options, Console& console) {
     if (!FormatOf(options.output))
         return console.Error("-o " + options.output + ": the output is a .png or .exr file"), false;
+    if (!options.save.empty() && KindOfInput(options.save) != InputKind::Project)
+        return console.Error("--save " + options.save + ": a project is a .json file"), false;
     if (!options.frames.empty() && !ParseFrameRange(options.frames))
         return console.Error("--frames " + options.frames + ": expected A, A-B or A-B/STEP, counted from 0"),
                false;
@@ -103,6 +106,7 @@ private:
             ++done;
         }
         console_.EndProgress();
+        if (!options_.save.empty() && !SaveProject(session_, options_.save, console_)) return kFailed;
         return kDone;
     }
 

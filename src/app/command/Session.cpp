@@ -79,16 +79,29 @@ bool IsRefusal(const std::string& answer, std::string& reason, std::string& poin
     return true;
 }
 
-bool FlatScene(const Project& project, const Effect& effect, const std::string& place, Host& host,
-               std::string& flat, Diagnostics& diagnostics) {
+// Asks for the flat form of an effect's readable scene. Nothing, with a reason, when the plug-in does not
+// answer.
+std::optional<std::string> AskForFlat(const Project& project, const Effect& effect, bool import, Host& host,
+                                      std::string& reason) {
     const std::string& text = project.document->source;
-    const TextSource source(project.path, text, diagnostics);
     const std::string request =
         R"({"do":"sceneToFlat","folder":)" +
         nlohmann::json(project.folder).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) +
+        ",\"import\":" + (import ? "true" : "false") +
         ",\"scene\":" + text.substr(effect.scene->begin, effect.scene->end - effect.scene->begin) + "}";
+    return host.Introspect(nullptr, request, {}, reason);
+}
+
+bool FlatScene(const Project& project, const Effect& effect, const std::string& place, Host& host,
+               std::string& flat, Diagnostics& diagnostics) {
+    const TextSource source(project.path, project.document->source, diagnostics);
     std::string reason, pointer;
-    const auto answer = host.Introspect(nullptr, request, {}, reason);
+    // A scene that is still as it was saved is complete: nothing is imported once more.
+    if (effect.storedScene && AskForFlat(project, effect, false, host, reason) == effect.storedScene) {
+        flat = *effect.storedScene;
+        return true;
+    }
+    const auto answer = AskForFlat(project, effect, true, host, reason);
     if (!answer) {
         source.Error(effect.scene->begin, place + "scene: " + reason);
         return false;
@@ -108,20 +121,22 @@ bool FlatScene(const Project& project, const Effect& effect, const std::string& 
 void ApplyScene(const Project& project, const Effect& effect, const std::string& place, Host& host,
                 EffectInstance& instance, Diagnostics& diagnostics) {
     const ParameterRow* row = host.arbitraryRow();
-    if (!row || (!effect.scene && effect.sceneFile.empty())) return;
+    if (!row || (!effect.scene && effect.sceneFile.empty() && !effect.storedScene)) return;
     std::string flat;
     MappedFile file;
     Bytes bytes;
     if (effect.scene) {
         if (!FlatScene(project, effect, place, host, flat, diagnostics)) return;
         bytes = std::as_bytes(std::span(flat));
-    } else {
+    } else if (!effect.sceneFile.empty()) {
         file = MappedFile::Open(effect.sceneFile, FileAccess::Read);
         if (!file.valid()) {
             diagnostics.errors.push_back(effect.sceneFile + ": the scene cannot be read: " + file.reason());
             return;
         }
         bytes = file.bytes();
+    } else {
+        bytes = std::as_bytes(std::span(*effect.storedScene));
     }
     const HostResult result = host.SetArbitrary(instance, *row, bytes);
     if (!result.good()) diagnostics.errors.push_back(project.path + ": " + place + "scene: " + result.text);

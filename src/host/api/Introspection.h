@@ -25,7 +25,8 @@ inline constexpr char kRawReplyMark = '=';
 // Requests, by the member "do" (those marked * need an instance, that is in_data->effect_ref and sequence
 // data):
 //   params          array of parameter rows in host order
-//   sceneToFlat     "scene": {...}, "folder": base of relative paths -> the flat document as raw bytes
+//   sceneToFlat     "scene": {...}, "folder": base of relative paths -> the flat document as raw bytes;
+//                   "import": false leaves models as they are, without the materials of their files
 //   flatToScene     payload = flat document -> the scene as JSON, "defaults": true for every field
 //   capture *       "what": ["particles", "draws"], "group": 1..5: keep these of the next rendered frame
 //   captured        what the last capture kept: {"particles": [...], "draws": [...]}
@@ -37,6 +38,7 @@ inline constexpr char kRawReplyMark = '=';
 //   frame           of the last frame: {"stages": {name: ms}, "gl": {...}, "uploads": n, "programs": n,
 //                   "models": {"parsed": n, "cached": n} since the start, "warnings": [...]}; warnings are
 //                   given once
+//   meshUses        the meshes that instances share: [{"path": file, "uses": n}...]
 //
 // Presets (.qmx, .qmt, .qbv; `file` may name an entry of a bundle) and the library; a refusal for want of a
 // name has "names", those that there are:

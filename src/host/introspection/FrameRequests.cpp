@@ -1,4 +1,5 @@
 #include "core/FrameParams.h"
+#include "core/GeometryCache.h"
 #include "core/Velorin.h"
 #include "host/AEPlugin.h"
 #include "host/AEPluginConnection.h"
@@ -13,6 +14,13 @@
 #include <string>
 
 namespace velorin {
+
+std::string AnswerMeshUses(const Request& request) {
+    Json meshes = Json::array();
+    for (const GeometryCache::Uses& mesh : request.core->geometryCache().uses())
+        meshes.push_back({{"path", mesh.path}, {"uses", mesh.count}});
+    return DumpJson(meshes);
+}
 
 std::string AnswerDevices(const Request& request) {
     const Renderer& renderer = *request.core->renderer;

@@ -66,6 +66,7 @@ struct RequestRow {
 [[nodiscard]] std::string AnswerDevices(const Request& request);
 [[nodiscard]] std::string AnswerFrame(const Request& request);
 [[nodiscard]] std::string AnswerExport(const Request& request);
+[[nodiscard]] std::string AnswerMeshUses(const Request& request);
 // PresetRequests.cpp
 [[nodiscard]] std::string AnswerSavePreset(const Request& request);
 [[nodiscard]] std::string AnswerRenewPicture(const Request& request);

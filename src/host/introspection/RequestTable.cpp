@@ -17,6 +17,7 @@ constexpr RequestRow kRequests[] = {
     {"devices", AnswerDevices},
     {"frame", AnswerFrame},
     {"export", AnswerExport},
+    {"meshUses", AnswerMeshUses},
     {"savePreset", AnswerSavePreset},
     {"renewPicture", AnswerRenewPicture},
     {"readPreset", AnswerReadPreset},

@@ -53,7 +53,7 @@ std::string AnswerSceneToFlat(const Request& request) {
     if (json == request.json.end()) return RequestError("the request has no scene", "/scene");
     const std::string folder = request.json.value("folder", std::string());
     if (!SceneFromJsonText(json->dump(), folder, scene, error)) return RequestError(error.message, error.at);
-    ImportMaterials(scene, *request.core);
+    if (request.json.value("import", true)) ImportMaterials(scene, *request.core);
     const std::vector<std::byte> flat = scene.Flat();
     return {reinterpret_cast<const char*>(flat.data()), flat.size()};
 }
