@@ -125,7 +125,7 @@ private:
             preview.viewIndex = Value<std::uint64_t>(payload);
             break;
         case kTagPreviewFlag:
-            preview.flag = Value<std::uint8_t>(payload) != 0;
+            preview.flag = Value<std::uint8_t>(payload);
             break;
         case kTagView:
             view_ = Value<std::uint32_t>(payload);
@@ -193,7 +193,7 @@ std::size_t WriteSequence(const SequenceState& state, std::int64_t stamp,
     WriteEditor(file, kEditorFieldsBefore, editor);
     Write(file, kTagPreviewRotation, state.preview.rotation);
     Write(file, kTagPreviewView, state.preview.viewIndex);
-    Write(file, kTagPreviewFlag, static_cast<std::uint8_t>(state.preview.flag));
+    Write(file, kTagPreviewFlag, state.preview.flag);
     WriteEditor(file, kEditorFieldsBehind, editor);
     WriteViews(file, state.preview);
     for (std::uint32_t i = 0; i < kNullLayers; ++i) Write(file, kTagNullLayer + i, state.nullLayerIds[i]);

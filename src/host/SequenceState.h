@@ -36,7 +36,7 @@ struct PreviewState {
 
     Point3 rotation; // radians
     std::uint64_t viewIndex = 0;
-    bool flag = true;
+    std::uint8_t flag = 1;
     std::array<PreviewView, kPreviewViews> views;
     friend bool operator==(const PreviewState&, const PreviewState&) = default;
 };

@@ -244,6 +244,18 @@ std::unique_ptr<Host> StartHost(const SessionOptions& options, Console& console)
     return host;
 }
 
+bool OpenProject(Session& session, Console& console) {
+    Host& host = *session.host;
+    HostResult result = host.Open(session.project);
+    const bool applied = result.good() && ApplyEffects(session.project, host, console);
+    // What the values show or hide, and then what a save would do.
+    for (std::size_t i = 0; applied && result.good() && i < session.project.effects.size(); ++i)
+        result = host.UpdateParameterUI(host.instance(i));
+    if (applied && result.good()) result = host.Save();
+    if (!result.good()) console.Error(session.project.path + ": " + result.text);
+    return session.Tell(console) && applied && result.good();
+}
+
 bool OpenSession(const std::string& input, const SessionOptions& options, Console& console,
                  Session& session) {
     std::optional<Project> project;
@@ -259,16 +271,7 @@ bool OpenSession(const std::string& input, const SessionOptions& options, Consol
     if (options.depth != 0) session.project.composition.depth = options.depth;
     if (!AddSettings(options.settings, session.project, console)) return false;
     if (!session.host) session.host = StartHost(options, console);
-    if (!session.host) return false;
-    Host& host = *session.host;
-    HostResult result = host.Open(session.project);
-    const bool applied = result.good() && ApplyEffects(session.project, host, console);
-    // What the values show or hide, and then what a save would do.
-    for (std::size_t i = 0; applied && result.good() && i < session.project.effects.size(); ++i)
-        result = host.UpdateParameterUI(host.instance(i));
-    if (applied && result.good()) result = host.Save();
-    if (!result.good()) console.Error(input + ": " + result.text);
-    return session.Tell(console) && applied && result.good();
+    return session.host && OpenProject(session, console);
 }
 
 } // namespace velorin::app

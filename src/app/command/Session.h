@@ -48,6 +48,9 @@ enum class InputKind { Project, Model, Preset, Unknown };
 // Starts the module; null with an error on the console.
 [[nodiscard]] std::unique_ptr<Host> StartHost(const SessionOptions& options, Console& console);
 
+// Opens the session's project in its host: effects with their values and scenes, flattened and set up again.
+[[nodiscard]] bool OpenProject(Session& session, Console& console);
+
 // The whole way: input, module, effects with their values and scenes, flattened and set up again.
 [[nodiscard]] bool OpenSession(const std::string& input, const SessionOptions& options, Console& console,
                                Session& session);
