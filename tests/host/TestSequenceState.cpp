@@ -26,7 +26,7 @@ SequenceState Filled() {
     for (std::size_t i = 0; i < state.editor.size(); ++i) state.editor[i] = static_cast<std::byte>(i + 1);
     state.preview.rotation = {0.1f, 0.2f, 0.3f};
     state.preview.viewIndex = 5;
-    state.preview.flag = false;
+    state.preview.flag = 0xa5;
     for (std::size_t i = 0; i < kPreviewViews; ++i) {
         const float f = static_cast<float>(i);
         state.preview.views[i] = {{f, 1, 2}, {3, f, 4}, 6 + f};
