@@ -381,15 +381,16 @@ PluginMain(PF_Cmd command, PF_InData* in, PF_OutData* out, PF_ParamDef* params[]
         return PF_Err_NONE;
     case PF_Cmd_SEQUENCE_FLATTEN:
     case PF_Cmd_SEQUENCE_RESETUP: {
-        // The number counts the passages.
+        // The number counts the passages; nothing stays nothing.
         int value = 0;
+        if (!in->sequence_data) return PF_Err_NONE;
         std::memcpy(&value, *in->sequence_data, sizeof value);
         in->utils->host_dispose_handle(in->sequence_data);
         out->sequence_data = NewData(in, value + 1);
         return PF_Err_NONE;
     }
     case PF_Cmd_SEQUENCE_SETDOWN:
-        in->utils->host_dispose_handle(in->sequence_data);
+        if (in->sequence_data) in->utils->host_dispose_handle(in->sequence_data);
         out->sequence_data = nullptr;
         return PF_Err_NONE;
     case PF_Cmd_UPDATE_PARAMS_UI:

@@ -87,14 +87,15 @@ TEST(ProjectWriter, SaysEverythingThatAProjectSaid) {
     session.project = ProjectFromText(kEverything);
     Console console(true);
     ASSERT_TRUE(OpenProject(session, console)) << Joined(console.errors());
-    const std::string text = ProjectText(*session.host, {{{"seq", "scn"}, {}}, {}}, session.project.folder);
+    const std::string text = ProjectText(*session.host, {{{"seq.", "scn."}, {}}, {}}, session.project.folder);
     ExpectWithin(json::parse(kEverything), json::parse(text), "");
-    EXPECT_EQ(json::parse(text)["effects"][0]["stored"], (json{{"sequence", "c2Vx"}, {"scene", "c2Nu"}}));
+    EXPECT_EQ(json::parse(text)["effects"][0]["stored"],
+              (json{{"sequence", "c2VxLg=="}, {"scene", "c2NuLg=="}}));
     // And the text reads back to itself.
     session.project = ProjectFromText(text);
-    EXPECT_EQ(session.project.effects[0].storedSequence, "seq");
+    EXPECT_EQ(session.project.effects[0].storedSequence, "seq.");
     ASSERT_TRUE(OpenProject(session, console)) << Joined(console.errors());
-    EXPECT_EQ(ProjectText(*session.host, {{{"seq", "scn"}, {}}, {}}, session.project.folder), text);
+    EXPECT_EQ(ProjectText(*session.host, {{{"seq.", "scn."}, {}}, {}}, session.project.folder), text);
     EXPECT_EQ(session.host->comp().LayerByName("Shape")->id, 22);
     EXPECT_EQ(session.host->comp().effectLayer->id, 26); // the next that nobody has
     session.host->Quit();
@@ -184,10 +185,9 @@ TEST_F(Saving, AnotherProcessRendersTheSamePicture) {
     EXPECT_NE(Read("a.png"), Read("d.png"));
     // Elsewhere paths lead back.
     std::filesystem::create_directory(folder_ / "deep");
-    Run("p.json -o a.png --save deep/p.json");
-    Run("deep/p.json -o e.png --save p.json"); // over the project it came from
-    Run("p.json -o f.png");
-    EXPECT_EQ(Read("a.png"), Read("f.png"));
+    Run("saved.json -o a.png --save deep/p.json");
+    Run("deep/p.json -o e.png --save deep/p.json"); // over the project it came from
+    EXPECT_EQ(Read("a.png"), Read("e.png"));
     EXPECT_EQ(Velorin("render p.json -o a.png --save p.txt").status, 2);
     EXPECT_EQ(Velorin("render p.json -o a.png --save none/p.json").status, 1);
 }
@@ -250,14 +250,14 @@ TEST_F(Saving, DamagedStoresAreReadAsFarAsTheyGo) {
         {std::string(20000, '\xff'), std::string(20000, '\xff')},
         {scene, sequence},
     };
-    for (const auto& [sequenceBytes, sceneBytes] : stores) {
-        json project = saved;
-        project["effects"][0].erase("scene");
-        project["effects"][0]["stored"] = {{"sequence", ToBase64(sequenceBytes)},
-                                           {"scene", ToBase64(sceneBytes)}};
-        Write("broken.json", project.dump());
-        Run("broken.json -o b.png --save back.json --host-strict");
-    }
+    json project = saved;
+    project["effects"] = json::array();
+    for (const auto& [sequenceBytes, sceneBytes] : stores)
+        project["effects"].push_back(
+            {{"stored", {{"sequence", ToBase64(sequenceBytes)}, {"scene", ToBase64(sceneBytes)}}}});
+    Write("broken.json", project.dump());
+    Run("broken.json -o b.png --save back.json --host-strict");
+    EXPECT_EQ(Saved("back.json")["effects"].size(), std::size(stores));
 }
 
 } // namespace

@@ -102,6 +102,7 @@ protected:
             const auto flat = session_.host->Introspect(nullptr, request.dump(), {}, reason);
             ASSERT_TRUE(flat) << reason;
             flat_.push_back(*flat);
+            shows_.push_back(meshes);
         }
     }
 
@@ -163,7 +164,7 @@ protected:
         for (const ModelEffect& effect : project_) {
             if (!effect.enabled || (&effect != main && effect.rows[kRenderMode] != kUnified)) continue;
             std::set<Mesh> shown;
-            for (const std::string& name : Scenes()[effect.scene].second) shown.insert(cache_.Find(name));
+            for (const std::string& name : shows_[effect.scene]) shown.insert(cache_.Find(name));
             for (const Mesh& mesh : shown)
                 if (!held_[effect.id].contains(mesh)) cache_.Add(mesh);
             for (const Mesh& mesh : held_[effect.id])
@@ -352,7 +353,8 @@ protected:
     fs::path folder_;
     std::string plugin_;
     Session session_;
-    std::vector<std::string> flat_; // of the scenes
+    std::vector<std::string> flat_;               // of the scenes
+    std::vector<std::vector<std::string>> shows_; // meshes of each
     ModelProject project_;
     std::vector<Past> done_, undone_;
     ModelCache cache_;
