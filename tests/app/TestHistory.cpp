@@ -190,7 +190,7 @@ TEST_P(History, PicturesFollow) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Copies, History, testing::Bool(),
-                         [](const auto& info) { return info.param ? "Two" : "One"; });
+                         [](const auto& test) { return test.param ? "Two" : "One"; });
 
 } // namespace
 } // namespace velorin::app
