@@ -1,0 +1,169 @@
+#include "app/HostFixture.h"
+
+#include "app/command/Session.h"
+#include "app/images/Picture.h"
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+
+// Values of the user's on their whole way: project or --set, host, plug-in, particles. The models are
+// switched off, so that all is computed and nothing is drawn.
+
+namespace velorin::app {
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class ReplicatorInHost : public testing::Test {
+protected:
+    void SetUp() override {
+        if (!fs::exists(fs::path(VELORIN_COMMAND).parent_path() / "Velorin.aex"))
+            GTEST_SKIP() << "the plug-in is not built";
+        std::string name = (fs::temp_directory_path() / "velorin_replicator_XXXXXX").string();
+        ASSERT_TRUE(mkdtemp(name.data()));
+        folder_ = name;
+        options_.plugin = (fs::path(VELORIN_COMMAND).parent_path() / "Velorin.aex").string();
+    }
+    void TearDown() override {
+        if (session_.host) {
+            session_.host->Quit();
+            EXPECT_EQ(Joined(session_.host->reports.faults()), "");
+        }
+        fs::remove_all(folder_);
+    }
+
+    // A project with the composition's, the layers' and the effect's members; its model is a square per frame
+    // number of the sequence.
+    bool Open(const std::string& layers, const std::string& parameters,
+              std::vector<std::string> settings = {}) {
+        for (int frame = 0; frame < 8; ++frame)
+            std::ofstream(folder_ / ("f_0" + std::to_string(frame) + ".obj"))
+                << "v -1 -1 0\nv 1 -1 0\nv 0 1 " << frame << "\nf 1 2 3\n";
+        std::ofstream(folder_ / "p.json")
+            << R"({"composition": {"width": 96, "height": 54, "duration": 1}, "layers": [)" << layers
+            << R"(], "effects": [{"parameters": {)" << parameters
+            << R"(}, "scene": {"models": [{"name": "F", "type": 5, "path": "f_00.obj", "enabled": false,
+                   "frameCount": 8, "startFrame": 1, "endFrame": 8, "groups": [1]}]}}]})";
+        if (session_.host) session_.host->Quit();
+        session_ = {};
+        options_.settings = std::move(settings);
+        console_ = std::make_unique<Console>(true);
+        return OpenSession((folder_ / "p.json").string(), options_, *console_, session_);
+    }
+    json Ask(const json& request) {
+        std::string reason;
+        const auto answer =
+            session_.host->Introspect(&session_.host->instance(0), request.dump(), {}, reason);
+        EXPECT_TRUE(answer) << reason;
+        return json::parse(answer.value_or("null"), nullptr, false);
+    }
+    json Captured(const char* what, int frame, int depth = 8) {
+        Ask({{"do", "capture"}, {"what", {what}}, {"group", 1}});
+        Picture picture;
+        const HostResult result = session_.host->RenderFrame(frame, depth, picture);
+        EXPECT_TRUE(result.good()) << result.text;
+        return Ask({{"do", "captured"}})[what];
+    }
+    // Renders frame 0 and gives the plug-in's warnings.
+    std::string Warnings() {
+        Picture picture;
+        const HostResult result = session_.host->RenderFrame(0, 8, picture);
+        EXPECT_TRUE(result.good()) << result.text;
+        std::string warnings;
+        const json frame = Ask({{"do", "frame"}});
+        for (const json& warning : frame["warnings"]) warnings += warning.get<std::string>() + "\n";
+        return warnings;
+    }
+
+    fs::path folder_;
+    SessionOptions options_;
+    std::unique_ptr<Console> console_;
+    Session session_;
+};
+
+// Speeds of 100, 150, 200, 250 and then 300 percent: the frames shown are 0, 1, 1 + 1.5, + 2, + 2.5, + 3, + 3
+// of 8, each cut to a whole one.
+TEST_F(ReplicatorInHost, PlaybackSpeedIntegratesOverKeyframes) {
+    ASSERT_TRUE(Open(
+        "", R"("1. Playback Speed": {"keys": [{"frame": 0, "value": 100}, {"frame": 4, "value": 300}]})"))
+        << Joined(console_->errors());
+    const int expected[] = {0, 1, 2, 4, 7, 10 % 8, 13 % 8};
+    for (int frame = 6; frame >= 0; --frame) { // backwards: no frame leans on the one before
+        const json draws = Captured("draws", frame);
+        ASSERT_EQ(draws.size(), 1U) << frame;
+        EXPECT_EQ(draws[0]["frame"], expected[frame]) << frame;
+    }
+}
+
+// A picture of 4 by 4 with three pixels that are not transparent, on a grid of as many cells.
+TEST_F(ReplicatorInHost, AnImageLayerShapesAGroupAtEveryDepth) {
+    Picture mask(4, 4, 8);
+    for (const auto& [x, y] : {std::pair(0, 0), {2, 2}, {3, 3}})
+        std::fill_n(mask.row(y) + 4 * x, 4, std::byte{0xff});
+    std::string error;
+    ASSERT_TRUE(WritePng((folder_ / "mask.png").string(), mask, error)) << error;
+    ASSERT_TRUE(Open(
+        R"({"name": "Mask", "type": "image", "file": "mask.png"})",
+        R"("1. Replicator Shape": "Layer Grid", "1. Custom Layer": "Mask", "1. Grid X": 4, "1. Grid Y": 4)"))
+        << Joined(console_->errors());
+    for (const int depth : {8, 16, 32}) {
+        const json particles = Captured("particles", 0, depth);
+        ASSERT_EQ(particles.size(), 3U) << depth;
+        const auto at = [&](std::size_t i, std::size_t axis) {
+            return particles[i]["position"][axis].get<double>();
+        };
+        // The cells' middles lie at -3/8, 1/8 and 3/8 of the shape's size around the group's place.
+        const double size = (at(2, 0) - at(0, 0)) / 0.75;
+        EXPECT_GT(size, 1) << depth;
+        for (const std::size_t axis : {0U, 1U}) {
+            EXPECT_NEAR(at(1, axis) - at(0, axis), size / 2, 1e-3) << depth << axis;
+            EXPECT_NEAR(at(2, axis) - at(0, axis), size * 0.75, 1e-3) << depth << axis;
+            EXPECT_NEAR(at(0, axis) + size * 0.375, axis == 0 ? 48 : 27, 1e-3) << depth << axis;
+        }
+    }
+}
+
+TEST_F(ReplicatorInHost, ExtremeSettingsRenderOrAreRefusedInASentence) {
+    struct Case {
+        std::vector<std::string> settings;
+        const char* error;   // of the project; null when it opens
+        const char* warning; // of the frame; null when there is none
+    };
+    const std::string grid = "1. Replicator Shape=3D Grid";
+    const Case cases[] = {
+        {{grid, "1. Grid X=1000", "1. Grid Y=1000", "1. Grid Z=1000"}, nullptr, "Group 1"},
+        {{grid, "1. Grid X=1e300", "1. Grid Y=1e300", "1. Grid Z=1e300"}, nullptr, "would take"},
+        {{"1. Replicator Shape=Sphere", "1. Particle Count=3", "1. Layers=1000"}, nullptr, nullptr},
+        {{"1. Replicator Shape=Layer"}, nullptr, nullptr},
+        {{"1. Replicator Shape=Layer Grid"}, nullptr, nullptr},
+        {{"1. Replicator Shape=3D Object", "1. Particle Count=100"}, nullptr, nullptr},
+        {{"1. Particle Size=1e300", "1. X Scatter=-1e300", "1. X Scale=1e300"}, nullptr, nullptr},
+        {{"1. Particle Count=NaN"}, "expected a number", nullptr},
+        {{"1. Particle Count=1e999"}, "--set 1. Particle Count", nullptr},
+        {{"1. Particle Count=[1,2]"}, "expected a number", nullptr},
+        {{"1. Replicator Shape=9"}, nullptr, nullptr}, // taken as the last choice
+    };
+    for (const Case& c : cases) {
+        const bool opened = Open("", "", c.settings);
+        EXPECT_EQ(opened, c.error == nullptr) << c.settings[0] << Joined(console_->errors());
+        if (c.error) {
+            EXPECT_THAT(Joined(console_->errors()), HasSubstr(c.error)) << c.settings[0];
+        }
+        if (!opened) continue;
+        const std::string warnings = Warnings();
+        EXPECT_THAT(warnings, c.warning ? testing::Matcher<std::string>(HasSubstr(c.warning))
+                                        : testing::Matcher<std::string>(IsEmpty()))
+            << c.settings[0];
+    }
+}
+
+} // namespace
+} // namespace velorin::app
