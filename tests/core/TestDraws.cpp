@@ -217,6 +217,8 @@ TEST_F(Draws, GeometryIsLoadedOnceAndGivenBack) {
     EXPECT_EQ(core.modelsLoaded(), 2u);
     EXPECT_EQ(core.cachedModels(), 2u) << "the other instance still holds the first";
     core.ReleaseModels(other.loadedModels);
+    EXPECT_EQ(core.cachedModels(), 2u) << "its instance may be set up again and ask for it";
+    core.FreeUnusedModels();
     EXPECT_EQ(core.cachedModels(), 1u);
 
     // A file that changed is loaded anew.
@@ -242,6 +244,7 @@ TEST_F(Draws, HeldGeometryIsFoundByItsId) {
     core.ReleaseModels(params.loadedModels);
     EXPECT_EQ(core.cachedModels(), 1u);
     core.ReleaseModels(held);
+    core.FreeUnusedModels();
     EXPECT_EQ(core.cachedModels(), 0u);
 }
 

@@ -72,6 +72,7 @@ TEST_F(PathLayerFrames, OnlyWhatShapesASolidBuildsItAgain) {
     EXPECT_NEAR(Frame(), 25 + 15, 0.01);
     EXPECT_EQ(core.cachedModels(), 1u);
     core.ReleaseModels(params.loadedModels);
+    core.FreeUnusedModels();
     EXPECT_EQ(core.cachedModels(), 0u);
 }
 
