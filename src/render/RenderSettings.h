@@ -165,7 +165,7 @@ struct DepthOutputSettings {
 struct DofSettings {
     DofMode mode = DofMode::Off;
     Matrix view, projection; // of the camera moved by the lens radius
-    float spacing = 0; // pixels of the picture
+    float spacing = 0;       // pixels of the picture
     int samples = 64;
     Point2 downsample{1, 1};
     float depthThreshold = 1500;

@@ -3,10 +3,13 @@
 
 #include "FormatChecks.h"
 #include "document/DocumentSamples.h"
+#include "services/Library.h"
 #include "services/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
 #include <limits>
 #include <nlohmann/json.hpp>
 
@@ -224,21 +227,24 @@ TEST(SceneJson, FindsRelativePathsInTheFolder) {
     folder.Put("here.obj", "");
     folder.Put("here.png", "");
     folder.Put("pack.qbndl", "");
+    const std::string library = GetLibraryPlaces().user + "/Materials";
+    std::filesystem::create_directories(library);
+    std::ofstream(library + "/shared.png") << "x";
     const auto scene = Parse(R"({
         "environment": { "path": "here.png" },
-        "materials": [ { "channels": { "diffuse": { "path": "here.png" }, "normal": { "path": "Materials/away.png" } } } ],
+        "materials": [ { "channels": { "diffuse": { "path": "here.png" }, "normal": { "path": "Materials/shared.png" } } } ],
         "models": [ { "path": "here.obj" }, { "path": "away.obj" }, { "path": "/here.obj" },
                     { "path": "pack.qbndl>ships/one.obj" }, { "path": "none.qbndl>x" }, { "type": 6 } ] })",
                              folder.path());
     EXPECT_EQ(scene->environment.path, folder.file("here.png"));
     EXPECT_EQ(scene->materials[0]->channel(Channel::Diffuse).path, folder.file("here.png"));
-    EXPECT_EQ(scene->materials[0]->channel(Channel::Normal).path, "Materials/away.png");
+    EXPECT_EQ(scene->materials[0]->channel(Channel::Normal).path, "Materials/shared.png");
     EXPECT_EQ(scene->materials[0]->channel(Channel::Specular).path, "");
     const std::string expected[] = {folder.file("here.obj"),
-                                    "away.obj",
+                                    folder.file("away.obj"),
                                     "/here.obj",
                                     folder.file("pack.qbndl>ships/one.obj"),
-                                    "none.qbndl>x",
+                                    folder.file("none.qbndl>x"),
                                     "Box Model.parametric"};
     for (std::size_t i = 0; i < 6; ++i) EXPECT_EQ(scene->models[i]->path, expected[i]);
 }

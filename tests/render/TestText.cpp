@@ -60,8 +60,8 @@ struct Ink {
 Ink InkOf(const std::vector<float>& pixels) {
     Ink ink;
     for (std::size_t i = 0; i < pixels.size(); i += 4)
-        ink.Add((pixels[i] + pixels[i + 1] + pixels[i + 2]) / 3.0, static_cast<double>((i / 4) % kWidth) + 0.5,
-                static_cast<double>((i / 4) / kWidth) + 0.5);
+        ink.Add((pixels[i] + pixels[i + 1] + pixels[i + 2]) / 3.0,
+                static_cast<double>((i / 4) % kWidth) + 0.5, static_cast<double>((i / 4) / kWidth) + 0.5);
     return ink;
 }
 

@@ -1,5 +1,7 @@
 #include "core/document/JsonFields.h"
 #include "core/document/Scene.h"
+#include "services/Library.h"
+#include "services/Paths.h"
 
 #include <algorithm>
 #include <cmath>
@@ -60,19 +62,21 @@ std::string PointerPart(const std::string& key) {
     return part;
 }
 
-// A relative path that names a file in `folder` becomes that file's path. Of a path into a bundle
-// ("content.qbndl>item") the part before the ">" is looked for.
+// A relative path is one behind `folder`, unless only the library has such a file: that one stays as it is
+// written, for every machine has a library of its own. Of a path into a bundle ("content.qbndl>item") the
+// part before the ">" is looked for.
 std::string Resolved(const std::string& path, const std::string& folder) {
     if (path.empty() || folder.empty()) return path;
     const std::u8string text(path.begin(), path.end());
     if (std::filesystem::path(text).is_absolute()) return path;
     const std::size_t bundle = path.find(".qbndl>");
     const std::string file = bundle == std::string::npos ? path : path.substr(0, bundle + 6);
-    const std::string candidate = folder + "/" + file;
-    std::error_code ignored;
-    const bool there =
-        std::filesystem::is_regular_file(std::u8string(candidate.begin(), candidate.end()), ignored);
-    return there ? folder + "/" + path : path;
+    const auto isThere = [](const std::string& name) {
+        std::error_code ignored;
+        return std::filesystem::is_regular_file(std::u8string(name.begin(), name.end()), ignored);
+    };
+    const bool inLibrary = !isThere(folder + "/" + file) && isThere(FindAsset(file, GetDataPath()));
+    return inLibrary ? path : folder + "/" + path;
 }
 
 class SceneParser {
