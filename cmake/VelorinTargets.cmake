@@ -40,6 +40,9 @@ function(velorin_add_test NAME)
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 300)
   endif()
+  if(VELORIN_SANITIZE) # several times as slow
+    math(EXPR ARG_TIMEOUT "4 * ${ARG_TIMEOUT}")
+  endif()
   set_tests_properties(${NAME} PROPERTIES LABELS "${ARG_LABEL}" TIMEOUT ${ARG_TIMEOUT}
     ENVIRONMENT "LIBGL_ALWAYS_SOFTWARE=1;EGL_PLATFORM=surfaceless;${ARG_ENV}")
 endfunction()
