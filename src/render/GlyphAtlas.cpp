@@ -1,11 +1,11 @@
 #include "render/GlyphAtlas.h"
 
+#include "model/vector/SystemFonts.h"
 #include "services/Log.h"
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <fontconfig/fontconfig.h>
 #include <ft2build.h>
 #include <memory>
 #include <type_traits>
@@ -31,11 +31,6 @@ struct FaceDeleter {
 };
 using LibraryHandle = std::unique_ptr<std::remove_pointer_t<FT_Library>, LibraryDeleter>;
 using FaceHandle = std::unique_ptr<std::remove_pointer_t<FT_Face>, FaceDeleter>;
-
-struct PatternDeleter {
-    void operator()(FcPattern* pattern) const { FcPatternDestroy(pattern); }
-};
-using PatternHandle = std::unique_ptr<FcPattern, PatternDeleter>;
 
 // Fills rows from left to right; each row is as high as its highest glyph.
 class Shelves {
@@ -97,22 +92,6 @@ const Glyph& GlyphAtlas::at(char16_t character) const {
     auto found = glyphs.find(character);
     if (found == glyphs.end()) found = glyphs.find(u'?');
     return found == glyphs.end() ? none : found->second;
-}
-
-FontFile FindFont(const std::string& pattern) {
-    const PatternHandle wanted(FcNameParse(reinterpret_cast<const FcChar8*>(pattern.c_str())));
-    if (!wanted) return {};
-    FcPatternAddBool(wanted.get(), FC_SCALABLE, FcTrue);
-    FcConfigSubstitute(nullptr, wanted.get(), FcMatchPattern);
-    FcDefaultSubstitute(wanted.get());
-    FcResult result = FcResultNoMatch;
-    const PatternHandle match(FcFontMatch(nullptr, wanted.get(), &result));
-    FontFile font;
-    FcChar8* path = nullptr;
-    if (!match || FcPatternGetString(match.get(), FC_FILE, 0, &path) != FcResultMatch) return {};
-    font.path = reinterpret_cast<const char*>(path);
-    if (FcPatternGetInteger(match.get(), FC_INDEX, 0, &font.index) != FcResultMatch) font.index = 0;
-    return font;
 }
 
 std::optional<GlyphAtlas> BuildGlyphAtlas(const std::string& pattern, int pixelHeight) {

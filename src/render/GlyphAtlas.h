@@ -32,11 +32,4 @@ struct GlyphAtlas {
 // taken. Empty without any font, with the reason in the log.
 [[nodiscard]] std::optional<GlyphAtlas> BuildGlyphAtlas(const std::string& pattern, int pixelHeight);
 
-// The file and the index in it of the installed font that resembles the pattern most; empty without any.
-struct FontFile {
-    std::string path;
-    int index = 0;
-};
-[[nodiscard]] FontFile FindFont(const std::string& pattern);
-
 } // namespace velorin

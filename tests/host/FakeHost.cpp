@@ -73,6 +73,7 @@ PF_Handle NewHandle(A_HandleSize size) {
     block->bytes.resize(size);
     block->memory = block->bytes.data();
     ++current->handles;
+    current->alive.insert(&block->memory);
     return &block->memory;
 }
 void* Lock(PF_Handle handle) {
@@ -84,8 +85,9 @@ void Unlock(PF_Handle handle) {
 }
 void DisposeHandle(PF_Handle handle) {
     if (BlockOf(handle)->locks != 0) std::abort(); // a lock of the plug-in's own is still on it
-    delete BlockOf(handle);
+    current->alive.erase(handle);
     --current->handles;
+    delete BlockOf(handle);
 }
 A_HandleSize SizeOf(PF_Handle handle) {
     return BlockOf(handle)->bytes.size();
@@ -139,6 +141,7 @@ FakeHost::FakeHost() {
 }
 
 FakeHost::~FakeHost() {
+    for (const PF_Handle handle : alive) delete BlockOf(handle); // the rows' values, as a host does
     current = nullptr;
 }
 

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -36,8 +37,9 @@ public:
     std::vector<std::string> labels;  // of checkboxes
     std::vector<std::string> choices; // of popups
     int controlsRegistered = 0;
-    int checkedOut = 0;      // parameters that are out now
-    std::size_t handles = 0; // that are alive
+    int checkedOut = 0; // parameters that are out now
+    std::set<PF_Handle> alive;
+    std::size_t handles = 0; // their number
     int progressCalls = 0;
     int stopAtProgress = -1; // the call of `progress` that tells of the user's stop
     PF_ParamIndex lastCheckout = -1;

@@ -48,17 +48,25 @@ std::string StandIn(const std::vector<std::string>& asked, const std::vector<std
     return asked.empty() || found.empty() ? std::string() : found.front();
 }
 
+// Of our own, so that it ends with the process; fontconfig's global one keeps some of its memory.
+FcConfig* Configuration() {
+    static const std::unique_ptr<FcConfig, void (*)(FcConfig*)> config(FcInitLoadConfigAndFonts(),
+                                                                       FcConfigDestroy);
+    return config.get();
+}
+
 bool FindFont(const std::string& name, FontFile& file) {
-    if (!FcInit()) return false;
+    FcConfig* const config = Configuration();
+    if (!config) return false;
     const std::unique_ptr<FcPattern, void (*)(FcPattern*)> pattern(
         FcNameParse(reinterpret_cast<const FcChar8*>(name.c_str())), FcPatternDestroy);
     if (!pattern) return false;
     const std::vector<std::string> asked = FamiliesOf(pattern.get());
     FcPatternAddBool(pattern.get(), FC_SCALABLE, FcTrue);
-    FcConfigSubstitute(nullptr, pattern.get(), FcMatchPattern);
+    FcConfigSubstitute(config, pattern.get(), FcMatchPattern);
     FcDefaultSubstitute(pattern.get());
     FcResult result = FcResultNoMatch;
-    const std::unique_ptr<FcPattern, void (*)(FcPattern*)> match(FcFontMatch(nullptr, pattern.get(), &result),
+    const std::unique_ptr<FcPattern, void (*)(FcPattern*)> match(FcFontMatch(config, pattern.get(), &result),
                                                                  FcPatternDestroy);
     FcChar8* path = nullptr;
     if (!match || FcPatternGetString(match.get(), FC_FILE, 0, &path) != FcResultMatch) return false;

@@ -26,7 +26,28 @@ const FcChar8* Text(const char* text) {
     return reinterpret_cast<const FcChar8*>(text);
 }
 
+// Fills the pattern up with what the system prefers.
+FontFile Match(FcConfig* config, FcPattern* wanted) {
+    FcConfigSubstitute(config, wanted, FcMatchPattern);
+    FcDefaultSubstitute(wanted);
+    FcResult result = FcResultNoMatch;
+    const Pattern match(FcFontMatch(config, wanted, &result));
+    FcChar8* path = nullptr;
+    if (!match || FcPatternGetString(match.get(), FC_FILE, 0, &path) != FcResultMatch) return {};
+    FontFile file{reinterpret_cast<const char*>(path), 0};
+    if (FcPatternGetInteger(match.get(), FC_INDEX, 0, &file.index) != FcResultMatch) file.index = 0;
+    return file;
+}
+
 } // namespace
+
+FontFile FindFont(const std::string& pattern) {
+    FcConfig* const config = Configuration();
+    const Pattern wanted(config ? FcNameParse(Text(pattern.c_str())) : nullptr);
+    if (!wanted) return {};
+    FcPatternAddBool(wanted.get(), FC_SCALABLE, FcTrue);
+    return Match(config, wanted.get());
+}
 
 FontFile FindSystemFont(std::string name, bool fixedPitch, bool serif) {
     if (const std::size_t plus = name.find('+'); plus == 6) name.erase(0, 7); // the tag of a subset
@@ -46,15 +67,7 @@ FontFile FindSystemFont(std::string name, bool fixedPitch, bool serif) {
     FcPatternAddInteger(pattern.get(), FC_WEIGHT, bold ? FC_WEIGHT_BOLD : FC_WEIGHT_REGULAR);
     FcPatternAddInteger(pattern.get(), FC_SLANT, italic ? FC_SLANT_ITALIC : FC_SLANT_ROMAN);
     FcPatternAddBool(pattern.get(), FC_OUTLINE, FcTrue);
-    FcConfigSubstitute(config, pattern.get(), FcMatchPattern);
-    FcDefaultSubstitute(pattern.get());
-    FcResult result = FcResultNoMatch;
-    const Pattern match(FcFontMatch(config, pattern.get(), &result));
-    FcChar8* path = nullptr;
-    if (!match || FcPatternGetString(match.get(), FC_FILE, 0, &path) != FcResultMatch) return {};
-    FontFile file{reinterpret_cast<const char*>(path), 0};
-    if (FcPatternGetInteger(match.get(), FC_INDEX, 0, &file.index) != FcResultMatch) file.index = 0;
-    return file;
+    return Match(config, pattern.get());
 }
 
 } // namespace velorin

@@ -5,6 +5,7 @@
 #include "../Coverage.h"
 #include "model/extrusion/Contours.h"
 #include "model/extrusion/FlattenPath.h"
+#include "model/vector/SystemFonts.h"
 #include "model/vector/VectorFile.h"
 #include "services/MappedFile.h"
 
@@ -24,6 +25,12 @@
 #endif
 
 namespace velorin {
+// Cairo draws text through fontconfig's global configuration, which keeps some of its memory; ours is not it.
+extern "C" const char* __lsan_default_suppressions();
+extern "C" const char* __lsan_default_suppressions() {
+    return "leak:libfontconfig.so";
+}
+
 namespace {
 
 using namespace coverage;
@@ -167,6 +174,14 @@ bool WithoutLines(const std::string& from, const std::string& to) {
     return true;
 }
 
+// Whether a font file is of one of the families with Helvetica's widths.
+bool IsLikeHelvetica(const std::string& path) {
+    for (const char* family :
+         {"Helvetica", "Arial", "NimbusSans", "LiberationSans", "texgyreheros", "FreeSans"})
+        if (path.find(family) != std::string::npos) return true;
+    return false;
+}
+
 TEST(PdfCoverage, FilesOfOthersShowTheInkThatAViewerShows) {
     const fs::path data = fs::path(VELORIN_SOURCE_DIR) / "../shared/data/vector";
     if (!fs::exists(data) || !Installed("pdftocairo")) GTEST_SKIP() << "test data or pdftocairo is not here";
@@ -174,12 +189,13 @@ TEST(PdfCoverage, FilesOfOthersShowTheInkThatAViewerShows) {
     const struct {
         const char* file;
         Layers layers;
-        bool lines;    // that are taken out first
-        Region region; // leaves out bitmaps, annotations and what is clipped
+        bool lines;             // that are taken out first
+        Region region;          // leaves out bitmaps, annotations and what is clipped
+        bool helvetica = false; // is shown by a font that is not in the file
     } rows[] = {
         {"american_flag.pdf", Layers::Each, false, {}},
         {"fonts.pdf", Layers::Solid, false, {0, 0, 470, 168}},
-        {"fonts.pdf", Layers::Solid, false, {0, 224, 470, 288}},
+        {"fonts.pdf", Layers::Solid, false, {0, 224, 470, 288}, true},
         {"inkscape-abc.pdf", Layers::Solid, false, {}},
         {"type1.pdf", Layers::Solid, false, {}},
         {"paths.pdf", Layers::Solid, true, {}},
@@ -187,6 +203,8 @@ TEST(PdfCoverage, FilesOfOthersShowTheInkThatAViewerShows) {
         {"custom-render-demo.pdf", Layers::Solid, true, {0, 192, 612, 288}},
     };
     for (const auto& row : rows) {
+        // A viewer squeezes any other font to Helvetica's widths.
+        if (row.helvetica && !IsLikeHelvetica(FindSystemFont("Helvetica", false, false).path)) continue;
         std::string path = (data / row.file).string();
         if (row.lines &&
             !WithoutLines(std::exchange(path, folder.file("filled.pdf")), folder.file("filled.pdf")))
