@@ -1,6 +1,7 @@
 #include "host/FakeHost.h"
 
 #include "host/Entry.h"
+#include "host/SceneValue.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -141,7 +142,11 @@ FakeHost::FakeHost() {
 }
 
 FakeHost::~FakeHost() {
-    for (const PF_Handle handle : alive) delete BlockOf(handle); // the rows' values, as a host does
+    for (const PF_Handle handle : alive) { // the rows' values
+        if (velorin::SceneValue* value = velorin::SceneValueIn(BlockOf(handle)->memory))
+            std::destroy_at(value);
+        delete BlockOf(handle);
+    }
     current = nullptr;
 }
 

@@ -26,8 +26,8 @@ struct Registry {
 };
 
 Registry& registry() {
-    static Registry* instance = new Registry; // outlives handles with static storage
-    return *instance;
+    static Registry instance; // no handle has static storage
+    return instance;
 }
 
 std::size_t IndexOf(ObjectKind kind) {

@@ -26,7 +26,7 @@
 
 namespace velorin {
 // Cairo draws text through fontconfig's global configuration, which keeps some of its memory; ours is not it.
-extern "C" const char* __lsan_default_suppressions();
+extern "C" [[gnu::visibility("default")]] const char* __lsan_default_suppressions();
 extern "C" const char* __lsan_default_suppressions() {
     return "leak:libfontconfig.so";
 }
