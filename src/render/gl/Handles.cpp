@@ -4,7 +4,9 @@
 
 #include <array>
 #include <atomic>
+#include <cstddef>
 #include <mutex>
+#include <new>
 #include <vector>
 
 namespace velorin::gl {
@@ -26,8 +28,11 @@ struct Registry {
 };
 
 Registry& registry() {
-    static Registry instance; // no handle has static storage
-    return instance;
+    // Never destroyed, for handles with static storage may end after it, and in no memory that a module could
+    // leave behind.
+    alignas(Registry) static std::byte memory[sizeof(Registry)];
+    static Registry* const instance = new (memory) Registry;
+    return *instance;
 }
 
 std::size_t IndexOf(ObjectKind kind) {
