@@ -55,12 +55,17 @@ function(velorin_add_bench NAME)
   target_compile_definitions(${NAME} PRIVATE VELORIN_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
 endfunction()
 
-# velorin_add_fuzzer(NAME SOURCES a.cpp [LIBS libs...])
+# velorin_add_fuzzer(NAME SOURCES a.cpp [LIBS libs...]); the target velorin_fuzzers builds them all and nothing else: the
+# plug-in, which leaves no symbol open, cannot be linked with this instrumentation.
 function(velorin_add_fuzzer NAME)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
   add_executable(${NAME} ${ARG_SOURCES})
   target_link_libraries(${NAME} PRIVATE velorin_options ${ARG_LIBS})
   target_link_options(${NAME} PRIVATE -fsanitize=fuzzer)
+  if(NOT TARGET velorin_fuzzers)
+    add_custom_target(velorin_fuzzers)
+  endif()
+  add_dependencies(velorin_fuzzers ${NAME})
 endfunction()
 
 # velorin_embed_text(TARGET NAMESPACE HEADER FILES...): turns text files (shaders, kernels) into one generated

@@ -4,7 +4,7 @@ set -euo pipefail
 here=$(cd "$(dirname "$0")/.." && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-for target in "$1"/[Ff]uzz*; do
+for target in "$1"/Fuzz*; do
   name=$(basename "$target")
   mkdir -p "$work/$name"
   seeds=()
