@@ -86,7 +86,7 @@ void MaterialStore::BeginFrame(const RenderSettings& settings, const DrawList& l
     fill_.gamma = settings.gamma;
     fill_.textureGamma = settings.textureGamma;
     fill_.matteShadows = settings.matteShadow.enabled;
-    slotFlags_ = settings.compressTextures ? kTextureCompress : kTexturePlain;
+    slotFlags_ = settings.compressTextures ? kTexturePlain | kTextureCompress : kTexturePlain;
 }
 
 void MaterialStore::EndFrame() {

@@ -35,12 +35,15 @@ bool IsDds(std::string_view extension) {
     return extension == ".dds" || extension == ".DDS";
 }
 
-// A file of the same name that holds the picture compressed.
-std::optional<std::string> CompressedSibling(const std::string& path) {
-    const std::string stem = path.substr(0, ExtensionStart(path));
-    for (const char* extension : {".dds", ".DDS"})
-        if (IsRegularFile(stem + extension)) return stem + extension;
-    return std::nullopt;
+// The file that is read for a request: one of the same name that holds the picture compressed, where that is
+// allowed and there is one.
+std::string FileFor(const std::string& path, std::uint32_t flags) {
+    if (flags & (kTextureLowResolution | kTextureCompress)) {
+        const std::string stem = path.substr(0, ExtensionStart(path));
+        for (const char* extension : {".dds", ".DDS"})
+            if (IsRegularFile(stem + extension)) return stem + extension;
+    }
+    return path;
 }
 
 // How the log calls a file's kind; null for kinds that are not logged.
@@ -105,33 +108,39 @@ bool TextureManager::FailedBefore(const std::string& path) {
     const auto failure =
         std::find_if(failures_.begin(), failures_.end(), [&](const Failure& f) { return f.path == path; });
     if (failure == failures_.end()) return false;
-    if (failure->checked || failure->modifiedTime == TimeOf(path)) return failure->checked = true;
+    if (failure->checked || failure->modifiedTime == TimeOf(failure->file)) return failure->checked = true;
     failures_.erase(failure);
     return false;
 }
 
-void TextureManager::NoteFailure(const std::string& path, const std::string& reason) {
-    ReportWarning(path + ": the texture cannot be used: " + reason + ".");
+void TextureManager::NoteFailure(const std::string& path, const std::string& file,
+                                 const std::string& reason) {
+    const std::string standIn = file == path ? "" : file + " stands in for it, but ";
+    ReportWarning(path + ": the texture cannot be used: " + standIn + reason + ".");
     const std::lock_guard lock(mutex_);
-    failures_.push_back({path, TimeOf(path), true});
+    failures_.push_back({path, file, TimeOf(file), true});
 }
 
 TextureEntry* TextureManager::GetTexture(const std::string& path, std::uint32_t flags) {
     if (path.empty()) return nullptr;
+    const TextureEntry* base = nullptr;
+    auto entry = std::make_unique<TextureEntry>();
     {
         const std::lock_guard lock(mutex_);
-        if (TextureEntry* entry = FindEntry(path, flags)) {
-            ++entry->refCount;
-            return entry;
+        if (TextureEntry* found = FindEntry(path, flags)) {
+            ++found->refCount;
+            return found;
         }
         if (FailedBefore(path)) return nullptr;
+        entry->file = FileFor(path, flags);
+        base = FindBase(entry->file, flags);
     }
-    auto entry = std::make_unique<TextureEntry>();
-    entry->modifiedTime = TimeOf(path);
+    entry->modifiedTime = TimeOf(entry->file);
+    if (base && base->modifiedTime != entry->modifiedTime) base = nullptr;
     std::string reason;
-    Loaded loaded = LoadByExtension(path, flags, reason);
+    Loaded loaded = base ? DeriveFrom(*base, flags) : LoadByExtension(entry->file, flags, reason);
     if (!loaded.texture) {
-        NoteFailure(path, reason);
+        NoteFailure(path, entry->file, reason);
         return nullptr;
     }
     entry->path = path;
@@ -154,11 +163,27 @@ void TextureManager::ReleaseTexture(TextureEntry* entry) {
     std::erase_if(entries_, [&](const auto& e) { return e.get() == entry; });
 }
 
-TextureManager::Loaded TextureManager::LoadByExtension(const std::string& path, std::uint32_t flags,
+// The texture from which a cube or a normal map can be derived without reading the file again: with all of
+// its colours, and in the size that is asked for.
+const TextureEntry* TextureManager::FindBase(const std::string& file, std::uint32_t flags) const {
+    if (!(flags & (kTextureCube | kTextureBump))) return nullptr;
+    const std::uint32_t plain = kTexturePlain | (flags & kTextureLowResolution);
+    for (const auto& entry : entries_)
+        if (!entry->stale && entry->flags == plain && entry->file == file) return entry.get();
+    return nullptr;
+}
+
+TextureManager::Loaded TextureManager::DeriveFrom(const TextureEntry& base, std::uint32_t flags) {
+    Loaded loaded;
+    loaded.width = base.width;
+    loaded.height = base.height;
+    loaded.fromBlocks = base.fromBlocks;
+    Derive(loaded, base.texture.name(), flags);
+    return loaded;
+}
+
+TextureManager::Loaded TextureManager::LoadByExtension(const std::string& file, std::uint32_t flags,
                                                        std::string& reason) {
-    std::string file = path;
-    if (flags & (kTextureLowResolution | kTextureCompress))
-        if (const auto sibling = CompressedSibling(path)) file = *sibling;
     const MappedFile mapped = MappedFile::Open(file, FileAccess::Read);
     if (!mapped.valid()) {
         reason = mapped.reason();
@@ -170,8 +195,8 @@ TextureManager::Loaded TextureManager::LoadByExtension(const std::string& path, 
                                      : LoadImageFile(mapped.bytes(), extension, flags, reason);
     if (!loaded.texture) return {};
     if (const char* kind = LoggedKind(extension)) Log("%s Load: %.2fms", kind, MillisecondsSince(start));
-    if (!reason.empty()) ReportWarning(path + ": " + reason + ".");
-    Derive(loaded, flags);
+    if (!reason.empty()) ReportWarning(file + ": " + reason + ".");
+    Derive(loaded, loaded.texture.name(), flags);
     if (!loaded.texture) reason = "the graphics driver refuses what is derived from it";
     return loaded;
 }
@@ -216,10 +241,14 @@ TextureManager::Loaded TextureManager::LoadDds(Bytes file, std::uint32_t flags, 
     return loaded;
 }
 
-void TextureManager::Derive(Loaded& loaded, std::uint32_t flags) {
-    if (flags & kTextureBump) loaded.texture = BumpToNormal(loaded.texture.name());
+// Puts what the flags ask for in the place of a picture's texture.
+void TextureManager::Derive(Loaded& loaded, gl::Name picture, std::uint32_t flags) {
+    if (flags & kTextureBump) {
+        loaded.texture = BumpToNormal(picture);
+        picture = loaded.texture.name();
+    }
     if (flags & kTextureCube) {
-        loaded.texture = EnvToCubeMap(loaded.texture.name());
+        loaded.texture = EnvToCubeMap(picture);
         loaded.width = loaded.height = kEnvironmentCubeSide;
     }
 }
@@ -258,7 +287,7 @@ void TextureList::ReleaseUnused() {
 bool TextureList::IsFresh(TextureEntry& entry) {
     if (!entry.checked) {
         entry.checked = true;
-        entry.stale = std::abs(TimeOf(entry.path) - entry.modifiedTime) > kTimeTolerance;
+        entry.stale = std::abs(TimeOf(entry.file) - entry.modifiedTime) > kTimeTolerance;
     }
     return !entry.stale;
 }

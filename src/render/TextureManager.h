@@ -23,7 +23,7 @@ inline constexpr std::uint32_t kEnvironmentCubeSide = 512;
 
 // Flags of a texture request.
 enum TextureFlags : std::uint32_t {
-    kTexturePlain = 1,          // not compressed
+    kTexturePlain = 1,          // the picture as it is: part of every request
     kTextureCompress = 2,       // may be stored compressed
     kTextureNormalSlot = 4,     // for a normal or bump slot
     kTextureLowResolution = 16, // for an interactive preview: at most 512 a side
@@ -34,11 +34,12 @@ enum TextureFlags : std::uint32_t {
 // A texture that is shared by all who ask for the same file and flags. Owned by the manager.
 struct TextureEntry {
     std::string path;
+    std::string file; // that was read: `path`, or a compressed version that stands beside it
     std::uint32_t flags = 0;
     std::uint32_t width = 0, height = 0; // of the picture after the size limit; a cube's faces have 512
     gl::Texture texture;                 // 2D, or a cube with kTextureCube
     int refCount = 0;
-    double modifiedTime = 0; // the file's, seconds since 1970
+    double modifiedTime = 0; // of `file`, seconds since 1970
     bool checked = false;    // the time was compared in this frame
     bool used = false;       // in this frame
     bool stale = false;      // the file has changed since: nobody gets this entry any more
@@ -66,7 +67,8 @@ public:
     // One reference to the texture of a file; null when the path is empty or the file gives no picture, and
     // then one warning names file and reason (ReportWarning). A file that failed is not tried again until it
     // changes. A request for a low resolution also takes an entry made without, and one that allows
-    // compression an entry that is not compressed.
+    // compression an entry that is not compressed. A cube or normal map is derived from the plain texture of
+    // the same file, when that is here already.
     [[nodiscard]] TextureEntry* GetTexture(const std::string& path, std::uint32_t flags);
     // Gives one reference back; the texture goes with the last. Null is allowed.
     void ReleaseTexture(TextureEntry* entry);
@@ -119,7 +121,7 @@ private:
     };
     static constexpr std::size_t kFilters = static_cast<std::size_t>(Filter::Count);
     struct Failure {
-        std::string path;
+        std::string path, file;  // asked for, and tried
         double modifiedTime = 0; // 0: there was no file
         bool checked = false;    // in this frame
     };
@@ -129,14 +131,16 @@ private:
 
     [[nodiscard]] TextureEntry* FindEntry(const std::string& path, std::uint32_t flags);
     [[nodiscard]] bool FailedBefore(const std::string& path);
-    void NoteFailure(const std::string& path, const std::string& reason);
+    void NoteFailure(const std::string& path, const std::string& file, const std::string& reason);
     [[nodiscard]] std::uint32_t SizeLimit(std::uint32_t flags) const;
 
-    [[nodiscard]] Loaded LoadByExtension(const std::string& path, std::uint32_t flags, std::string& reason);
+    [[nodiscard]] const TextureEntry* FindBase(const std::string& file, std::uint32_t flags) const;
+    [[nodiscard]] Loaded DeriveFrom(const TextureEntry& base, std::uint32_t flags);
+    [[nodiscard]] Loaded LoadByExtension(const std::string& file, std::uint32_t flags, std::string& reason);
     [[nodiscard]] Loaded LoadImageFile(Bytes file, const std::string& extension, std::uint32_t flags,
                                        std::string& reason);
     [[nodiscard]] Loaded LoadDds(Bytes file, std::uint32_t flags, std::string& reason);
-    void Derive(Loaded& loaded, std::uint32_t flags);
+    void Derive(Loaded& loaded, gl::Name picture, std::uint32_t flags);
 
     void MakeSamplesTexture();
     [[nodiscard]] gl::Name Program(Filter filter);

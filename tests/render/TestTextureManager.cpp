@@ -70,13 +70,21 @@ TEST_F(TextureManagerTest, OneTextureForOneFileAndFlags) {
     EXPECT_EQ(manager().GetTexture(path, kTexturePlain), first);
     EXPECT_EQ(first->refCount, 2);
     EXPECT_EQ(statistics_.textureUploads, 1u);
-    TextureEntry* other = manager().GetTexture(path, kTexturePlain | kTextureBump);
-    EXPECT_NE(other, first);
-    EXPECT_EQ(manager().entryCount(), 2u);
+    // What can be derived from it does not read the file again.
+    TextureEntry* bump =
+        manager().GetTexture(path, kTexturePlain | kTextureCompress | kTextureNormalSlot | kTextureBump);
+    TextureEntry* cube = manager().GetTexture(path, kTexturePlain | kTextureCube);
+    ASSERT_TRUE(bump && cube);
+    EXPECT_EQ(statistics_.textureUploads, 1u);
+    EXPECT_EQ(bump->width, 8u);
+    EXPECT_GT(Read(bump->texture.name())[2], 0.5f) << "a normal";
+    EXPECT_EQ(cube->width, kEnvironmentCubeSide);
+    EXPECT_EQ(manager().entryCount(), 3u);
     manager().ReleaseTexture(first);
-    EXPECT_EQ(manager().entryCount(), 2u);
+    EXPECT_EQ(manager().entryCount(), 3u);
     manager().ReleaseTexture(first);
-    manager().ReleaseTexture(other);
+    manager().ReleaseTexture(bump);
+    manager().ReleaseTexture(cube);
     manager().ReleaseTexture(nullptr);
     EXPECT_EQ(manager().entryCount(), 0u);
 }
@@ -207,7 +215,12 @@ TEST_F(TextureManagerTest, ACompressedSiblingIsPreferred) {
     EXPECT_EQ(widthOf(kTextureLowResolution), 8u);
     Put("a.dds", ToBytes("not a DDS file"));
     EXPECT_EQ(widthOf(kTextureCompress), 0u) << "the small letters come first, and nothing else is tried";
-    EXPECT_THAT(TakeWarnings(), ElementsAre(path + ": the texture cannot be used: it is no DDS file."));
+    EXPECT_THAT(TakeWarnings(), ElementsAre(path + ": the texture cannot be used: " + folder.file("a.dds") +
+                                            " stands in for it, but it is no DDS file."));
+    Put("a.dds", PlainDds(4, 0, {0xF800}));
+    TextureList list(manager());
+    list.MarkUnused();
+    ASSERT_TRUE(list.Find(path, kTextureCompress)) << "the file that failed has changed";
 }
 
 TEST_F(TextureManagerTest, DdsLevelsComeAsTheyAreStored) {
