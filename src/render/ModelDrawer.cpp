@@ -257,7 +257,6 @@ void ModelDrawer::DrawPlain(const MeshBuffers& mesh, const Matrix& modelMatrix, 
                             const DrawMaterial& material) {
     ForgetBindings();
     const gl::Name modelBlock = materials_.Model(model);
-    glDisable(GL_CULL_FACE);
     glBindVertexArray(vertexArray_.name());
     BindGeometry(mesh);
     manager_.SetModelMatrices(modelMatrix, modelMatrix);
@@ -267,7 +266,6 @@ void ModelDrawer::DrawPlain(const MeshBuffers& mesh, const Matrix& modelMatrix, 
     const InstanceRecord instance;
     for (const MeshRange& range : mesh.meshes())
         for (const GroupRange& part : range.groups) DrawLayer(part, material, modelBlock, 1, instance);
-    glEnable(GL_CULL_FACE);
     glBindVertexArray(0);
 }
 

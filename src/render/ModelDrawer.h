@@ -54,7 +54,8 @@ public:
     void ForgetBindings();
     // All groups in order. `flags` collects what was held back. With flags.propertyPass the pick list grows.
     void DrawAll(const DrawList& list, const DrawGroups& groups, PassFlags& flags);
-    // One mesh with one material and nothing else: the background.
+    // One mesh with one material and nothing else: the background. Its faces are culled as the caller has
+    // set.
     void DrawPlain(const MeshBuffers& mesh, const Matrix& modelMatrix, const SceneModel& model,
                    const DrawMaterial& material);
 

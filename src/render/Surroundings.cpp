@@ -35,6 +35,14 @@ constexpr Point3 WorldOfCube(Point3 c) {
     return {c.z, -c.y, c.x};
 }
 
+// Small, around the eye. Where all rays are parallel it must be as wide as the view; at the image plane's
+// distance it then shows nearly what a perspective camera has in the same place.
+float RadiusOfBackground(const CameraState& camera) {
+    if (!camera.orthographic) return 2 * camera.nearPlane;
+    const float corner = 0.51f * std::hypot(camera.viewWidth, camera.viewHeight); // and a little more
+    return std::hypot(camera.imagePlaneDistance, corner);
+}
+
 } // namespace
 
 PreparedMesh MakeSphere() {
@@ -104,9 +112,16 @@ void VelorinRenderer::State::DrawBackground(const RenderSettings& settings, cons
     glEnable(GL_BLEND);
     // Only what is still empty is filled.
     glBlendFuncSeparate(GL_ONE_MINUS_DST_ALPHA, GL_DST_ALPHA, GL_ONE_MINUS_DST_ALPHA, GL_ONE);
-    const float radius = 2 * settings.camera.nearPlane;
+    glPolygonMode(GL_FRONT_AND_BACK, GL_FILL); // also behind a cloud of points
+    // Only the inside: parallel rays meet the half behind the eye from without.
+    glFrontFace(view.mirrored ? GL_CCW : GL_CW);
+    glEnable(GL_CULL_FACE);
+    glCullFace(GL_FRONT);
+    const float radius = RadiusOfBackground(settings.camera);
     const Matrix place = Matrix::Scale({radius, radius, radius}) * Matrix::Translation(view.eyeWorld);
     drawer.DrawPlain(backgroundSphere, place, backgroundModel, materials.Background());
+    glCullFace(GL_BACK);
+    glPolygonMode(GL_FRONT_AND_BACK, settings.polygonMode == PolygonMode::Points ? GL_POINT : GL_FILL);
     glDisable(GL_BLEND);
     glDisable(GL_DEPTH_CLAMP);
     glDepthMask(GL_TRUE);

@@ -118,6 +118,23 @@ gl::Texture NewTarget(const Measures& m, GLint format, GLint wrapT) {
     return texture;
 }
 
+// The texel as a sampler shows it: the host's layers are stored in another order. The texture is bound to the
+// active unit.
+std::array<GLfloat, 4> AsSampled(const std::array<GLfloat, 4>& stored) {
+    constexpr std::array<GLenum, 4> kOrder{GL_TEXTURE_SWIZZLE_R, GL_TEXTURE_SWIZZLE_G, GL_TEXTURE_SWIZZLE_B,
+                                           GL_TEXTURE_SWIZZLE_A};
+    std::array<GLfloat, 4> colour{};
+    for (std::size_t i = 0; i < colour.size(); ++i) {
+        GLint from = GL_ZERO;
+        glGetTexParameteriv(GL_TEXTURE_2D, kOrder[i], &from);
+        if (from >= GL_RED && from <= GL_ALPHA)
+            colour[i] = stored[static_cast<std::size_t>(from - GL_RED)];
+        else
+            colour[i] = from == GL_ONE ? 1.0f : 0.0f;
+    }
+    return colour;
+}
+
 // A full mip chain for the texture bound to the samples unit.
 void FinishTarget(const Measures& m) {
     glActiveTexture(GL_TEXTURE0 + static_cast<GLenum>(kSamplesUnit));
@@ -241,13 +258,14 @@ void TextureManager::DrawCubeLevel(gl::Name program, gl::Name cube, int level, s
 // A picture of one pixel: every filter gives its colour again.
 void TextureManager::FillConstantCube(gl::Name texture, gl::Name cube) const {
     std::array<GLfloat, 4> colour{};
+    glActiveTexture(GL_TEXTURE0 + static_cast<GLenum>(kSourceUnit));
     glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
     if (glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE) {
         glReadPixels(0, 0, 1, 1, GL_RGBA, GL_FLOAT, colour.data());
     } else { // a format that cannot be drawn to
-        glActiveTexture(GL_TEXTURE0 + static_cast<GLenum>(kSourceUnit));
         glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_FLOAT, colour.data());
     }
+    colour = AsSampled(colour);
     for (int level = 0; level <= kFilteredLevels; ++level) {
         glViewport(0, 0, LevelSide(kEnvironmentCubeSide, level), LevelSide(kEnvironmentCubeSide, level));
         for (std::size_t i = 0; i < kFaces.size(); ++i) {

@@ -241,18 +241,32 @@ TEST_F(FrameTest, TheBackgroundShowsTheEnvironmentBehindTheScene) {
     settings.environment.showBackground = true;
     settings.textureGamma = 2.2f; // the factor on the channel's gamma is then 1
     test::MakeMatte(Add(RectMesh(0, 0, 8, 48, 0)), {0, 0, 255, 255});
-    const Picture picture = Draw(64, 48);
-    EXPECT_NEAR(picture.at(2, 24).z, 1, 0.002f); // what is there stays
-    for (const auto& [x, y] : {std::pair{32, 24}, std::pair{56, 10}, std::pair{16, 40}}) {
-        const Point3 ray{static_cast<float>(x) + 0.5f - 32, static_cast<float>(y) + 0.5f - 24,
-                         64 * 50 / 36.0f};
-        const float u = std::atan2(ray.x, ray.z) / (2 * kPi) + 0.5f;
-        const float v = std::atan2(ray.y, std::hypot(ray.x, ray.z)) / kPi + 0.5f;
-        const Point4 pixel = picture.at(x, y);
-        EXPECT_NEAR(pixel.x, u, 0.02f) << x << "," << y;
-        EXPECT_NEAR(pixel.y, v, 0.02f) << x << "," << y;
-        EXPECT_NEAR(pixel.w, 1, 0.002f);
-    }
+    // Also behind a cloud of points; and where all rays are parallel it is nearly the same picture.
+    ownCamera = true;
+    for (const bool points : {false, true})
+        for (const bool orthographic : {false, true}) {
+            settings.polygonMode = points ? PolygonMode::Points : PolygonMode::Normal;
+            settings.camera = test::CompCamera(64, 48);
+            if (orthographic) {
+                settings.camera.orthographic = true;
+                settings.camera.projection =
+                    Matrix::Scale({2.0f / 64, 2.0f / 48, -2e-4f}) * Matrix::Translation({0, 0, -1});
+            }
+            const Picture picture = Draw(64, 48);
+            if (!points) {
+                EXPECT_NEAR(picture.at(2, 24).z, 1, 0.002f) << "what is there stays";
+            }
+            for (const auto& [x, y] : {std::pair{32, 24}, {56, 10}, {16, 40}, {63, 0}, {63, 47}}) {
+                const Point3 ray{static_cast<float>(x) + 0.5f - 32, static_cast<float>(y) + 0.5f - 24,
+                                 64 * 50 / 36.0f};
+                const float u = std::atan2(ray.x, ray.z) / (2 * kPi) + 0.5f;
+                const float v = std::atan2(ray.y, std::hypot(ray.x, ray.z)) / kPi + 0.5f;
+                const Point4 pixel = picture.at(x, y);
+                EXPECT_NEAR(pixel.x, u, 0.02f) << x << "," << y << " " << orthographic;
+                EXPECT_NEAR(pixel.y, v, 0.02f) << x << "," << y << " " << orthographic;
+                EXPECT_NEAR(pixel.w, 1, 0.002f);
+            }
+        }
 }
 
 TEST_F(FrameTest, AMaterialTakesItsPictureFromAHostLayer) {

