@@ -1,9 +1,14 @@
-#include "app/command/Commands.h"
+#include "app/command/CommandTable.h"
 #include "app/command/Table.h"
 #include "app/host/Pipl.h"
 
+#include "services/MappedFile.h"
+
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+
+#include <regex>
+#include <set>
 
 namespace velorin::app {
 namespace {
@@ -54,6 +59,42 @@ TEST(Arguments, TablesAlignTheirColumns) {
     // Rows that hold more than values stand below each other.
     EXPECT_EQ(TableText(nlohmann::ordered_json::parse(R"([{"a": 1, "b": {"c": 2}}, {"a": 3}])")),
               "[0]\n  a: 1\n\n  b:\n    c: 2\n\n[1]\n  a: 3\n");
+}
+
+// The synopsis at the head of the users' page, by command: the options that it names.
+std::map<std::string, std::set<std::string>> Synopsis(const std::string& page) {
+    std::map<std::string, std::set<std::string>> commands;
+    const std::size_t begin = page.find("```\n") + 4;
+    std::istringstream lines(page.substr(begin, page.find("```", begin) - begin));
+    std::string name;
+    const std::regex option("--[a-z]+|-o\\b");
+    for (std::string line; std::getline(lines, line);) {
+        std::smatch words;
+        if (std::regex_search(line, words, std::regex("^velorin ([a-z]+( [a-z]+)?)"))) name = words[1];
+        for (std::sregex_iterator at(line.begin(), line.end(), option), end; at != end; ++at)
+            commands[name].insert(at->str() == "-o" ? "--output" : at->str());
+        commands[name];
+    }
+    return commands;
+}
+
+TEST(Arguments, TheUsersPageNamesEveryCommandAndOption) {
+    const MappedFile page = MappedFile::Open(VELORIN_SOURCE_DIR "/docs/command-line.md", FileAccess::Read);
+    ASSERT_TRUE(page.valid());
+    const auto documented =
+        Synopsis({reinterpret_cast<const char*>(page.bytes().data()), page.bytes().size()});
+    std::map<std::string, std::set<std::string>> known;
+    for (const CommandRow& command : CommandRows()) {
+        if (!command.run) continue;
+        std::set<std::string>& options = known[command.name];
+        for (const OptionRow& option : command.options)
+            if (const std::string names = option.names; names[0] == '-')
+                options.insert(names.substr(names.find("--")));
+        // What all of them take is told once.
+        if (std::string(command.name) == "render")
+            for (const OptionRow& option : CommonOptions()) options.insert(option.names);
+    }
+    EXPECT_EQ(known, documented);
 }
 
 TEST(Arguments, FilesWithoutAPropertyListHaveNone) {

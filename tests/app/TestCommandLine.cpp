@@ -30,11 +30,13 @@ TEST_F(CommandLine, WrongUsageIsStatus2AndOneReason) {
     };
     const Case cases[] = {
         {"", "subcommand"},
-        {"paint", "paint"},
+        {"paint", "there is no command \"paint\""},
+        {"bundle lits a.qbndl", "there is no command \"bundle lits\", did you mean \"list\"?"},
         {"render", "INPUT"},
         {"render p.json", "--output"},
         {"render p.json -o", "-o"},
-        {"render p.json -o x.png --frobnicate", "--frobnicate"},
+        {"render p.json -o x.png --frmaes 3", "no option \"--frmaes\", did you mean \"--frames\"?"},
+        {"render p.json q.json -o x.png", "\"q.json\" is one argument too many"},
         {"render p.json -o x.jpg", "-o x.jpg: the output is a .png or .exr file"},
         {"render p.json -o x.png --frames 5-2", "--frames 5-2: expected A, A-B or A-B/STEP"},
         {"render p.json -o x.png --frames 0-2", "-o x.png: several frames need #### in the name"},
@@ -43,7 +45,7 @@ TEST_F(CommandLine, WrongUsageIsStatus2AndOneReason) {
         {"render p.json -o x.png --depth deep", "deep"},
         {"render p.json -o x.png --set Amount", "--set Amount: expected KEY=VALUE"},
         {"render p.json -o x.png --frames 6 --plugin $P", "--frames 6: the composition has 6 frames, 0 to 5"},
-        {"inspect everything", "everything"},
+        {"inspect particle", "\"particle\" to inspect, did you mean \"particles\"?"},
         {"inspect scene", "inspect scene needs an INPUT"},
         {"inspect draws p.json --group 6", "6"},
         {"new a.obj", "--output"},
@@ -55,6 +57,7 @@ TEST_F(CommandLine, WrongUsageIsStatus2AndOneReason) {
         EXPECT_EQ(ran.status, 2) << c.arguments << ": " << ran.error;
         EXPECT_THAT(ran.error, StartsWith("velorin: error: ")) << c.arguments;
         EXPECT_THAT(ran.error, HasSubstr(c.says)) << c.arguments;
+        EXPECT_EQ(std::count(ran.error.begin(), ran.error.end(), '\n'), 1) << ran.error;
     }
     EXPECT_FALSE(Exists("x.png"));
     for (const char* help :

@@ -158,7 +158,7 @@ TEST_F(ExportCommand, FailuresAreOneSentenceAndLeaveNoFile) {
     const Case cases[] = {
         {"$V export p.json -o out/a.obj --group 4", "1", "out/a.obj: is not written: group 4 shows no model"},
         {"$V export p.json -o out/none/a.obj", "1", "out/none/a.obj: cannot be written: No such file"},
-        {"$V export p.json -o out/a.stl", "2", "out/a.stl: the name of an export ends in .obj"},
+        {"$V export p.json -o out/a.stl", "2", "-o out/a.stl: an export is a .obj file"},
         {"$V export p.json -o out/a.obj --frame 9999", "1", "p.json: the composition has 120 frames"},
         {"(ulimit -f 64; $V export p.json -o out/a.obj --group 2)", "1",
          "out/a.obj: cannot be written: File too large"},

@@ -15,7 +15,7 @@ namespace {
 
 using nlohmann::ordered_json;
 
-bool Create(Host& host, const BundleOptions& options, Console& console) {
+bool Create(Host& host, const Arguments& options, Console& console) {
     const auto answer =
         Ask(host,
             {{"do", "bundleCreate"},
@@ -32,7 +32,7 @@ bool Create(Host& host, const BundleOptions& options, Console& console) {
     return true;
 }
 
-bool List(Host& host, const BundleOptions& options, Console& console) {
+bool List(Host& host, const Arguments& options, Console& console) {
     const auto answer =
         Ask(host, {{"do", "bundleList"}, {"file", options.input}}, {}, options.input, console);
     if (!answer) return false;
@@ -43,7 +43,7 @@ bool List(Host& host, const BundleOptions& options, Console& console) {
     return true;
 }
 
-bool Extract(Host& host, const BundleOptions& options, Console& console) {
+bool Extract(Host& host, const Arguments& options, Console& console) {
     const auto bytes =
         AskRaw(host, {{"do", "bundleExtract"}, {"file", options.input}, {"entry", options.entry}},
                options.input, console);
@@ -54,22 +54,34 @@ bool Extract(Host& host, const BundleOptions& options, Console& console) {
     return false;
 }
 
-} // namespace
-
-int RunBundle(const BundleOptions& options) {
-    Console console(false);
-    if (options.action == BundleAction::Create && SmallExtension(options.output) != ".qbndl") {
-        console.Error("-o " + options.output + ": a bundle is a .qbndl file");
-        return kWrongUsage;
-    }
+// Runs one of them with the module.
+int Run(const Arguments& options, bool (*action)(Host&, const Arguments&, Console&), Console& console) {
     Session session;
     session.host = StartHost(options.session, console);
     if (!session.host) return kFailed;
-    Host& host = *session.host;
-    const bool done = options.action == BundleAction::Create ? Create(host, options, console)
-                      : options.action == BundleAction::List ? List(host, options, console)
-                                                             : Extract(host, options, console);
+    const bool done = action(*session.host, options, console);
     return session.Close(console) && done ? kDone : kFailed;
+}
+
+} // namespace
+
+int RunBundleCreate(const Arguments& options) {
+    Console console(false);
+    if (SmallExtension(options.output) != ".qbndl") {
+        console.Error("-o " + options.output + ": a bundle is a .qbndl file");
+        return kWrongUsage;
+    }
+    return Run(options, Create, console);
+}
+
+int RunBundleList(const Arguments& options) {
+    Console console(false);
+    return Run(options, List, console);
+}
+
+int RunBundleExtract(const Arguments& options) {
+    Console console(false);
+    return Run(options, Extract, console);
 }
 
 } // namespace velorin::app

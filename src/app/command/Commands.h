@@ -21,66 +21,36 @@ struct FrameRange {
 // run's length. Nothing when there is no such run.
 [[nodiscard]] std::optional<std::string> NumberedName(const std::string& name, int frame);
 
-struct RenderOptions {
-    std::string input, output;
-    std::string save;         // project to write; empty: none
-    std::string frames, size; // as typed
-    int depth = 0;
-    bool json = false, quiet = false;
-    SessionOptions session;
-};
-[[nodiscard]] int RunRender(RenderOptions options);
-
-struct InspectOptions {
-    std::string what, input;
-    int frame = 0;
-    int group = 1;
-    std::string model;
-    bool prepared = false, json = false;
-    SessionOptions session;
-};
-[[nodiscard]] int RunInspect(const InspectOptions& options);
-
-struct ExportOptions {
-    std::string input, output;
-    int group = 0; // 1 to 5; 0: all
-    int frame = 0;
-    SessionOptions session;
-};
-[[nodiscard]] int RunExport(const ExportOptions& options);
-
-struct NewOptions {
+// What was typed on the command line; what was left out has its default.
+struct Arguments {
+    std::string input; // INPUT, DIR, FILE or PROJECT
     std::vector<std::string> files;
-    std::string output;
-    SessionOptions session;
-};
-[[nodiscard]] int RunNew(const NewOptions& options);
-
-struct PresetOptions {
-    std::string input, output;
-    std::string model, material, bevel; // one of them; a bevel is "MODEL:N"
-    SessionOptions session;
-};
-[[nodiscard]] int RunPreset(const PresetOptions& options);
-
-enum class BundleAction { Create, List, Extract };
-struct BundleOptions {
-    BundleAction action = BundleAction::List;
-    std::string input; // a folder to create from, else a bundle
-    std::string output, entry, id;
-    bool json = false;
-    SessionOptions session;
-};
-[[nodiscard]] int RunBundle(const BundleOptions& options);
-
-struct SheetOptions {
-    std::string input, output;
-    std::string tile = "200x160"; // as typed
+    std::string what, entry;
+    std::string output, save;
+    std::string frames, size, tile = "200x160"; // as typed
+    std::string model, material, bevel, id;
+    int depth = 0;
+    int frame = 0;
+    int group = 0; // 1 to 5; 0: left out
     int columns = 6;
-    bool renew = false; // the pictures in the presets too
+    bool json = false, quiet = false, prepared = false, renew = false;
     SessionOptions session;
 };
-[[nodiscard]] int RunSheet(const SheetOptions& options);
+
+// The handlers of the commands. They tell errors and warnings themselves and give the exit status.
+[[nodiscard]] int RunRender(const Arguments& arguments);
+[[nodiscard]] int RunInspect(const Arguments& arguments);
+[[nodiscard]] int RunNew(const Arguments& arguments);
+[[nodiscard]] int RunExport(const Arguments& arguments);
+[[nodiscard]] int RunPreset(const Arguments& arguments);
+[[nodiscard]] int RunSheet(const Arguments& arguments);
+[[nodiscard]] int RunBundleCreate(const Arguments& arguments);
+[[nodiscard]] int RunBundleList(const Arguments& arguments);
+[[nodiscard]] int RunBundleExtract(const Arguments& arguments);
+[[nodiscard]] int RunSetup(const Arguments& arguments);
+
+// What `inspect` can show.
+[[nodiscard]] std::vector<std::string> InspectNames();
 
 // The whole command line, from argv to the exit status.
 [[nodiscard]] int RunCommand(int argc, char** argv);

@@ -13,7 +13,7 @@ using nlohmann::ordered_json;
 
 class Exporter {
 public:
-    Exporter(const ExportOptions& options, Console& console) : options_(options), console_(console) {}
+    Exporter(const Arguments& options, Console& console) : options_(options), console_(console) {}
 
     int Run() {
         const bool good = OpenSession(options_.input, options_.session, console_, session_) && Export();
@@ -67,17 +67,17 @@ private:
         return false;
     }
 
-    const ExportOptions& options_;
+    const Arguments& options_;
     Console& console_;
     Session session_;
 };
 
 } // namespace
 
-int RunExport(const ExportOptions& options) {
+int RunExport(const Arguments& options) {
     Console console(false);
-    if (!options.output.ends_with(".obj")) {
-        console.Error(options.output + ": the name of an export ends in .obj");
+    if (SmallExtension(options.output) != ".obj") {
+        console.Error("-o " + options.output + ": an export is a .obj file");
         return kWrongUsage;
     }
     CatchInterrupts();

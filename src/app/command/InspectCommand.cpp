@@ -2,9 +2,11 @@
 #include "app/command/Commands.h"
 #include "app/command/Interrupt.h"
 #include "app/command/Table.h"
+#include "app/project/NearestName.h"
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstdio>
@@ -75,7 +77,16 @@ void Print(const ordered_json& json, bool asJson) {
 
 class Inspector {
 public:
-    Inspector(const InspectOptions& options, Console& console) : options_(options), console_(console) {}
+    // One thing that can be shown.
+    struct Row {
+        const char* name;
+        enum class Input { None, Project, File } input; // opened in the host, or only handed on
+        bool (Inspector::*show)();
+    };
+    [[nodiscard]] static std::span<const Row> Rows();
+
+    Inspector(const Row& row, const Arguments& options, Console& console)
+        : row_(row), options_(options), console_(console) {}
 
     int Run() {
         const bool good = Open() && Show();
@@ -85,24 +96,22 @@ public:
 
 private:
     bool Open() {
-        if (!options_.input.empty() && options_.what != "preset")
+        if (!options_.input.empty() && row_.input != Row::Input::File)
             return OpenSession(options_.input, options_.session, console_, session_);
         session_.host = StartHost(options_.session, console_);
         return session_.host && session_.Tell(console_);
     }
 
-    bool Show() {
-        if (options_.what == "params") return ShowParameters();
-        if (options_.what == "scene") return Ask({{"do", "flatToScene"}, {"defaults", true}}, true);
-        if (options_.what == "mesh") {
-            ordered_json request{{"do", "mesh"}, {"prepared", options_.prepared}};
-            if (!options_.model.empty()) request["model"] = options_.model;
-            return GoToFrame() && Ask(request, true);
-        }
-        if (options_.what == "devices") return Ask({{"do", "devices"}}, false);
-        if (options_.what == "library") return Ask({{"do", "library"}}, false);
-        if (options_.what == "preset") return ShowPreset();
-        return ShowCaptured(options_.what);
+    bool Show() { return (this->*row_.show)(); }
+
+    bool ShowScene() { return Ask({{"do", "flatToScene"}, {"defaults", true}}, true); }
+    bool ShowDevices() { return Ask({{"do", "devices"}}, false); }
+    bool ShowLibrary() { return Ask({{"do", "library"}}, false); }
+
+    bool ShowMesh() {
+        ordered_json request{{"do", "mesh"}, {"prepared", options_.prepared}};
+        if (!options_.model.empty()) request["model"] = options_.model;
+        return GoToFrame() && Ask(request, true);
     }
 
     bool ShowPreset() {
@@ -171,10 +180,12 @@ private:
     }
 
     // Renders a frame and shows what the plug-in kept of it.
-    bool ShowCaptured(const std::string& what) {
+    bool ShowCaptured() {
         if (!GoToFrame()) return false;
+        const std::string what = row_.name;
         ordered_json answer;
-        if (!Answer({{"do", "capture"}, {"what", {what}}, {"group", options_.group}}, {}, answer))
+        if (!Answer({{"do", "capture"}, {"what", {what}}, {"group", std::max(options_.group, 1)}}, {},
+                    answer))
             return false;
         Picture picture;
         session_.host->interrupted = InterruptAsked;
@@ -197,22 +208,47 @@ private:
         return false;
     }
 
-    const InspectOptions& options_;
+    const Row& row_;
+    const Arguments& options_;
     Console& console_;
     Session session_;
 };
 
+std::span<const Inspector::Row> Inspector::Rows() {
+    using Input = Row::Input;
+    static constexpr Row kRows[] = {{"params", Input::None, &Inspector::ShowParameters},
+                                    {"scene", Input::Project, &Inspector::ShowScene},
+                                    {"particles", Input::Project, &Inspector::ShowCaptured},
+                                    {"mesh", Input::Project, &Inspector::ShowMesh},
+                                    {"draws", Input::Project, &Inspector::ShowCaptured},
+                                    {"devices", Input::None, &Inspector::ShowDevices},
+                                    {"preset", Input::File, &Inspector::ShowPreset},
+                                    {"library", Input::None, &Inspector::ShowLibrary}};
+    return kRows;
+}
+
 } // namespace
 
-int RunInspect(const InspectOptions& options) {
+std::vector<std::string> InspectNames() {
+    std::vector<std::string> names;
+    for (const Inspector::Row& row : Inspector::Rows()) names.emplace_back(row.name);
+    return names;
+}
+
+int RunInspect(const Arguments& options) {
     Console console(false);
-    if (options.input.empty() && options.what != "params" && options.what != "devices" &&
-        options.what != "library") {
-        console.Error("inspect " + options.what + " needs an INPUT");
-        return kWrongUsage;
+    for (const Inspector::Row& row : Inspector::Rows()) {
+        if (options.what != row.name) continue;
+        if (options.input.empty() && row.input != Inspector::Row::Input::None) {
+            console.Error("inspect " + options.what + " needs an INPUT");
+            return kWrongUsage;
+        }
+        CatchInterrupts();
+        return Inspector(row, options, console).Run();
     }
-    CatchInterrupts();
-    return Inspector(options, console).Run();
+    console.Error("there is nothing called \"" + options.what + "\" to inspect" +
+                  NearestHint(options.what, InspectNames()));
+    return kWrongUsage;
 }
 
 } // namespace velorin::app

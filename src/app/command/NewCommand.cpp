@@ -10,7 +10,7 @@
 
 namespace velorin::app {
 
-int RunNew(const NewOptions& options) {
+int RunNew(const Arguments& options) {
     Console console(false);
     if (KindOfInput(options.output) != InputKind::Project) {
         console.Error("-o " + options.output + ": a project is a .json file");

@@ -29,7 +29,7 @@ void SplitBevel(const std::string& text, std::string& model, int& number) {
 
 } // namespace
 
-int RunPreset(const PresetOptions& options) {
+int RunPreset(const Arguments& options) {
     Console console(false);
     const int kinds = !options.model.empty() + !options.material.empty() + !options.bevel.empty();
     if (kinds != 1) {

@@ -30,7 +30,7 @@ std::optional<PictureFormat> FormatOf(const std::string& output) {
 }
 
 // What can be said of the arguments alone, before any file is opened. False with a sentence.
-bool CheckArguments(const RenderOptions& options, Console& console) {
+bool CheckArguments(const Arguments& options, Console& console) {
     if (!FormatOf(options.output))
         return console.Error("-o " + options.output + ": the output is a .png or .exr file"), false;
     if (!options.save.empty() && KindOfInput(options.save) != InputKind::Project)
@@ -54,7 +54,7 @@ bool CheckArguments(const RenderOptions& options, Console& console) {
 }
 
 // The frames to render; nothing, with a sentence, when the composition has not got them.
-std::optional<std::vector<int>> FrameList(const RenderOptions& options, const Composition& comp,
+std::optional<std::vector<int>> FrameList(const Arguments& options, const Composition& comp,
                                           Console& console) {
     const int count = comp.frameCount();
     FrameRange range;
@@ -74,7 +74,7 @@ std::optional<std::vector<int>> FrameList(const RenderOptions& options, const Co
 
 class Renderer {
 public:
-    Renderer(const RenderOptions& options, Console& console) : options_(options), console_(console) {}
+    Renderer(const Arguments& options, Console& console) : options_(options), console_(console) {}
 
     int Run() {
         const int status = Render();
@@ -191,7 +191,7 @@ private:
         return status;
     }
 
-    const RenderOptions& options_;
+    const Arguments& options_;
     Console& console_;
     Session session_;
     ordered_json frames_ = ordered_json::array();
@@ -200,9 +200,10 @@ private:
 
 } // namespace
 
-int RunRender(RenderOptions options) {
-    Console console(options.quiet);
-    if (!CheckArguments(options, console)) return kWrongUsage;
+int RunRender(const Arguments& arguments) {
+    Console console(arguments.quiet);
+    if (!CheckArguments(arguments, console)) return kWrongUsage;
+    Arguments options = arguments;
     if (!options.size.empty()) options.session.size = *ParseSize(options.size);
     // A float file is for what does not fit into the others.
     options.session.depth = options.depth != 0                               ? options.depth

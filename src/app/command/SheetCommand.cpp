@@ -98,7 +98,7 @@ void Write(Picture& sheet, std::string text, double size, int left, int room, in
 
 class Sheet {
 public:
-    Sheet(const SheetOptions& options, SizeOverride tile, Console& console)
+    Sheet(const Arguments& options, SizeOverride tile, Console& console)
         : options_(options), tile_(tile), console_(console) {}
 
     int Run() {
@@ -199,7 +199,7 @@ private:
         return drawn;
     }
 
-    SheetOptions options_;
+    Arguments options_;
     SizeOverride tile_;
     Console& console_;
     Session session_;
@@ -212,7 +212,7 @@ private:
 
 } // namespace
 
-int RunSheet(const SheetOptions& options) {
+int RunSheet(const Arguments& options) {
     Console console(false);
     if (SmallExtension(options.output) != ".png") {
         console.Error("-o " + options.output + ": a sheet is a .png file");
