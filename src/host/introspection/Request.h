@@ -67,7 +67,7 @@ struct RequestRow {
 [[nodiscard]] std::string AnswerFrame(const Request& request);
 [[nodiscard]] std::string AnswerExport(const Request& request);
 [[nodiscard]] std::string AnswerMeshUses(const Request& request);
-// PresetRequests.cpp
+// PresetRequests.cpp; what a kind of preset can do stands in PresetKinds.h
 [[nodiscard]] std::string AnswerSavePreset(const Request& request);
 [[nodiscard]] std::string AnswerRenewPicture(const Request& request);
 [[nodiscard]] std::string AnswerReadPreset(const Request& request);
