@@ -2,7 +2,7 @@
 // Radiance has no such library: its peer is the time of reading every byte of the file and writing every
 // value of the picture once.
 
-#include "render/images/Image.h"
+#include "images/Image.h"
 
 #include <OpenEXR/ImfFrameBuffer.h>
 #include <OpenEXR/ImfHeader.h>

@@ -2,8 +2,8 @@
 
 #include "render/Renderer.h"
 #include "render/gl/GLError.h"
-#include "render/images/Dds.h"
-#include "render/images/Image.h"
+#include "images/Dds.h"
+#include "images/Image.h"
 
 #include <GL/glew.h>
 

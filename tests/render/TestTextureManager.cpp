@@ -2,8 +2,8 @@
 #include "TextureFixture.h"
 #include "services/TemporaryFolder.h"
 
-#include "render/images/Dds.h"
-#include "render/images/Image.h"
+#include "images/Dds.h"
+#include "images/Image.h"
 #include "services/Warnings.h"
 
 #include <gmock/gmock.h>

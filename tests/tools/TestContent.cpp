@@ -4,7 +4,7 @@
 #include "core/document/Scene.h"
 #include "core/document/SceneJson.h"
 #include "model/ModelPreset.h"
-#include "render/images/Image.h"
+#include "images/Image.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>

@@ -69,11 +69,11 @@ LayerPixels::Entry& LayerPixels::Load(const HostLayer& layer) {
     const Composition& settings = layer.comp->settings;
     std::string reason;
     if (layer.role == LayerRole::Image) {
-        if (!ReadPicture(layer.source.file, entry.picture, reason)) {
-            entry.picture = {};
-            warn_(context_, layer.source.file + ": the image of the layer \"" + layer.name +
-                                "\" cannot be used: " + reason);
-        }
+        const bool read = ReadPicture(layer.source.file, entry.picture, reason);
+        if (!read) entry.picture = {};
+        if (!reason.empty())
+            warn_(context_, layer.source.file + ": the image of the layer \"" + layer.name + "\"" +
+                                (read ? ": " : " cannot be used: ") + reason);
         entry.bounds = {0, 0, entry.picture.width, entry.picture.height};
         if (const auto facts = GetFileFacts(layer.source.file))
             entry.state = Mix(entry.state, facts->modifiedTime);

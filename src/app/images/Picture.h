@@ -21,18 +21,18 @@ struct Picture {
           depth(depth_),
           pixels(rowBytes() * static_cast<std::size_t>(height_)) {}
 
-    [[nodiscard]] std::size_t rowBytes() const {
-        return static_cast<std::size_t>(width) * 4 * (static_cast<std::size_t>(depth) / 8);
-    }
+    [[nodiscard]] std::size_t pixelBytes() const { return static_cast<std::size_t>(depth) / 2; }
+    [[nodiscard]] std::size_t rowBytes() const { return static_cast<std::size_t>(width) * pixelBytes(); }
     [[nodiscard]] std::byte* row(int y) { return pixels.data() + rowBytes() * static_cast<std::size_t>(y); }
     [[nodiscard]] const std::byte* row(int y) const {
         return pixels.data() + rowBytes() * static_cast<std::size_t>(y);
     }
 };
 
-// Reads PNG (8 or 16 bits), JPEG (8) or OpenEXR (32, its display window), known by their first bytes. False
-// with one sentence without the file's name when it cannot be read; a picture whose size the file's bytes
-// cannot fill is refused before memory is asked for.
+// Reads PNG (8 or 16 bits), JPEG (8), OpenEXR (32, its display window) or Radiance (32), known by their first
+// bytes. False with a few words without the file's name when it cannot be read; a picture whose size the
+// file's bytes cannot fill is refused before memory is asked for. With a picture, `reason` is empty or says
+// what is wrong with it.
 [[nodiscard]] bool ReadPicture(const std::string& path, Picture& picture, std::string& reason);
 
 // Writes beside the place and renames over it. PNG: 8 or 16 bits of straight alpha; a float picture is

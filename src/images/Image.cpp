@@ -1,4 +1,4 @@
-#include "render/images/Image.h"
+#include "images/Image.h"
 
 #include <algorithm>
 #include <array>
@@ -59,7 +59,7 @@ void HalveFloats(const float* source, std::uint32_t width, std::uint32_t height,
 } // namespace
 
 Image::Image(std::uint32_t width, std::uint32_t height, Format format)
-    : width_(width), height_(height), format_(format) {
+    : width_(width), height_(height), canvas_{0, 0, width, height}, format_(format) {
     pixels_ = std::make_unique_for_overwrite<std::byte[]>(byteCount());
 }
 

@@ -1,8 +1,8 @@
 #include "ImageSamples.h"
 
 #include "platform/Process.h"
-#include "render/images/Dds.h"
-#include "render/images/Image.h"
+#include "images/Dds.h"
+#include "images/Image.h"
 #include "services/MappedFile.h"
 
 #include <gtest/gtest.h>

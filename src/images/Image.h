@@ -33,6 +33,15 @@ public:
     [[nodiscard]] std::size_t bytesPerPixel() const { return format_ == Format::Rgba8 ? 4 : 16; }
     [[nodiscard]] std::size_t byteCount() const { return pixelCount() * bytesPerPixel(); }
 
+    // What a viewer shows, in pixels of the image: the whole of it, but for an OpenEXR file whose display
+    // window is another than its data window. The decoders set it.
+    struct Canvas {
+        std::int64_t left = 0, top = 0;
+        std::uint64_t width = 0, height = 0;
+    };
+    [[nodiscard]] const Canvas& canvas() const { return canvas_; }
+    void setCanvas(const Canvas& canvas) { canvas_ = canvas; }
+
     [[nodiscard]] std::byte* data() { return pixels_.get(); }
     [[nodiscard]] const std::byte* data() const { return pixels_.get(); }
     // The same memory as values; only of the matching format.
@@ -46,6 +55,7 @@ public:
 private:
     std::unique_ptr<std::byte[]> pixels_;
     std::uint32_t width_ = 0, height_ = 0;
+    Canvas canvas_;
     Format format_ = Format::Rgba8;
 };
 

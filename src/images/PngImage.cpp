@@ -1,4 +1,4 @@
-#include "render/images/Image.h"
+#include "images/Image.h"
 
 #include <png.h>
 

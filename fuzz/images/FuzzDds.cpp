@@ -1,4 +1,4 @@
-#include "render/images/Dds.h"
+#include "images/Dds.h"
 
 #include <cstdint>
 #include <cstdlib>

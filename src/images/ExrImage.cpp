@@ -1,4 +1,4 @@
-#include "render/images/Image.h"
+#include "images/Image.h"
 
 #include <OpenEXR/ImfChannelList.h>
 #include <OpenEXR/ImfFrameBuffer.h>
@@ -173,15 +173,30 @@ Image ReadLuminanceChroma(Bytes file) {
     return image;
 }
 
-Image ReadExr(Bytes file) {
-    MemoryStream stream(file);
-    Imf::InputFile input(stream);
+Image::Canvas CanvasOf(const Imf::Header& header) {
+    const Imath::Box2i &shown = header.displayWindow(), &data = header.dataWindow();
+    const auto extent = [](int from, int to) {
+        return static_cast<std::uint64_t>(std::max<std::int64_t>(std::int64_t{to} - from + 1, 0));
+    };
+    return {std::int64_t{shown.min.x} - data.min.x, std::int64_t{shown.min.y} - data.min.y,
+            extent(shown.min.x, shown.max.x), extent(shown.min.y, shown.max.y)};
+}
+
+Image ReadPixels(Bytes file, Imf::InputFile& input) {
     const Imf::ChannelList& channels = input.header().channels();
     if (channels.findChannel("RY") || channels.findChannel("BY")) return ReadLuminanceChroma(file);
     if (!channels.findChannel("R") && !channels.findChannel("G") && !channels.findChannel("B") &&
         !channels.findChannel("Y"))
         throw std::runtime_error("it has no colour channels");
     return ReadChannels(input);
+}
+
+Image ReadExr(Bytes file) {
+    MemoryStream stream(file);
+    Imf::InputFile input(stream);
+    Image image = ReadPixels(file, input);
+    image.setCanvas(CanvasOf(input.header()));
+    return image;
 }
 
 } // namespace

@@ -1,6 +1,6 @@
-#include "render/images/Dds.h"
+#include "images/Dds.h"
 
-#include "render/images/Image.h"
+#include "images/Image.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "render/images/Image.h"
+#include "images/Image.h"
 
 #include <cstdlib>
 #include <optional>
