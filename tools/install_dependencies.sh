@@ -5,7 +5,7 @@ set -euo pipefail
 packages=(
   cmake ninja-build g++ ccache pkg-config git make python3
   libglew-dev libegl-dev libgl-dev libglu1-mesa-dev libgl1-mesa-dri libegl1 libegl-mesa0
-  zlib1g-dev libpng-dev libopenexr-dev libimath-dev libjpeg62-turbo-dev libfreetype-dev libfontconfig-dev
+  zlib1g-dev libpng-dev libopenexr-dev libimath-dev libjpeg62-turbo-dev libfreetype-dev libfontconfig-dev libharfbuzz-dev
   nlohmann-json3-dev libcli11-dev libgtest-dev libgmock-dev
   fonts-dejavu-core
   libcairo2-dev poppler-utils qpdf # tests only: pages to read and the viewer they are held against

@@ -1,6 +1,6 @@
 #include "render/GlyphAtlas.h"
 
-#include "model/vector/SystemFonts.h"
+#include "services/Fonts.h"
 #include "services/Log.h"
 
 #include <algorithm>

@@ -1,9 +1,14 @@
 #include "app/host/Outlines.h"
 
+#include "services/Fonts.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
+
+#include <ft2build.h>
+#include FT_FREETYPE_H
 
 namespace velorin::app {
 namespace {
@@ -89,7 +94,7 @@ TEST(Outlines, AlignmentTrackingAndLinesMoveTheLetters) {
     twice.size = 200;
     EXPECT_NEAR(BoxOf(Set(twice)).right, 2 * width, 1e-6);
     EXPECT_TRUE(Set(TextOf("")).empty());
-    EXPECT_TRUE(Set(TextOf("  \n ")).empty());
+    EXPECT_TRUE(Set(TextOf("  \n\t\r\n ")).empty());
     EXPECT_NO_FATAL_FAILURE((void)Set(TextOf("\xff\xfe"
                                              "A")));
 }
@@ -106,6 +111,47 @@ TEST(Outlines, AFontThatIsNotInstalledIsToldOf) {
         EXPECT_EQ(reason.empty(), !told) << reason;
     }
     EXPECT_EQ(outlines.size(), 3U); // one an H
+}
+
+// Pairs move together by what the font's older table says as well, which FreeType reads.
+TEST(Outlines, PairsAreKernedAndLettersStaySingle) {
+    FT_Library library = nullptr;
+    ASSERT_EQ(FT_Init_FreeType(&library), 0);
+    FT_Face face = nullptr;
+    ASSERT_EQ(FT_New_Face(library, FindFont("DejaVu Sans").path.c_str(), 0, &face), 0);
+    if (!FT_HAS_KERNING(face)) GTEST_SKIP() << "another font stands in for DejaVu Sans";
+    int kerned = 0;
+    for (const char* pair : {"AV", "To", "VA", "LT", "HH", "Yo"}) {
+        const FT_UInt a = FT_Get_Char_Index(face, static_cast<FT_ULong>(pair[0])),
+                      b = FT_Get_Char_Index(face, static_cast<FT_ULong>(pair[1]));
+        FT_Vector kerning{};
+        FT_Get_Kerning(face, a, b, FT_KERNING_UNSCALED, &kerning);
+        FT_Load_Glyph(face, a, FT_LOAD_NO_SCALE);
+        const double advance = static_cast<double>(face->glyph->advance.x + kerning.x) / face->units_per_EM;
+        const double alone = BoxOf(Set(TextOf(pair + 1))).right;
+        EXPECT_NEAR(BoxOf(Set(TextOf(pair))).right, 100 * advance + alone, 0.01) << pair;
+        kerned += kerning.x < 0;
+    }
+    EXPECT_GE(kerned, 4);
+    EXPECT_EQ(Set(TextOf("ffi")).size(), 4U); // two f, and an i with its dot
+    FT_Done_Face(face);
+    FT_Done_FreeType(library);
+}
+
+TEST(Outlines, CharactersThatTheFontLacksComeFromAnother) {
+    const char* const alef = "\xd8\xa7"; // the sans face has Arabic, the serif one has none
+    Layer layer = TextOf(alef);
+    const auto sans = Set(layer);
+    layer.font = "DejaVu Serif";
+    std::string reason;
+    std::vector<Outline> outlines;
+    ASSERT_TRUE(MakeTextOutlines(layer, outlines, reason));
+    EXPECT_EQ(reason, "");
+    ASSERT_EQ(outlines.size(), sans.size());
+    EXPECT_NEAR(BoxOf(outlines).top, BoxOf(sans).top, 1e-6);
+    layer.text = "A\xf4\x8f\xbf\xbd"; // the last private character
+    ASSERT_TRUE(MakeTextOutlines(layer, outlines, reason));
+    EXPECT_EQ(reason, "no installed font has the character U+10FFFD");
 }
 
 TEST(Outlines, MasksCarryTangentsAsPointsAndCloseOnThemselves) {

@@ -1,4 +1,4 @@
-#include "model/vector/SystemFonts.h"
+#include "services/Fonts.h"
 #include "render/FrameBuffers.h"
 #include "render/GlyphAtlas.h"
 #include "render/RendererFixture.h"

@@ -1,7 +1,7 @@
 #include "model/vector/PdfFont.h"
 
 #include "model/vector/PdfEncoding.h"
-#include "model/vector/SystemFonts.h"
+#include "services/Fonts.h"
 
 #include <algorithm>
 #include <cmath>

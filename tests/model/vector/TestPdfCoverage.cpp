@@ -5,7 +5,7 @@
 #include "../Coverage.h"
 #include "model/extrusion/Contours.h"
 #include "model/extrusion/FlattenPath.h"
-#include "model/vector/SystemFonts.h"
+#include "services/Fonts.h"
 #include "model/vector/VectorFile.h"
 #include "services/MappedFile.h"
 
