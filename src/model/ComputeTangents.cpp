@@ -56,14 +56,9 @@ bool IsUnshared(std::size_t vertexCount, TriangleLists lists) {
     return 3 * count == vertexCount;
 }
 
-void TangentsOfTriangle(ModelVertex* corners) {
-    const Directions directions = DirectionsOf(corners[0], corners[1], corners[2]);
-    for (int i = 0; i < 3; ++i) corners[i].tangent = TangentOf(corners[i].normal, directions);
-}
-
 void TangentsOfLists(std::span<ModelVertex> vertices, TriangleLists lists) {
     if (IsUnshared(vertices.size(), lists)) { // no sums needed
-        for (std::size_t i = 0; i < vertices.size(); i += 3) TangentsOfTriangle(&vertices[i]);
+        ComputeCornerTangents(vertices);
         return;
     }
     std::vector<Directions> sums(vertices.size());
@@ -82,6 +77,16 @@ void TangentsOfLists(std::span<ModelVertex> vertices, TriangleLists lists) {
 }
 
 } // namespace
+
+void ComputeCornerTangents(std::span<ModelVertex> corners) {
+    for (std::size_t i = 0; i + 2 < corners.size(); i += 3) {
+        ModelVertex *const a = &corners[i], *const b = a + 1, *const c = a + 2;
+        const Directions directions = DirectionsOf(*a, *b, *c);
+        a->tangent = TangentOf(a->normal, directions);
+        b->tangent = b->normal == a->normal ? a->tangent : TangentOf(b->normal, directions);
+        c->tangent = c->normal == b->normal ? b->tangent : TangentOf(c->normal, directions);
+    }
+}
 
 void ComputeTangents(std::span<ModelVertex> vertices, std::span<const Triangle> triangles) {
     TangentsOfLists(vertices, {&triangles, 1});

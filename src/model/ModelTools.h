@@ -72,6 +72,8 @@ void ImportFile(ModelData& model, FileModel& file);
 void ComputeTangents(std::span<ModelVertex> vertices, std::span<const Triangle> triangles);
 // The same over all groups of the model.
 void ComputeTangents(ModelData& model);
+// The same for triangles that share no vertex and have their corners behind one another.
+void ComputeCornerTangents(std::span<ModelVertex> corners);
 
 // The CPU half of getting geometry to the renderer: normals, texture mapping, edges, optimisation, tangents
 // and subdivision as the options ask, in this order. Takes the model; pass a copy to keep it.

@@ -4,11 +4,17 @@
 
 namespace velorin {
 
+namespace {
+
+constexpr float kNearlyRound = 0.75f; // curves above it close smoothly against wall and cap
+
+} // namespace
+
 std::vector<ProfileRow> BevelProfile(float length, float depth, float curve, int segments) {
     if (length <= 0) length = 0.001f;
     curve = std::clamp(curve, -0.9999f, 0.9999f);
     segments = std::clamp(segments, 0, 32);
-    const float amount = std::fabs(curve);
+    const float amount = segments > 0 ? std::fabs(curve) : 0; // one row is flat
     // A sunk bevel faces inwards: over its straight line the normal still leans to the viewer's side.
     const float towardCap = depth >= 0 ? 1.0f : -1.0f;
     const float diagonal = std::hypot(length, depth);
@@ -26,12 +32,14 @@ std::vector<ProfileRow> BevelProfile(float length, float depth, float curve, int
         float arcNormalOut = std::fabs(depth) * (curve > 0 ? c : s) * towardCap;
         float arcNormalDepth = length * (curve > 0 ? s : c);
         const float arcLength = std::hypot(arcNormalOut, arcNormalDepth);
-        if (curve != 0 && arcLength > 0) {
+        const bool closing = curve > kNearlyRound && (i == 0 || i == segments + 1);
+        const float lean = closing ? 1 : amount;
+        if (amount > 0 && arcLength > 0) {
             row.out -= (row.out - arcOut) * amount;
             row.depth -= (row.depth - arcDepth) * amount;
             arcNormalOut /= arcLength, arcNormalDepth /= arcLength;
-            row.normalOut -= (row.normalOut - arcNormalOut) * amount;
-            row.normalDepth -= (row.normalDepth - arcNormalDepth) * amount;
+            row.normalOut -= (row.normalOut - arcNormalOut) * lean;
+            row.normalDepth -= (row.normalDepth - arcNormalDepth) * lean;
             const float blended = std::hypot(row.normalOut, row.normalDepth);
             if (blended > 0) row.normalOut /= blended, row.normalDepth /= blended;
         }

@@ -15,9 +15,10 @@ struct ProfileRow {
 };
 
 // Rows from (length, 0) to (0, depth) in segments + 1 even steps. At curve 0 a straight line, at 1 a quarter
-// of an ellipse bulging outwards, at -1 the same quarter hollowed; between them a linear blend. The depth
-// axis points from the wall to the cap, so that for a positive `depth` the normal leans to the cap; with a
-// negative one the cap lies sunk behind the rim.
+// of an ellipse bulging outwards, at -1 the same quarter hollowed; between them a linear blend; one step is
+// straight. Above 0.75 the ends lean as wall and cap do. The depth axis points from the wall to the cap, so
+// that for a positive `depth` the normal leans to the cap; with a negative one the cap lies sunk behind the
+// rim.
 [[nodiscard]] std::vector<ProfileRow> BevelProfile(float length, float depth, float curve, int segments);
 
 } // namespace velorin

@@ -1,15 +1,17 @@
 #include "model/extrusion/BuildExtrusion.h"
 
-#include "model/ModelTools.h"
 #include "model/extrusion/BevelProfile.h"
 #include "model/extrusion/CapTriangulation.h"
 #include "model/extrusion/Contours.h"
 #include "model/extrusion/FlattenPath.h"
+#include "model/extrusion/ShellWriter.h"
+#include "services/LargePages.h"
 #include "services/Warnings.h"
 
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <tuple>
 
 namespace velorin {
 
@@ -23,52 +25,13 @@ constexpr float kFirstShellLift = 0.005f;        // keeps the first shell out of
 constexpr std::uint64_t kMostSteps = 1u << 31;   // of one model: some seconds
 constexpr std::uint64_t kMostCorners = 1u << 26; // of one model: 3 GB of vertices
 
-// Appends the triangles of one shell of one object, three vertices each, and keeps the texture frame.
-class ShellWriter {
-public:
-    ShellWriter(ModelData& model, ModelGroup& group, Point2 origin, Point2 inverseExtent)
-        : model_(model), group_(group), origin_(origin), inverseExtent_(inverseExtent) {}
-
-    struct Corner {
-        Point3 position, normal;
-    };
-    void triangle(const Corner& a, const Corner& b, const Corner& c) {
-        const auto first = static_cast<std::uint32_t>(model_.vertices.size());
-        for (const Corner* corner : {&a, &b, &c}) {
-            ModelVertex vertex;
-            vertex.position = corner->position;
-            vertex.normal = corner->normal;
-            vertex.texCoord = {(corner->position.x - origin_.x) * inverseExtent_.x,
-                               (corner->position.y - origin_.y) * inverseExtent_.y};
-            model_.vertices.push_back(vertex);
-        }
-        group_.triangles.push_back({first, first + 1, first + 2});
-    }
-    // Corners in order round the quad; a side without length leaves a triangle.
-    void quad(const Corner& a, const Corner& b, const Corner& c, const Corner& d) {
-        if (!(a.position == b.position) && !(b.position == c.position)) triangle(a, b, c);
-        if (!(a.position == d.position) && !(c.position == d.position)) triangle(a, c, d);
-    }
-
-private:
-    ModelData& model_;
-    ModelGroup& group_;
-    Point2 origin_, inverseExtent_;
-};
-
-// Normals of both ends of each edge of a contour: those of a smooth corner are shared.
-struct CornerNormals {
-    std::vector<Point2> start, end; // one an edge
-};
-
-CornerNormals SmoothedNormals(const std::vector<Point2>& points) {
-    const std::vector<Point2> edges = EdgeNormals(points);
+CornerNormals SmoothedNormals(const std::vector<Point2>& edges) {
     const std::size_t n = edges.size();
     CornerNormals normals{edges, edges};
     for (std::size_t i = 0; i < n; ++i) {
         const std::size_t before = (i + n - 1) % n;
         const Point2 a = edges[before], b = edges[i];
-        if (a.x * b.x + a.y * b.y < kSharpCosine) continue;
+        if (a.x * b.x + a.y * b.y <= kSharpCosine) continue;
         const Point2 sum = a + b;
         const float length = std::hypot(sum.x, sum.y);
         if (length > 0) normals.end[before] = normals.start[i] = sum * (1 / length);
@@ -76,112 +39,128 @@ CornerNormals SmoothedNormals(const std::vector<Point2>& points) {
     return normals;
 }
 
+// A contour with what all shells share of it.
+struct Source {
+    const Contour* contour;
+    CornerNormals normals;
+    std::vector<Point2> directions; // that offsets move its points in
+};
+
 // One contour of a shell with its copies at the wall and at the cap.
 struct ShellContour {
+    const CornerNormals* normals;
     std::vector<Point2> wall, cap;
-    CornerNormals normals; // of the wall
 };
 
-struct ShellBuild {
-    const ShellMeasures& shell;
-    int depthSegments;
-    ShellWriter& writer;
-    WorkBudget& budget;
+// The depths that a shell's parts lie at.
+struct ShellLevels {
+    bool frontStrip, backStrip; // whether a bevel stands between the wall and the cap
+    float wallFront, wallBack, front, back;
+    explicit ShellLevels(const ShellMeasures& s)
+        : frontStrip(s.depth != 0), backStrip(s.backside && s.depth != 0) {
+        const float raised = std::max(s.depth, 0.0f), end = s.z + s.thickness;
+        wallFront = s.z + raised;
+        wallBack = s.backside ? end - raised : end;
+        front = frontStrip ? wallFront - s.depth : wallFront;
+        back = backStrip ? wallBack + s.depth : wallBack;
+    }
 };
 
-// Quads between two rows of a contour, the first row nearer to the viewer.
-struct Row {
-    const std::vector<Point2>* points;
-    float z;
-    float normalOut, normalDepth; // normalDepth along -z
-};
-
-void BuildBand(const ShellBuild& build, const CornerNormals& normals, const Row& front, const Row& back) {
-    const std::size_t n = front.points->size();
-    const auto corner = [](const Row& row, std::size_t i, Point2 normal) {
-        const Point2 p = (*row.points)[i];
-        return ShellWriter::Corner{
-            {p.x, p.y, row.z},
-            Normalized({normal.x * row.normalOut, normal.y * row.normalOut, -row.normalDepth})};
-    };
-    for (std::size_t i = 0; i < n; ++i) {
-        const std::size_t k = (i + 1) % n;
-        build.writer.quad(corner(front, i, normals.start[i]), corner(front, k, normals.end[i]),
-                          corner(back, k, normals.end[i]), corner(back, i, normals.start[i]));
-    }
-}
-
-void BuildWall(const ShellBuild& build, const ShellContour& contour, float front, float back) {
-    const int rows = std::max(1, build.depthSegments + 1);
-    for (int r = 0; r < rows; ++r) {
-        const auto level = [&](int k) {
-            return k == rows ? back
-                             : front + (back - front) * static_cast<float>(k) / static_cast<float>(rows);
-        };
-        BuildBand(build, contour.normals, {&contour.wall, level(r), 1, 0},
-                  {&contour.wall, level(r + 1), 1, 0});
-    }
-}
-
-// The strip between the wall and a cap. `towardCap` is -1 at the front and +1 at the back, along z.
-void BuildBevelStrip(const ShellBuild& build, const ShellContour& contour, float wallLevel, float towardCap) {
-    const std::vector<ProfileRow> profile =
-        BevelProfile(std::fabs(build.shell.wall - build.shell.cap), build.shell.depth, build.shell.curve,
-                     build.shell.segments);
-    const float length = profile.front().out;
-    const std::size_t n = contour.wall.size();
-    std::vector<Point2> outer = contour.wall, inner(n);
-    for (std::size_t r = 1; r < profile.size(); ++r) {
-        // Rows lie on the lines between the two contours, the last exactly on the cap's.
-        const float t = profile[r].out / length;
-        for (std::size_t i = 0; i < n; ++i)
-            inner[i] =
-                r + 1 == profile.size() ? contour.cap[i] : contour.cap[i] * (1 - t) + contour.wall[i] * t;
-        // The last level is the cap's own number: both must be the same bits.
-        const auto level = [&](std::size_t k) {
-            if (k == 0) return wallLevel;
-            return wallLevel + towardCap * (k + 1 == profile.size() ? build.shell.depth : profile[k].depth);
-        };
-        const Row a{&outer, level(r - 1), profile[r - 1].normalOut, -towardCap * profile[r - 1].normalDepth};
-        const Row b{&inner, level(r), profile[r].normalOut, -towardCap * profile[r].normalDepth};
-        towardCap < 0 ? BuildBand(build, contour.normals, b, a) : BuildBand(build, contour.normals, a, b);
-        outer.swap(inner);
-    }
-}
-
-void BuildCap(const ShellBuild& build, const std::vector<ShellContour>& contours, bool wall, float level,
-              bool front) {
-    std::vector<const std::vector<Point2>*> outlines;
-    for (const ShellContour& contour : contours) outlines.push_back(wall ? &contour.wall : &contour.cap);
-    const Point3 normal{0, 0, front ? -1.0f : 1.0f};
-    for (const CapTriangle& t : TriangulateCap(outlines, build.budget)) {
-        const auto corner = [&](Point2 p) { return ShellWriter::Corner{{p.x, p.y, level}, normal}; };
-        front ? build.writer.triangle(corner(t[0]), corner(t[2]), corner(t[1]))
-              : build.writer.triangle(corner(t[0]), corner(t[1]), corner(t[2]));
-    }
-}
-
-void BuildShell(const ShellBuild& build, const std::vector<const Contour*>& sources) {
-    const ShellMeasures& s = build.shell;
+// One shell of one object, and what it is built with.
+struct Shell {
+    const ShellMeasures& measures;
+    ShellLevels levels;
     std::vector<ShellContour> contours;
-    for (const Contour* source : sources) {
-        ShellContour contour;
-        const bool inner = source->isInnerCopy;
-        contour.wall = OffsetContour(source->points, inner ? s.innerWall : s.wall);
-        contour.cap = OffsetContour(source->points, inner ? s.innerCap : s.cap);
-        contour.normals = SmoothedNormals(source->points);
-        contours.push_back(std::move(contour));
+
+    Shell(const ShellMeasures& s, const std::vector<Source>& sources) : measures(s), levels(s) {
+        for (const Source& source : sources) {
+            const bool inner = source.contour->isInnerCopy;
+            contours.push_back(
+                {&source.normals,
+                 Moved(source.contour->points, source.directions, inner ? s.innerWall : s.wall),
+                 Moved(source.contour->points, source.directions, inner ? s.innerCap : s.cap)});
+        }
     }
-    const float back = s.z + s.thickness, raised = std::max(s.depth, 0.0f);
-    const float wallFront = s.z + raised, wallBack = s.backside ? back - raised : back;
-    const bool sunkFront = s.depth != 0, sunkBack = s.backside && s.depth != 0;
-    for (const ShellContour& contour : contours) {
-        if (sunkFront) BuildBevelStrip(build, contour, wallFront, -1);
-        BuildWall(build, contour, wallFront, wallBack);
-        if (sunkBack) BuildBevelStrip(build, contour, wallBack, 1);
+};
+
+void BuildWall(ShellWriter& writer, const Shell& shell, const ShellContour& contour, int depthSegments) {
+    const int rows = std::max(1, depthSegments + 1);
+    const float front = shell.levels.wallFront, back = shell.levels.wallBack;
+    Ring rings[2];
+    writer.place(rings[0], contour.wall, front, *contour.normals, {});
+    for (int r = 1; r <= rows; ++r) {
+        const float level = front + (back - front) * static_cast<float>(r) / static_cast<float>(rows);
+        writer.place(rings[1], contour.wall, r == rows ? back : level, *contour.normals, {});
+        writer.band(rings[0], rings[1]);
+        std::swap(rings[0], rings[1]);
     }
-    BuildCap(build, contours, !sunkFront, sunkFront ? wallFront - s.depth : wallFront, true);
-    BuildCap(build, contours, !sunkBack, sunkBack ? wallBack + s.depth : wallBack, false);
+}
+
+// The strip between the wall and a cap.
+void BuildBevelStrip(ShellWriter& writer, const Shell& shell, const ShellContour& contour, bool front) {
+    const ShellMeasures& s = shell.measures;
+    const std::vector<ProfileRow> profile =
+        BevelProfile(std::fabs(s.wall - s.cap), s.depth, s.curve, s.segments);
+    const float length = profile.front().out, towardCap = front ? -1.0f : 1.0f;
+    const float wall = front ? shell.levels.wallFront : shell.levels.wallBack;
+    std::vector<Point2> points = contour.wall;
+    Ring rings[2];
+    for (std::size_t r = 0; r < profile.size(); ++r) {
+        const ProfileRow& row = profile[r];
+        const bool last = r + 1 == profile.size();
+        // Rows lie on the lines between the two contours, the first and the last exactly on them and on the
+        // levels of wall and cap: neighbours must have the same bits.
+        const float t = row.out / length;
+        for (std::size_t i = 0; i < points.size() && r > 0; ++i)
+            points[i] = last ? contour.cap[i] : contour.cap[i] * (1 - t) + contour.wall[i] * t;
+        const float level = r == 0  ? wall
+                            : !last ? wall + towardCap * row.depth
+                            : front ? shell.levels.front
+                                    : shell.levels.back;
+        writer.place(rings[1], points, level, *contour.normals,
+                     {row.normalOut, -towardCap * row.normalDepth});
+        if (r > 0) front ? writer.band(rings[1], rings[0]) : writer.band(rings[0], rings[1]);
+        std::swap(rings[0], rings[1]);
+    }
+}
+
+// How often contours run round a place forwards.
+int WindingNumber(CapContours contours, Point2 p) {
+    int winding = 0;
+    for (const auto* contour : contours)
+        for (std::size_t i = 0, n = contour->size(); i < n; ++i) {
+            const Point2 a = (*contour)[i], b = (*contour)[i + 1 == n ? 0 : i + 1];
+            if ((a.y <= p.y) == (b.y <= p.y)) continue;
+            if (a.x + (b.x - a.x) * (p.y - a.y) / (b.y - a.y) < p.x) winding += a.y > p.y ? 1 : -1;
+        }
+    return winding;
+}
+
+void BuildCap(ShellWriter& writer, const Shell& shell, CapTriangulator& triangulator, WorkBudget& budget,
+              bool front) {
+    const bool strip = front ? shell.levels.frontStrip : shell.levels.backStrip;
+    std::vector<const std::vector<Point2>*> outlines, walls;
+    std::vector<Point2> points;
+    for (const ShellContour& contour : shell.contours) {
+        walls.push_back(&contour.wall);
+        outlines.push_back(strip ? &contour.cap : &contour.wall);
+        points.insert(points.end(), outlines.back()->begin(), outlines.back()->end());
+    }
+    const CapMesh& mesh = triangulator.Triangulate(outlines);
+    points.insert(points.end(), mesh.crossings.begin(), mesh.crossings.end());
+    writer.placeCap(points, front ? shell.levels.front : shell.levels.back, front);
+    const auto add = [&](std::uint32_t a, std::uint32_t b, std::uint32_t c) {
+        front ? writer.capTriangle(a, c, b) : writer.capTriangle(a, b, c);
+    };
+    for (const auto& t : mesh.triangles) add(t[0], t[1], t[2]);
+    for (const auto& t : mesh.turned) {
+        // Where a bevel is wider than a stroke has room for, its two sides pass each other on the way to the
+        // cap, which then lies turned over on them: it shows its face all the same. Where the wall is turned
+        // over as well nothing is left of the stroke.
+        const Point2 middle = (points[t[0]] + points[t[1]] + points[t[2]]) * (1.0f / 3);
+        const bool shown = strip && budget.spend(points.size()) && WindingNumber(walls, middle) > 0;
+        shown ? add(t[0], t[2], t[1]) : add(t[0], t[1], t[2]);
+    }
 }
 
 std::vector<Contour> WithInnerCopies(const std::vector<Contour>& contours) {
@@ -210,76 +189,114 @@ std::uint64_t EstimateCorners(const std::vector<Contour>& contours, const std::v
     return corners;
 }
 
-struct Frame {
-    Point2 low{1e30f, 1e30f}, high{-1e30f, -1e30f};
+struct Box {
+    Point3 low{1e6f, 1e6f, 1e6f}, high{-1e6f, -1e6f, -1e6f};
+    void widen(Point2 p, float z) {
+        low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, z)};
+        high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, z)};
+    }
+    [[nodiscard]] Point3 extent() const { return high - low; }
 };
-Frame FrameOf(const std::vector<Contour>& contours) {
-    Frame frame;
-    for (const Contour& contour : contours)
-        for (const Point2 p : contour.points) {
-            frame.low = {std::min(frame.low.x, p.x), std::min(frame.low.y, p.y)};
-            frame.high = {std::max(frame.high.x, p.x), std::max(frame.high.y, p.y)};
+
+// An object: its contours, for shells with an outline bevel and for those without, and its shells.
+struct Object {
+    std::vector<Source> plain, outlined;
+    std::vector<Shell> shells;
+};
+
+std::vector<Object> Arrange(const std::vector<Contour>& contours, const std::vector<Contour>& withCopies,
+                            const std::vector<ShellMeasures>& shells, std::uint32_t objectCount) {
+    std::vector<Object> objects(objectCount);
+    const auto sort = [&](const std::vector<Contour>& list, std::vector<Source> Object::*sources) {
+        for (const Contour& contour : list) {
+            const std::vector<Point2> normals = EdgeNormals(contour.points);
+            (objects[contour.object].*sources)
+                .push_back({&contour, SmoothedNormals(normals), OffsetDirections(normals)});
         }
+    };
+    sort(contours, &Object::plain);
+    sort(withCopies, &Object::outlined);
+    for (Object& object : objects)
+        for (const ShellMeasures& shell : shells)
+            object.shells.emplace_back(shell, shell.outline ? object.outlined : object.plain);
+    return objects;
+}
+
+// What the shells reach.
+Box BoxOf(const std::vector<Object>& objects) {
+    Box box;
+    for (const Object& object : objects)
+        for (const Shell& shell : object.shells) {
+            const ShellLevels& at = shell.levels;
+            for (const ShellContour& contour : shell.contours) {
+                for (const Point2 p : contour.wall) box.widen(p, at.wallFront), box.widen(p, at.wallBack);
+                for (const Point2 p : contour.cap) {
+                    if (at.frontStrip) box.widen(p, at.front);
+                    if (at.backStrip) box.widen(p, at.back);
+                }
+            }
+        }
+    return box;
+}
+
+// Centres and normalises: the larger half extent becomes 1.
+SolidFrame FrameOf(ModelData& model, const Box& box, const std::vector<Contour>& contours, Point3 scale) {
+    const Point3 extent = box.extent(), center = (box.low + box.high) * 0.5f;
+    const Point3 half = Point3{extent.x * scale.x, extent.y * scale.y, extent.z * scale.z} * 0.5f;
+    model.size = std::max({half.x, half.y, half.z});
+    model.boundsMax = half * (1 / model.size);
+    model.boundsMin = model.boundsMax * -1.0f;
+    SolidFrame frame;
+    frame.scale = scale * (1 / model.size);
+    frame.offset = {-center.x * frame.scale.x, -center.y * frame.scale.y, -center.z * frame.scale.z};
+    Box flat;
+    for (const Contour& contour : contours)
+        for (const Point2 p : contour.points) flat.widen(p, 0);
+    const auto inverse = [](float length) { return length > 0 ? 1 / length : 1.0f; };
+    frame.textureOrigin = {flat.low.x, flat.low.y};
+    frame.textureScale = {inverse(flat.extent().x), inverse(flat.extent().y)};
     return frame;
 }
 
-// False when what was built has no extent to speak of: crumbs of outlines that lie on themselves.
-bool CenterVertices(ModelData& model, Point3 scale, float depthScale) {
-    Point3 low{1e6f, 1e6f, 1e6f}, high{-1e6f, -1e6f, -1e6f};
-    for (ModelVertex& v : model.vertices) {
-        v.position = {v.position.x * scale.x, v.position.y * scale.y, v.position.z * depthScale};
-        low = {std::min(low.x, v.position.x), std::min(low.y, v.position.y), std::min(low.z, v.position.z)};
-        high = {std::max(high.x, v.position.x), std::max(high.y, v.position.y),
-                std::max(high.z, v.position.z)};
+ModelMesh BuildObject(ShellWriter& writer, const Object& object, const ExtrusionOptions& options,
+                      WorkBudget& budget) {
+    ModelMesh mesh;
+    CapTriangulator plain(budget), outlined(budget);
+    for (std::uint32_t b = 0; b < object.shells.size(); ++b) {
+        const Shell& shell = object.shells[b];
+        for (const ShellContour& contour : shell.contours) {
+            if (shell.levels.frontStrip) BuildBevelStrip(writer, shell, contour, true);
+            BuildWall(writer, shell, contour, static_cast<int>(options.depthSegments));
+            if (shell.levels.backStrip) BuildBevelStrip(writer, shell, contour, false);
+        }
+        CapTriangulator& triangulator = shell.measures.outline ? outlined : plain;
+        BuildCap(writer, shell, triangulator, budget, true);
+        BuildCap(writer, shell, triangulator, budget, false);
+        ModelGroup group;
+        group.materialIndex = b;
+        group.useLayerAsUV = options.bevels[b].useLayerAsUV;
+        group.triangles = writer.takeTriangles();
+        if (!group.triangles.empty()) mesh.groups.push_back(std::move(group));
     }
-    const Point3 center = (low + high) * 0.5f;
-    for (ModelVertex& v : model.vertices) v.position -= center;
-    return std::max(high.x - low.x, high.y - low.y) > kLeastExtent;
-}
-
-void MeshBounds(const ModelData& model, ModelMesh& mesh) {
-    mesh.boundsMax = {-1e6f, -1e6f, -1e6f};
-    mesh.boundsMin = {1e6f, 1e6f, 1e6f};
-    for (const ModelGroup& group : mesh.groups)
-        for (const Triangle& triangle : group.triangles)
-            for (const std::uint32_t index : triangle) {
-                const Point3 p = model.vertices[index].position;
-                mesh.boundsMin = {std::min(mesh.boundsMin.x, p.x), std::min(mesh.boundsMin.y, p.y),
-                                  std::min(mesh.boundsMin.z, p.z)};
-                mesh.boundsMax = {std::max(mesh.boundsMax.x, p.x), std::max(mesh.boundsMax.y, p.y),
-                                  std::max(mesh.boundsMax.z, p.z)};
-            }
+    std::tie(mesh.boundsMin, mesh.boundsMax) = writer.takeBounds();
     mesh.center = (mesh.boundsMin + mesh.boundsMax) * 0.5f;
+    return mesh;
 }
 
+// Nothing when what was built has no extent to speak of: crumbs of outlines that lie on themselves.
 void BuildObjects(ModelData& model, const std::vector<Contour>& contours, std::uint32_t objectCount,
-                  const ExtrusionOptions& options, WorkBudget& budget) {
+                  const ExtrusionOptions& options, Point3 scale, WorkBudget& budget) {
     const std::vector<ShellMeasures> shells = MeasureShells(options);
-    const Frame frame = FrameOf(contours);
-    const auto inverse = [](float extent) { return extent > 0 ? 1 / extent : 1.0f; };
-    const Point2 extent{inverse(frame.high.x - frame.low.x), inverse(frame.high.y - frame.low.y)};
     const bool anyOutline =
         std::any_of(shells.begin(), shells.end(), [](const auto& s) { return s.outline; });
-    const std::vector<Contour> both = anyOutline ? WithInnerCopies(contours) : std::vector<Contour>{};
-
-    const auto byObject = [&](const std::vector<Contour>& list) {
-        std::vector<std::vector<const Contour*>> sorted(objectCount);
-        for (const Contour& contour : list) sorted[contour.object].push_back(&contour);
-        return sorted;
-    };
-    const auto plain = byObject(contours), outlined = byObject(both);
-    for (std::uint32_t object = 0; object < objectCount; ++object) {
-        ModelMesh mesh;
+    const std::vector<Contour> copies = anyOutline ? WithInnerCopies(contours) : std::vector<Contour>{};
+    const std::vector<Object> objects = Arrange(contours, copies, shells, objectCount);
+    const Box box = BoxOf(objects);
+    if (!(std::max(box.extent().x * scale.x, box.extent().y * scale.y) > kLeastExtent)) return;
+    ShellWriter writer(model, FrameOf(model, box, contours, scale));
+    for (std::uint32_t object = 0; object < objectCount && !budget.spent(); ++object) {
+        ModelMesh mesh = BuildObject(writer, objects[object], options, budget);
         mesh.name = "Object " + std::to_string(object + 1);
-        for (std::uint32_t b = 0; b < shells.size(); ++b) {
-            ModelGroup group;
-            group.materialIndex = b;
-            group.useLayerAsUV = options.bevels[b].useLayerAsUV;
-            ShellWriter writer(model, group, frame.low, extent);
-            BuildShell({shells[b], static_cast<int>(options.depthSegments), writer, budget},
-                       shells[b].outline ? outlined[object] : plain[object]);
-            if (!group.triangles.empty()) mesh.groups.push_back(std::move(group));
-        }
         if (!mesh.groups.empty()) model.meshes.push_back(std::move(mesh));
     }
 }
@@ -313,7 +330,7 @@ std::vector<ShellMeasures> MeasureShells(const ExtrusionOptions& options) {
         const float expand = bevel.expandEdges * s + options.pathExpand;
         const float half = bevel.outlineWidth * s * 0.5f;
         const float inside = shell.outline ? bevel.insideBevel : 1;
-        shell.cap = (shell.outline ? half : 0) + expand;
+        shell.cap = half + expand;
         shell.wall = shell.cap + bevel.outsideBevel * size * s;
         shell.innerCap = half - expand;
         shell.innerWall = shell.innerCap + inside * size * s;
@@ -354,20 +371,13 @@ void BuildExtrusion(ModelData& model, const PathSet& pathSet, const ExtrusionOpt
                       " triangles is too large to be built; lower its depth segments or path resolution.");
         return;
     }
-    model.vertices.reserve(corners);
-    BuildObjects(model, contours, objectCount, options, budget);
-    if (budget.spent()) {
-        ReportWarning("The outlines of an extrusion are too intricate to be filled.");
-        model.vertices.clear();
-    }
-    if (!CenterVertices(model, scale, options.realWorldScale ? kRealWorldDepth : 1)) {
-        model.vertices.clear();
-        model.meshes.clear();
-        return;
-    }
-    NormaliseModel(model);
-    for (ModelMesh& mesh : model.meshes) MeshBounds(model, mesh);
-    ComputeTangents(model);
+    ReserveLarge(model.vertices, corners);
+    BuildObjects(model, contours, objectCount, options,
+                 {scale.x, scale.y, options.realWorldScale ? kRealWorldDepth : 1}, budget);
+    if (!budget.spent()) return;
+    ReportWarning("The outlines of an extrusion are too intricate to be filled.");
+    model.vertices.clear();
+    model.meshes.clear();
 }
 
 } // namespace velorin

@@ -5,22 +5,48 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace velorin {
 
-// Corners with positive area (x towards y).
-using CapTriangle = std::array<Point2, 3>;
+using CapContours = std::span<const std::vector<Point2>* const>;
+
+// Triangles between the points of contours, which are numbered through all contours in order, and the places
+// where edges cross, which are numbered behind them.
+//
+// The edges of the triangles, those that two of them share left out, are the edges of the contours: what
+// stands on a contour's edges closes with them. An area that the contours run round n times forwards (x
+// towards y) is covered by n triangles of positive area, one that they run round backwards by one of negative
+// area. Edges that another contour's point or edge divides have a triangle without area along them. Only
+// where contours run round an area more than twice is a part left open.
+struct CapMesh {
+    std::vector<Point2> crossings;
+    std::vector<std::array<std::uint32_t, 3>> triangles;
+    std::vector<std::array<std::uint32_t, 3>> turned; // those of negative area
+};
 
 // Steps that triangulating the contours takes: the tessellator sweeps along x and walks all edges under the
 // sweep line at each point. Outlines of letters need a few thousand, a hostile outline can need billions.
-[[nodiscard]] std::uint64_t TriangulationCost(const std::vector<const std::vector<Point2>*>& contours);
+[[nodiscard]] std::uint64_t TriangulationCost(CapContours contours);
 
-// Triangles of the area that the contours enclose with a winding number above 0: outlines run with positive
-// area and holes with negative, so an outline that overlaps itself or another after being expanded stays
-// filled. Corners are points of the contours, and where edges cross, the crossing. None when the budget does
-// not allow for the steps, which it then has spent.
-[[nodiscard]] std::vector<CapTriangle> TriangulateCap(const std::vector<const std::vector<Point2>*>& contours,
-                                                      WorkBudget& budget);
+// No triangles when the budget does not allow for the steps, which it then has spent.
+[[nodiscard]] CapMesh TriangulateCap(CapContours contours, WorkBudget& budget);
+
+// Triangulates contours again and again that were moved by some distance: triangles that none of them turned
+// over are kept.
+class CapTriangulator {
+public:
+    explicit CapTriangulator(WorkBudget& budget) : budget_(budget) {}
+    // As many contours and points at each call. The result lives until the next one.
+    [[nodiscard]] const CapMesh& Triangulate(CapContours contours);
+
+private:
+    [[nodiscard]] bool fits(const CapMesh& mesh) const;
+
+    WorkBudget& budget_;
+    CapMesh kept_, other_;
+    std::vector<Point2> points_; // of the contours at hand, in order
+};
 
 } // namespace velorin

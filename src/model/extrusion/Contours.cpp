@@ -13,8 +13,11 @@ namespace {
 
 constexpr float kKeptTurnDegrees = 20; // sharper corners always stay; at 35 small round corners lose area
 constexpr float kFlatTurnDegrees = 0.25f;
-constexpr float kParallel = 0.001f; // sine between neighbours that still have a usable intersection
-constexpr float kMiterLimit = 20;   // longest corner, in distances
+constexpr float kFlatWidth = 0.01f;      // mean way off the line, in thinning distances, of points on a line
+constexpr double kMostAreaLost = 2.5e-4; // of a contour's area, by thinning it
+constexpr int kFinest = 4;               // halvings of the distance that keep to it
+constexpr float kParallel = 0.001f;      // sine between neighbours that still have a usable intersection
+constexpr float kMiterLimit = 20;        // longest corner, in distances
 
 float Cross2(Point2 a, Point2 b) {
     return a.x * b.y - a.y * b.x;
@@ -219,21 +222,21 @@ void NumberByGeometry(std::vector<Contour>& contours, Sets& sets, WorkBudget& bu
     if (contours.size() < 2) return;
     std::unordered_map<Point2, std::uint32_t, PositionHash> owner; // a contour that has the position
     std::vector<const std::vector<Point2>*> all;
+    std::vector<std::uint32_t> contourOf; // by point
     for (std::uint32_t i = 0; i < contours.size(); ++i) {
         all.push_back(&contours[i].points);
+        contourOf.resize(contourOf.size() + contours[i].points.size(), i);
         for (const Point2 p : contours[i].points) {
             const auto [entry, fresh] = owner.try_emplace(p, i);
             if (!fresh) sets.unite(entry->second, i);
         }
     }
-    for (const CapTriangle& triangle : TriangulateCap(all, budget)) {
-        // Vertices that the tessellator made where edges cross belong to no contour.
+    for (const auto& triangle : TriangulateCap(all, budget).triangles) {
         std::int64_t seen = -1;
-        for (const Point2 p : triangle) {
-            const auto entry = owner.find(p);
-            if (entry == owner.end()) continue;
-            if (seen >= 0) sets.unite(static_cast<std::uint32_t>(seen), entry->second);
-            seen = entry->second;
+        for (const std::uint32_t point : triangle) {
+            if (point >= contourOf.size()) continue; // a crossing belongs to no contour
+            if (seen >= 0) sets.unite(static_cast<std::uint32_t>(seen), contourOf[point]);
+            seen = contourOf[point];
         }
     }
 }
@@ -267,20 +270,40 @@ bool ContourIntersects(const std::vector<Point2>& a, const std::vector<Point2>& 
     return true;
 }
 
-std::vector<Point2> ThinPoints(const std::vector<Point2>& polygon, float distance) {
+namespace {
+
+std::vector<Point2> ThinnedBy(const std::vector<Point2>& polygon, float distance) {
     std::vector<Point2> kept;
     const std::size_t n = polygon.size();
+    float cut =
+        0; // twice the area between the points since the last kept one and the line that replaces them
     for (std::size_t i = 0; i < n; ++i) {
-        const Point2 p = polygon[i];
-        if (i == 0) {
-            kept.push_back(p);
-            continue;
+        const Point2 p = polygon[i], next = polygon[(i + 1) % n];
+        if (i > 0) {
+            const Point2 in = p - kept.back(), out = next - p;
+            const float turn =
+                std::fabs(std::atan2(Cross2(in, out), in.x * out.x + in.y * out.y)) * 180 / kPi;
+            const float length = std::hypot(in.x, in.y);
+            cut += Cross2(in, out);
+            // Where a curve bends the other way its line is parallel to it once more, and yet far off.
+            const bool flat =
+                turn <= kFlatTurnDegrees && std::fabs(cut) <= 2 * kFlatWidth * distance * length;
+            if (turn <= kKeptTurnDegrees && (flat || length <= distance)) continue;
         }
-        const Point2 in = p - kept.back(), out = polygon[(i + 1) % n] - p;
-        const float turn = std::fabs(std::atan2(Cross2(in, out), in.x * out.x + in.y * out.y)) * 180 / kPi;
-        if (turn > kKeptTurnDegrees || (turn > kFlatTurnDegrees && std::hypot(in.x, in.y) > distance))
-            kept.push_back(p);
+        kept.push_back(p);
+        cut = 0;
     }
+    return kept;
+}
+
+} // namespace
+
+std::vector<Point2> ThinPoints(const std::vector<Point2>& polygon, float distance) {
+    const double area = SignedArea2(polygon);
+    std::vector<Point2> kept = ThinnedBy(polygon, distance);
+    for (int finer = 0;
+         finer < kFinest && std::fabs(SignedArea2(kept) - area) > kMostAreaLost * std::fabs(area); ++finer)
+        kept = ThinnedBy(polygon, distance *= 0.5f);
     return kept;
 }
 
@@ -337,22 +360,25 @@ std::vector<Point2> EdgeNormals(const std::vector<Point2>& points) {
     return normals;
 }
 
-std::vector<Point2> OffsetContour(const std::vector<Point2>& points, float distance) {
-    if (distance == 0) return points;
-    const std::size_t n = points.size();
-    const std::vector<Point2> normals = EdgeNormals(points);
-    std::vector<Point2> moved(n);
+std::vector<Point2> OffsetDirections(const std::vector<Point2>& normals) {
+    const std::size_t n = normals.size();
+    std::vector<Point2> directions(n);
     for (std::size_t i = 0; i < n; ++i) {
         const Point2 a = normals[(i + n - 1) % n], b = normals[i];
         // The moved lines meet at (a + b) / (1 + a.b): the same point as their intersection, without its poor
         // condition for neighbours that are nearly parallel.
         const float along = 1 + a.x * b.x + a.y * b.y;
-        const Point2 sum = a + b;
-        Point2 direction = sum * (1 / std::max(along, kParallel));
+        const Point2 direction = (a + b) * (1 / std::max(along, kParallel));
         const float length = std::hypot(direction.x, direction.y);
-        if (length > kMiterLimit) direction = direction * (kMiterLimit / length);
-        moved[i] = points[i] + direction * distance;
+        directions[i] = length > kMiterLimit ? direction * (kMiterLimit / length) : direction;
     }
+    return directions;
+}
+
+std::vector<Point2> Moved(const std::vector<Point2>& points, const std::vector<Point2>& directions,
+                          float distance) {
+    std::vector<Point2> moved(points);
+    for (std::size_t i = 0; i < moved.size(); ++i) moved[i] = points[i] + directions[i] * distance;
     return moved;
 }
 

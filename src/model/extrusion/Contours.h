@@ -32,8 +32,9 @@ struct Contour {
 inline constexpr float kThinDistance = 0.25f;
 
 // Drops points that carry no shape: corners of at most 20 degrees of turn that turn at most a quarter of a
-// degree or lie at most `distance` from the last kept point. The turn is measured against the last kept
-// point, so that many small turns add up.
+// degree and lie close to the line to the next, or that lie at most `distance` from the last kept point. The
+// turn is measured against the last kept point, so that many small turns add up. Where this would change the
+// polygon's area by more than a quarter of a thousandth, the distance is less.
 [[nodiscard]] std::vector<Point2> ThinPoints(const std::vector<Point2>& polygon,
                                              float distance = kThinDistance);
 
@@ -43,12 +44,16 @@ inline constexpr float kThinDistance = 0.25f;
                                                  const ExtrusionOptions& options, std::uint32_t& objectCount,
                                                  WorkBudget& budget);
 
-// Moves every edge out of the material by the distance (a negative one into it) and meets neighbours again in
-// the intersection of their lines; nearly parallel neighbours move along their mean normal. Same number of
-// points.
-[[nodiscard]] std::vector<Point2> OffsetContour(const std::vector<Point2>& points, float distance);
-
 // Unit normal of each edge (point i to i + 1), out of the material; zero for an edge without length.
 [[nodiscard]] std::vector<Point2> EdgeNormals(const std::vector<Point2>& points);
+
+// Where each point goes when every edge moves out of the material by a unit and meets its neighbours again in
+// the intersection of their lines; nearly parallel neighbours move along their mean normal. `normals` are
+// those of the edges.
+[[nodiscard]] std::vector<Point2> OffsetDirections(const std::vector<Point2>& normals);
+
+// The points moved along the directions, out of the material by the distance or into it by a negative one.
+[[nodiscard]] std::vector<Point2> Moved(const std::vector<Point2>& points,
+                                        const std::vector<Point2>& directions, float distance);
 
 } // namespace velorin

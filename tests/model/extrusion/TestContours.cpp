@@ -70,12 +70,17 @@ TEST(BevelProfile, RowsLieOnAQuarterCircleAtFullCurve) {
         for (const ProfileRow& row : BevelProfile(2, depth, -1, 7))
             EXPECT_NEAR(std::hypot(row.out - 2, row.depth - depth), 2, 1e-4);
     }
-    const auto straight = BevelProfile(3, 4, 0, 0);
-    ASSERT_EQ(straight.size(), 2u);
-    EXPECT_FLOAT_EQ(straight[0].out, 3);
-    EXPECT_FLOAT_EQ(straight[1].depth, 4);
-    EXPECT_FLOAT_EQ(straight[0].normalOut, 0.8f); // the normal of the line from (3, 0) to (0, 4)
-    EXPECT_FLOAT_EQ(straight[0].normalDepth, 0.6f);
+    const auto nearlyRound = BevelProfile(3, 4, 0.8f, 3); // closes as smoothly
+    EXPECT_FLOAT_EQ(nearlyRound.front().normalOut, 1);
+    EXPECT_FLOAT_EQ(nearlyRound.back().normalDepth, 1);
+    for (const float curve : {0.0f, 1.0f}) { // one step is straight whatever the curve
+        const auto straight = BevelProfile(3, 4, curve, 0);
+        ASSERT_EQ(straight.size(), 2u);
+        EXPECT_FLOAT_EQ(straight[0].out, 3);
+        EXPECT_FLOAT_EQ(straight[1].depth, 4);
+        EXPECT_FLOAT_EQ(straight[0].normalOut, 0.8f); // the normal of the line from (3, 0) to (0, 4)
+        EXPECT_FLOAT_EQ(straight[0].normalDepth, 0.6f);
+    }
 }
 
 TEST(OrderContours, NestingDecidesWhatIsAHole) {
@@ -125,8 +130,11 @@ TEST(OrderContours, AHoleThatCutsItsOutlineBecomesAnObject) {
                                   budget)); // a shared corner is no crossing
 }
 
-TEST(OffsetContour, MovesEveryEdgeByTheDistance) {
-    const auto square = OffsetContour(Points(Rectangle(0, 0, 10, 10)), 2);
+TEST(OffsetDirections, MoveEveryEdgeByTheDistance) {
+    const auto offset = [](const std::vector<Point2>& points, float distance) {
+        return Moved(points, OffsetDirections(EdgeNormals(points)), distance);
+    };
+    const auto square = offset(Points(Rectangle(0, 0, 10, 10)), 2);
     const std::vector<Point2> expected = {{-2, -2}, {12, -2}, {12, 12}, {-2, 12}};
     for (std::size_t i = 0; i < 4; ++i) {
         EXPECT_NEAR(square[i].x, expected[i].x, 1e-5);
@@ -134,8 +142,8 @@ TEST(OffsetContour, MovesEveryEdgeByTheDistance) {
     }
     // A finely cut circle has neighbours that are nearly parallel; its offset is a circle again.
     const auto circle = FlattenPath(Round({}, 50), false, PathResolution::Extreme, 0);
-    for (const Point2 p : OffsetContour(circle, 3)) EXPECT_NEAR(std::hypot(p.x, p.y), 53, 0.05);
-    for (const Point2 p : OffsetContour(circle, -3)) EXPECT_NEAR(std::hypot(p.x, p.y), 47, 0.05);
+    for (const Point2 p : offset(circle, 3)) EXPECT_NEAR(std::hypot(p.x, p.y), 53, 0.05);
+    for (const Point2 p : offset(circle, -3)) EXPECT_NEAR(std::hypot(p.x, p.y), 47, 0.05);
 }
 
 } // namespace
