@@ -1,3 +1,4 @@
+#include "render/GuestState.h"
 #include "render/SceneFixture.h"
 
 #include "render/FrameBuffers.h"
@@ -42,108 +43,25 @@ TEST_F(FrameTest, ASecondFrameSendsAndCompilesNothing) {
     EXPECT_EQ(second.programsCompiled, first.programsCompiled);
 }
 
-// Everything that a guest may have set, read back.
-std::vector<GLint> StateNow() {
-    std::vector<GLint> state;
-    for (const GLenum what : {GL_CURRENT_PROGRAM,
-                              GL_VERTEX_ARRAY_BINDING,
-                              GL_ARRAY_BUFFER_BINDING,
-                              GL_PIXEL_PACK_BUFFER_BINDING,
-                              GL_PIXEL_UNPACK_BUFFER_BINDING,
-                              GL_UNIFORM_BUFFER_BINDING,
-                              GL_DRAW_FRAMEBUFFER_BINDING,
-                              GL_READ_FRAMEBUFFER_BINDING,
-                              GL_RENDERBUFFER_BINDING,
-                              GL_ACTIVE_TEXTURE,
-                              GL_BLEND,
-                              GL_DEPTH_TEST,
-                              GL_CULL_FACE,
-                              GL_SCISSOR_TEST,
-                              GL_MULTISAMPLE,
-                              GL_POLYGON_OFFSET_FILL,
-                              GL_DEPTH_CLAMP,
-                              GL_DEPTH_WRITEMASK,
-                              GL_BLEND_SRC_RGB,
-                              GL_BLEND_DST_RGB,
-                              GL_BLEND_SRC_ALPHA,
-                              GL_BLEND_DST_ALPHA,
-                              GL_DEPTH_FUNC,
-                              GL_CULL_FACE_MODE,
-                              GL_FRONT_FACE,
-                              GL_PACK_ALIGNMENT,
-                              GL_UNPACK_ALIGNMENT,
-                              GL_UNPACK_ROW_LENGTH,
-                              GL_POINT_SIZE,
-                              GL_TEXTURE_CUBE_MAP_SEAMLESS}) {
-        GLint value = 0;
-        glGetIntegerv(what, &value);
-        state.push_back(value);
-    }
-    std::array<GLint, 4> four{};
-    for (const GLenum what : {GL_VIEWPORT, GL_SCISSOR_BOX, GL_COLOR_WRITEMASK}) {
-        glGetIntegerv(what, four.data());
-        state.insert(state.end(), four.begin(), four.end());
-    }
-    std::array<GLfloat, 4> colour{};
-    for (const GLenum what : {GL_BLEND_COLOR, GL_COLOR_CLEAR_VALUE}) {
-        glGetFloatv(what, colour.data());
-        for (const GLfloat c : colour) state.push_back(static_cast<GLint>(c * 1000));
-    }
-    GLint active = 0;
-    glGetIntegerv(GL_ACTIVE_TEXTURE, &active);
-    for (GLenum unit = 0; unit < 18; ++unit) {
-        glActiveTexture(GL_TEXTURE0 + unit);
-        for (const GLenum what :
-             {GL_TEXTURE_BINDING_2D, GL_TEXTURE_BINDING_CUBE_MAP, GL_TEXTURE_BINDING_2D_ARRAY}) {
-            GLint name = 0;
-            glGetIntegerv(what, &name);
-            state.push_back(name);
-        }
-    }
-    glActiveTexture(static_cast<GLenum>(active));
-    for (GLuint i = 0; i < 6; ++i) {
-        GLint name = 0;
-        glGetIntegeri_v(GL_UNIFORM_BUFFER_BINDING, i, &name);
-        state.push_back(name);
-    }
-    return state;
-}
-
 TEST_F(FrameTest, AFrameLeavesTheStateOfItsContextAlone) {
     const gl::GLStateScope clean; // what this test sets goes again
     Add(RectMesh(4, 4, 30, 30)).forceOpacity = 0.5f;
     (void)Draw(40, 40);
-    // A guest with habits of its own.
     const gl::Texture texture = gl::Texture::New();
     const gl::Buffer buffer = gl::Buffer::New();
-    glActiveTexture(GL_TEXTURE3);
-    glBindTexture(GL_TEXTURE_2D, texture.name());
-    glBindBuffer(GL_ARRAY_BUFFER, buffer.name());
-    glEnable(GL_BLEND);
-    glEnable(GL_SCISSOR_TEST);
-    glScissor(1, 2, 3, 4);
-    glViewport(5, 6, 7, 8);
-    glBlendFuncSeparate(GL_ONE, GL_DST_ALPHA, GL_ZERO, GL_SRC_ALPHA);
-    glClearColor(0.1f, 0.2f, 0.3f, 0.4f);
-    glColorMask(GL_TRUE, GL_FALSE, GL_TRUE, GL_FALSE);
-    glDepthMask(GL_FALSE);
-    glDepthFunc(GL_GEQUAL);
-    glCullFace(GL_FRONT);
-    glFrontFace(GL_CCW);
-    glPointSize(3);
-    glPixelStorei(GL_UNPACK_ROW_LENGTH, 77);
-    const std::vector<GLint> before = StateNow();
+    test::SetOddState(texture.name(), buffer.name());
+    const std::vector<GLint> before = test::StateNow();
 
     settings.supersampling = 2;
     settings.picking = true;
     settings.fxaa = 1;
     settings.environment.showBackground = true;
     (void)Draw(40, 40);
-    EXPECT_EQ(StateNow(), before);
+    EXPECT_EQ(test::StateNow(), before);
     LayerTexture layer;
     std::array<std::uint8_t, 16> pixels{};
     EXPECT_TRUE(renderer().UploadTexture({2, 2, 1, 8, pixels.data()}, layer));
-    EXPECT_EQ(StateNow(), before);
+    EXPECT_EQ(test::StateNow(), before);
 }
 
 TEST_F(FrameTest, PickingTellsPositionNormalAndObject) {

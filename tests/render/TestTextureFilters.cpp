@@ -1,6 +1,8 @@
 #include "TextureFixture.h"
+#include "render/GuestState.h"
 
 #include "render/SampleRows.h"
+#include "render/gl/GLStateScope.h"
 
 #include <gtest/gtest.h>
 
@@ -149,7 +151,7 @@ TEST(SampleRows, FollowTheGgxDistribution) {
 // The picture holds its own directions, so that each texel of the cube must hold the direction that it lies
 // in.
 TEST_F(TextureFiltersTest, CubeFacesLookWhereTheyShould) {
-    const gl::Texture environment = Paint(1024, 512, [](float u, float v) {
+    const gl::Texture environment = Paint(512, 256, [](float u, float v) {
         const float longitude = (u - 0.5f) * 6.2831853f, latitude = (v - 0.5f) * 3.1415927f;
         return std::array<float, 4>{std::cos(latitude) * std::sin(longitude), std::sin(latitude),
                                     std::cos(latitude) * std::cos(longitude), 1};
@@ -234,12 +236,12 @@ double MeanError(const Cube& level, const Cube& source, double roughness) {
 }
 
 TEST_F(TextureFiltersTest, FilteredLevelsAreGgxConvolutions) {
-    const gl::Texture cube = PaintCube(256, Sky);
-    manager().FilterCubeMap(cube.name(), 256, GL_RGBA16F, false);
+    const gl::Texture cube = PaintCube(128, Sky);
+    manager().FilterCubeMap(cube.name(), 128, GL_RGBA16F, false);
     std::vector<Cube> levels;
     for (int level = 0; level <= 6; ++level) levels.push_back(ReadCube(cube.name(), level));
     for (std::size_t level = 1; level <= 6; ++level) {
-        ASSERT_EQ(levels[level].side, 256 >> level);
+        ASSERT_EQ(levels[level].side, 128 >> level);
         // The lobe of the first level is narrower than a texel of the quadrature: it shows the level above.
         const double roughness = std::pow(static_cast<double>(level) / 6, 2.8);
         const double error = MeanError(levels[level], levels[level - 1], std::max(roughness, 0.02));
@@ -384,79 +386,30 @@ TEST_F(TextureFiltersTest, SphereBlurStaysInPlaceAndCrossesPoles) {
     }
 }
 
-// What a caller has set must stand afterwards.
+// What a caller has set must stand afterwards, and does not reach the pictures.
 TEST_F(TextureFiltersTest, TheStateOfTheCallerStays) {
+    const gl::GLStateScope clean;
     const gl::Texture a = Paint(8, 8, [](float u, float v) { return std::array<float, 4>{u, v, 0, 1}; });
-    const gl::Texture other = Paint(2, 2, [](float, float) { return std::array<float, 4>{1, 1, 1, 1}; });
-    const gl::Framebuffer framebuffer = gl::Framebuffer::New();
-    glBindFramebuffer(GL_FRAMEBUFFER, framebuffer.name());
-    glViewport(3, 4, 50, 60);
-    glFrontFace(GL_CCW);
-    glCullFace(GL_FRONT);
-    glDisable(GL_CULL_FACE);
-    glEnable(GL_BLEND);
-    glEnable(GL_DEPTH_TEST);
-    glEnable(GL_SCISSOR_TEST);
-    glColorMask(GL_TRUE, GL_FALSE, GL_TRUE, GL_FALSE);
-    glPolygonMode(GL_FRONT_AND_BACK, GL_LINE);
-    glPixelStorei(GL_UNPACK_ALIGNMENT, 2);
-    for (const GLenum unit : {30, 31, 5}) {
-        glActiveTexture(GL_TEXTURE0 + unit);
-        glBindTexture(GL_TEXTURE_2D, other.name());
-    }
-    const auto state = [] {
-        std::vector<GLint> values;
-        for (const GLenum name :
-             {GL_CURRENT_PROGRAM, GL_VERTEX_ARRAY_BINDING, GL_DRAW_FRAMEBUFFER_BINDING,
-              GL_READ_FRAMEBUFFER_BINDING, GL_ACTIVE_TEXTURE, GL_FRONT_FACE, GL_CULL_FACE_MODE, GL_CULL_FACE,
-              GL_BLEND, GL_DEPTH_TEST, GL_SCISSOR_TEST, GL_VIEWPORT, GL_COLOR_WRITEMASK, GL_POLYGON_MODE,
-              GL_UNPACK_ALIGNMENT, GL_PIXEL_UNPACK_BUFFER_BINDING, GL_TEXTURE_CUBE_MAP_SEAMLESS}) {
-            GLint v[4]{};
-            glGetIntegerv(name, v);
-            values.insert(values.end(), v, v + 4);
-        }
-        GLint active = 0;
-        glGetIntegerv(GL_ACTIVE_TEXTURE, &active);
-        for (const GLenum unit : {30, 31, 5}) {
-            GLint v[2]{};
-            glActiveTexture(GL_TEXTURE0 + unit);
-            glGetIntegerv(GL_TEXTURE_BINDING_2D, &v[0]);
-            glGetIntegerv(GL_TEXTURE_BINDING_CUBE_MAP, &v[1]);
-            values.insert(values.end(), v, v + 2);
-        }
-        glActiveTexture(static_cast<GLenum>(active));
-        return values;
-    };
-    const auto before = state();
+    const gl::Texture small = PaintCube(128, Sky);
+    const gl::Buffer buffer = gl::Buffer::New();
+    SetOddState(a.name(), buffer.name());
+    const auto before = StateNow();
     const std::uint8_t pixel[4] = {1, 2, 3, 4};
-    {
-        const gl::Texture plain = manager().LoadTexture(pixel, 1, 1, true);
-        EXPECT_EQ(state(), before) << "upload";
-        const gl::Texture cube = manager().EnvToCubeMap(a.name());
-        EXPECT_EQ(state(), before) << "cube";
-        manager().FilterCubeMap(cube.name(), 512, GL_RGBA16F, true);
-        EXPECT_EQ(state(), before) << "cube levels";
-        manager().FilterSphereMap(a.name(), 8, 8, true);
-        EXPECT_EQ(state(), before) << "sphere levels";
-        const gl::Texture normals = manager().BumpToNormal(a.name());
-        EXPECT_EQ(state(), before) << "normals";
-        const gl::Texture blurred = manager().BlurSphere(a.name(), 2);
-        EXPECT_EQ(state(), before) << "blur";
-        // Line mode, colour mask and scissor of the caller did not reach the pictures.
-        const auto texels = Read(normals.name());
-        EXPECT_NEAR(texels[4 * 9 + 3], 1, 1e-6);
-        EXPECT_GT(texels[4 * 9 + 2], 0.5f);
-    }
-    for (const GLenum unit : {30, 31, 5}) {
-        glActiveTexture(GL_TEXTURE0 + unit);
-        glBindTexture(GL_TEXTURE_2D, 0);
-    }
-    glActiveTexture(GL_TEXTURE0);
-    for (const GLenum capability : {GL_BLEND, GL_DEPTH_TEST, GL_SCISSOR_TEST}) glDisable(capability);
-    glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
-    glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
-    glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
-    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+    const gl::Texture plain = manager().LoadTexture(pixel, 1, 1, true);
+    EXPECT_EQ(StateNow(), before) << "upload";
+    const gl::Texture cube = manager().EnvToCubeMap(plain.name());
+    EXPECT_EQ(StateNow(), before) << "cube";
+    manager().FilterCubeMap(small.name(), 128, GL_RGBA16F, true);
+    EXPECT_EQ(StateNow(), before) << "cube levels";
+    manager().FilterSphereMap(a.name(), 8, 8, true);
+    EXPECT_EQ(StateNow(), before) << "sphere levels";
+    const gl::Texture normals = manager().BumpToNormal(a.name());
+    EXPECT_EQ(StateNow(), before) << "normals";
+    const gl::Texture blurred = manager().BlurSphere(a.name(), 2);
+    EXPECT_EQ(StateNow(), before) << "blur";
+    const auto texels = Read(normals.name());
+    EXPECT_NEAR(texels[4 * 9 + 3], 1, 1e-6);
+    EXPECT_GT(texels[4 * 9 + 2], 0.5f);
 }
 
 } // namespace
