@@ -150,6 +150,20 @@ FakeHost::~FakeHost() {
     current = nullptr;
 }
 
+void FakeHost::OfferReceipts() {
+    paramUtils_.PF_GetCurrentState = [](PF_ProgPtr, PF_ParamIndex, const A_Time*, const A_Time*,
+                                        PF_State* state) -> PF_Err {
+        *state = {{current->receipt, 0, 0, 0}};
+        return PF_Err_NONE;
+    };
+    paramUtils_.PF_AreStatesIdentical = [](PF_ProgPtr, const PF_State* a, const PF_State* b,
+                                           A_Boolean* same) -> PF_Err {
+        *same = a->reserved[0] == b->reserved[0];
+        return PF_Err_NONE;
+    };
+    suites[kPFParamUtilsSuite] = &paramUtils_;
+}
+
 PF_Err FakeHost::Send(PF_Cmd command, void* extra) {
     out = {};
     out.global_data = in.global_data;

@@ -48,10 +48,14 @@ public:
     // Suites that are offered, by name.
     std::map<std::string, const void*> suites;
     int suitesOut = 0;
+    // Offers the suite that tells whether rows and layers have changed: they have when `receipt` has.
+    void OfferReceipts();
+    int receipt = 1;
 
 private:
     PF_UtilCallbacks utils_{};
     SPBasicSuite basic_{};
+    PF_ParamUtilsSuite3 paramUtils_{};
 };
 
 // A frame for smart render: the input layer of one colour, one output world, layers all without pixels.

@@ -132,6 +132,8 @@ TEST_F(Frame, TheSecondFrameUploadsNothing) {
     EXPECT_EQ(frame["uploads"], 0);
     EXPECT_EQ(frame["programs"], 0);
     EXPECT_TRUE(frame["stages"].contains("PluginRender"));
+    EXPECT_TRUE(Ask({{"do", "nonsense"}}).contains("error"));
+    EXPECT_TRUE(Ask(nlohmann::json("text")).contains("error"));
     // Another value with the same contents is the same scene.
     {
         const HandleLock lock(host.in.utils, host.Row(4).u.arb_d.value);
@@ -200,48 +202,6 @@ TEST_F(Frame, AnInstanceStoredAsNothingStillDraws) {
     EXPECT_EQ(frame.Render(), PF_Err_NONE);
     EXPECT_GT(frame.PixelsDrawn(), 0u);
     host.in.sequence_data = kept;
-}
-
-// A duplicate shares the loaded geometry; what one instance gives back the other keeps.
-TEST_F(Frame, DuplicatesShareTheirModels) {
-    AddCube();
-    FakeFrame frame(host, 160, 90, 8);
-    ASSERT_EQ(frame.Render(), PF_Err_NONE);
-    ASSERT_EQ(host.Send(PF_Cmd_SEQUENCE_FLATTEN), PF_Err_NONE);
-    const PF_Handle twin = host.HandleOf(host.BytesOf(host.in.sequence_data));
-    ASSERT_EQ(host.Send(PF_Cmd_SEQUENCE_RESETUP), PF_Err_NONE);
-    const PF_Handle original = host.in.sequence_data;
-    host.in.sequence_data = twin;
-    ASSERT_EQ(host.Send(PF_Cmd_SEQUENCE_RESETUP), PF_Err_NONE);
-    FakeFrame twinFrame(host, 160, 90, 8);
-    ASSERT_EQ(twinFrame.Render(), PF_Err_NONE);
-    EXPECT_EQ(twinFrame.PixelsDrawn(), frame.PixelsDrawn());
-    ASSERT_EQ(host.Send(PF_Cmd_SEQUENCE_SETDOWN), PF_Err_NONE);
-    host.in.sequence_data = original;
-    FakeFrame again(host, 160, 90, 8);
-    ASSERT_EQ(again.Render(), PF_Err_NONE);
-    EXPECT_EQ(again.PixelsDrawn(), frame.PixelsDrawn());
-}
-
-TEST_F(Frame, AnswersQuestionsAboutItself) {
-    const nlohmann::json params = Ask({{"do", "params"}});
-    ASSERT_EQ(params.size(), 2427u);
-    EXPECT_EQ(params[5]["name"], "1. Particle Count");
-    EXPECT_EQ(params[5]["index"], 6);
-    EXPECT_EQ(params[5]["sliderMax"], 100);
-    EXPECT_EQ(params[1]["kind"], "arbitrary");
-    AddCube();
-    EXPECT_TRUE(Ask({{"do", "capture"}, {"what", {"particles", "draws"}}, {"group", 1}}).is_object());
-    FakeFrame frame(host, 160, 90, 8);
-    ASSERT_EQ(frame.Render(), PF_Err_NONE);
-    const nlohmann::json captured = Ask({{"do", "captured"}});
-    ASSERT_EQ(captured["particles"].size(), 1u);
-    EXPECT_EQ(captured["particles"][0]["position"], nlohmann::json({80, 45, 0}));
-    ASSERT_EQ(captured["draws"].size(), 1u);
-    EXPECT_EQ(captured["draws"][0]["model"], "Cube");
-    EXPECT_TRUE(Ask({{"do", "devices"}})["gl"]["ready"]);
-    EXPECT_TRUE(Ask({{"do", "nonsense"}}).contains("error"));
-    EXPECT_TRUE(Ask(nlohmann::json("text")).contains("error"));
 }
 
 } // namespace

@@ -203,19 +203,7 @@ TEST_F(FrameRows, GroupsReadTheirOwnRows) {
 
 // Frames 0 to 3 play at 100, 200, 0 and 50 percent: at frame 3.5 that is 1 + 2 + 0 + 0.5 * 0.5 frames.
 TEST_F(FrameRows, PlaybackSpeedAddsUpOverTime) {
-    static int receipt = 1;
-    PF_ParamUtilsSuite3 suite{};
-    suite.PF_GetCurrentState = [](PF_ProgPtr, PF_ParamIndex, const A_Time*, const A_Time*,
-                                  PF_State* out) -> PF_Err {
-        *out = {{receipt, 0, 0, 0}};
-        return PF_Err_NONE;
-    };
-    suite.PF_AreStatesIdentical = [](PF_ProgPtr, const PF_State* a, const PF_State* b,
-                                     A_Boolean* same) -> PF_Err {
-        *same = a->reserved[0] == b->reserved[0];
-        return PF_Err_NONE;
-    };
-    host.suites[kPFParamUtilsSuite] = &suite;
+    host.OfferReceipts();
     host.in.local_time_step = 2;
     auto& values = host.floatsAtTime[host.Index(166)];
     values = {{0, 100}, {2, 200}, {4, 0}, {6, 50}};
@@ -228,7 +216,7 @@ TEST_F(FrameRows, PlaybackSpeedAddsUpOverTime) {
     EXPECT_FLOAT_EQ(record.params->groups[0].baked.playback, 3);
     EXPECT_LE(host.floatReads - readsBefore, 2); // the sums were kept
     values[0] = 300;
-    receipt = 2;
+    host.receipt = 2;
     ReadGroups();
     EXPECT_FLOAT_EQ(record.params->groups[0].baked.playback, 5);
 }

@@ -37,15 +37,10 @@ TEST(JitterTables, AreCentredAndWellSpread) {
         // Points of a hexagonal grid of the same density lie 2 * sqrt(area / (n * 2 * sqrt 3)) apart.
         const double ideal = 2 * std::sqrt(3.14159265358979 / 4 / (n * 2 * std::sqrt(3.0)));
         EXPECT_GT(nearest, 0.7 * ideal) << quality;
-    }
-}
-
-TEST(JitterTables, AnyLeadingPartIsSpread) {
-    for (int quality = 1; quality <= 4; ++quality) {
-        const auto table = JitterTable(quality);
-        Point2 mean;
-        for (std::size_t i = 0; i < 24; ++i) mean = mean + (table[i] - Point2{0.5f, 0.5f}) * (1 / 24.0f);
-        EXPECT_LT(std::hypot(mean.x, mean.y), 0.03) << quality;
+        Point2 leading; // mean of the first passes, which are all that a stopped render has
+        for (std::size_t i = 0; i < 24; ++i)
+            leading = leading + (table[i] - Point2{0.5f, 0.5f}) * (1 / 24.0f);
+        EXPECT_LT(std::hypot(leading.x, leading.y), 0.03) << quality;
     }
 }
 

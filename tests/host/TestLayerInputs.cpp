@@ -123,18 +123,6 @@ TEST(LayerInputs, TimesFollowTheSamplingModes) {
 
 // Receipts of the host decide, and the size; without receipts nothing counts as unchanged.
 TEST(LayerInputs, UnchangedLayersAreKnown) {
-    static int state = 1;
-    PF_ParamUtilsSuite3 suite{};
-    suite.PF_GetCurrentState = [](PF_ProgPtr, PF_ParamIndex, const A_Time*, const A_Time*,
-                                  PF_State* out) -> PF_Err {
-        *out = {{state, 0, 0, 0}};
-        return PF_Err_NONE;
-    };
-    suite.PF_AreStatesIdentical = [](PF_ProgPtr, const PF_State* a, const PF_State* b,
-                                     A_Boolean* same) -> PF_Err {
-        *same = a->reserved[0] == b->reserved[0];
-        return PF_Err_NONE;
-    };
     FakeHost host;
     const std::vector<std::uint32_t> index(100, 1);
     int pixel = 0;
@@ -146,7 +134,7 @@ TEST(LayerInputs, UnchangedLayersAreKnown) {
     LayerSource without;
     EXPECT_TRUE(changed(without));
     EXPECT_TRUE(changed(without));
-    host.suites[kPFParamUtilsSuite] = &suite;
+    host.OfferReceipts();
     LayerSource source;
     EXPECT_TRUE(changed(source));
     EXPECT_FALSE(changed(source));
@@ -155,7 +143,7 @@ TEST(LayerInputs, UnchangedLayersAreKnown) {
     image.bytesPerChannel = 2;
     EXPECT_TRUE(changed(source));
     EXPECT_FALSE(changed(source));
-    state = 2;
+    host.receipt = 2;
     EXPECT_TRUE(changed(source));
     EXPECT_EQ(host.suitesOut, 0);
 }

@@ -104,20 +104,5 @@ TEST_F(SceneValueCalls, NothingGivesAnEmptyDocument) {
     EXPECT_EQ(host.handles, 0u);
 }
 
-TEST_F(SceneValueCalls, DamagedDocumentsGiveWhatCouldBeRead) {
-    const PF_Handle value = New();
-    With(value, [](SceneValue& v) {
-        v.scene->models.push_back(Ref<SceneModel>::Make(ModelType::Primitive));
-        return 0;
-    });
-    const std::vector<std::byte> flat = Flatten(value);
-    for (std::size_t length = 0; length < flat.size(); length += 7) {
-        const PF_Handle cut = Unflatten({flat.begin(), flat.begin() + static_cast<std::ptrdiff_t>(length)});
-        EXPECT_LE(With(cut, [](SceneValue& v) { return v.scene->models.size(); }), 1u);
-        Dispose(cut);
-    }
-    Dispose(value);
-}
-
 } // namespace
 } // namespace velorin
