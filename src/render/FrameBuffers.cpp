@@ -89,6 +89,17 @@ bool ClearOne(const gl::Framebuffer& framebuffer, int colours, GLbitfield what, 
            glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
 }
 
+// Copies colour 0 of `source` to colour `attachment` of `target`, resolving samples.
+void CopyColour(const gl::Framebuffer& source, const gl::Framebuffer& target, unsigned attachment, int width,
+                int height) {
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, source.name());
+    glReadBuffer(GL_COLOR_ATTACHMENT0);
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, target.name());
+    glDrawBuffer(GL_COLOR_ATTACHMENT0 + attachment);
+    glBlitFramebuffer(0, 0, width, height, 0, 0, width, height, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+}
+
 } // namespace
 
 int ClampSamples(int wished, int limit) {
@@ -101,6 +112,9 @@ FrameBufferKey KeyOf(const RenderSettings& settings, int width, int height, cons
     FrameBufferKey key;
     key.width = width;
     key.height = height;
+    const int side = settings.gridSide();
+    key.imageWidth = (width + side - 1) / side * side;
+    key.imageHeight = (height + side - 1) / side * side;
     key.sampleCount = ClampSamples(settings.sampleCount, driver.maxSamples);
     key.rayTracedShadows = settings.shadow.rayTraced && settings.shadow.rayLayers > 0 && rayTracer;
     key.rayShadowLayers = key.rayTracedShadows ? settings.shadow.rayLayers : 0;
@@ -147,8 +161,8 @@ bool FrameBuffers::Build(RenderStatistics& statistics) {
 }
 
 bool FrameBuffers::BuildImage() {
-    imageDepth = MakeRenderbuffer(GL_DEPTH_COMPONENT24, key_.sampleCount, key_.width, key_.height);
-    imageColour = MakeRenderbuffer(GL_RGBA16F, key_.sampleCount, key_.width, key_.height);
+    imageDepth = MakeRenderbuffer(GL_DEPTH_COMPONENT24, key_.sampleCount, key_.imageWidth, key_.imageHeight);
+    imageColour = MakeRenderbuffer(GL_RGBA16F, key_.sampleCount, key_.imageWidth, key_.imageHeight);
     imageFramebuffer = BindNew();
     AttachRenderbuffer(GL_DEPTH_ATTACHMENT, imageDepth);
     AttachRenderbuffer(GL_COLOR_ATTACHMENT0, imageColour);
@@ -217,6 +231,12 @@ bool FrameBuffers::BuildPictures() {
     scratchFramebuffer = BindNew();
     AttachTexture(0, scratchTexture0);
     AttachTexture(1, scratchTexture1);
+    if (!CheckComplete(__LINE__)) return false;
+
+    if (key_.imageWidth == key_.width && key_.imageHeight == key_.height) return true;
+    tileTexture = MakeTarget(GL_RGBA16F, key_.imageWidth, key_.imageHeight);
+    tileFramebuffer = BindNew();
+    AttachTexture(0, tileTexture);
     return CheckComplete(__LINE__);
 }
 
@@ -241,7 +261,7 @@ bool FrameBuffers::BuildReflections() {
     reflectionColour = MakeRenderbuffer(GL_RGBA16F, key_.sampleCount, width, height);
     reflectionFramebuffer = BindNew();
     // The image's depth serves as long as it is as large.
-    if (width == key_.width && height == key_.height) {
+    if (width == key_.imageWidth && height == key_.imageHeight) {
         AttachRenderbuffer(GL_DEPTH_ATTACHMENT, imageDepth);
     } else {
         reflectionDepth = MakeRenderbuffer(GL_DEPTH_COMPONENT24, key_.sampleCount, width, height);
@@ -273,15 +293,15 @@ void FrameBuffers::ResolveImage(const gl::Framebuffer& target) const {
     Copy(imageFramebuffer, target);
 }
 
+const gl::Texture& FrameBuffers::ResolveTile() const {
+    CopyColour(imageFramebuffer, tileFramebuffer ? tileFramebuffer : scratchFramebuffer, 0, key_.imageWidth,
+               key_.imageHeight);
+    return tileFramebuffer ? tileTexture : scratchTexture0;
+}
+
 void FrameBuffers::Copy(const gl::Framebuffer& source, const gl::Framebuffer& target,
                         unsigned attachment) const {
-    glBindFramebuffer(GL_READ_FRAMEBUFFER, source.name());
-    glReadBuffer(GL_COLOR_ATTACHMENT0);
-    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, target.name());
-    glDrawBuffer(GL_COLOR_ATTACHMENT0 + attachment);
-    glBlitFramebuffer(0, 0, key_.width, key_.height, 0, 0, key_.width, key_.height, GL_COLOR_BUFFER_BIT,
-                      GL_NEAREST);
-    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+    CopyColour(source, target, attachment, key_.width, key_.height);
 }
 
 } // namespace velorin

@@ -13,7 +13,9 @@ struct RenderStatistics;
 // What the frame buffer table is built for. A change of any field rebuilds all of it.
 struct FrameBufferKey {
     int width = 0, height = 0; // pixels
-    int sampleCount = 0;       // of the image; 0 is not multisampled
+    // Of the image buffer: the frame, or as much more as a tile of a supersampled frame may need.
+    int imageWidth = 0, imageHeight = 0;
+    int sampleCount = 0; // of the image; 0 is not multisampled
     bool rayTracedShadows = false;
     int rayShadowLayers = 0;
     int shadowMapSize = 0, shadowMapLayers = 0, pointLights = 0;
@@ -48,6 +50,8 @@ public:
 
     // Copies colour from the image buffer (resolving its samples) to colour 0 of `target`, frame size.
     void ResolveImage(const gl::Framebuffer& target) const;
+    // The same to a texture of the image buffer's size, which the next step may overwrite.
+    [[nodiscard]] const gl::Texture& ResolveTile() const;
     // Copies colour 0 of one frame-sized target to colour `attachment` of another.
     void Copy(const gl::Framebuffer& source, const gl::Framebuffer& target, unsigned attachment = 0) const;
 
@@ -69,6 +73,8 @@ public:
     gl::Texture finalColourTexture, finalPropertyTexture, finalAoTexture;
     gl::Framebuffer scratchFramebuffer;
     gl::Texture scratchTexture0, scratchTexture1;
+    gl::Framebuffer tileFramebuffer; // a resolved tile, where the image buffer is larger than the frame
+    gl::Texture tileTexture;
     gl::Framebuffer shadowFramebuffer;
     gl::Texture shadowMapArray;
     gl::Framebuffer cubeShadowFramebuffer;

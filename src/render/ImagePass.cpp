@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 namespace velorin {
 
@@ -23,10 +24,10 @@ void BindTexture(TextureUnit unit, GLenum target, gl::Name texture) {
 }
 
 // Directs drawing to the image with its samples.
-void BindImage(const FrameBuffers& buffers) {
+void BindImage(const FrameBuffers& buffers, const TileViewport& viewport) {
     glBindFramebuffer(GL_FRAMEBUFFER, buffers.imageFramebuffer.name());
     glDrawBuffer(GL_COLOR_ATTACHMENT0);
-    glViewport(0, 0, buffers.key().width, buffers.key().height);
+    glViewport(viewport.x, viewport.y, viewport.width, viewport.height);
     glEnable(GL_MULTISAMPLE);
     glEnable(GL_DEPTH_TEST);
 }
@@ -54,15 +55,26 @@ void VelorinRenderer::State::DrawImage(const RenderSettings& settings, const Dra
     gl::CheckGLError("VelorinRenderer::startImagePass", __LINE__);
 }
 
+TileViewport VelorinRenderer::State::ViewportOfTile(const RenderSettings& settings, const TileRect& tile,
+                                                    int side) const {
+    // Cutting a polygon at the viewport's border makes new corners, which a cloud of points must not show.
+    const int margin = settings.polygonMode == PolygonMode::Points
+                           ? static_cast<int>(std::ceil(settings.pointSize / 2)) + 1
+                           : 0;
+    const FrameBufferKey& key = buffers().key();
+    return ViewportOf(tile, side, key.width, key.height, margin, renderer.driver().maxViewportWidth,
+                      renderer.driver().maxViewportHeight);
+}
+
 void VelorinRenderer::State::DrawTile(const RenderSettings& settings, const DrawList& list,
                                       const SceneView& view, const TileRect& tile) {
-    const FrameBufferKey& key = buffers().key();
     const OutputRow& output = RowOf(settings.output);
+    const TileViewport viewport = ViewportOfTile(settings, tile, settings.gridSide());
     manager.SetPass(ImagePassOf(settings));
-    manager.SetCamera(view.view, view.projection * TileProjection(tile, key.width, key.height), view.eyeWorld,
-                      {static_cast<float>(tile.width) / static_cast<float>(key.width),
-                       static_cast<float>(tile.height) / static_cast<float>(key.height)},
+    const float scale = 1 / static_cast<float>(settings.gridSide());
+    manager.SetCamera(view.view, view.projection * viewport.afterProjection, view.eyeWorld, {scale, scale},
                       {static_cast<float>(tile.x), static_cast<float>(tile.y)});
+    manager.state().viewportSize = {static_cast<float>(viewport.width), static_cast<float>(viewport.height)};
     // Shadows are lit as long as no pass fills their textures.
     RenderStateBlock& state = manager.state().renderState;
     state.ambientOcclusion = 1;
@@ -80,7 +92,7 @@ void VelorinRenderer::State::DrawTile(const RenderSettings& settings, const Draw
     flags.flipWinding = view.mirrored;
     flags.globalWireframe = settings.polygonMode == PolygonMode::Wireframe;
 
-    BindImage(buffers());
+    BindImage(buffers(), viewport);
     glDisable(GL_BLEND);
     ColourMask(true);
     glDepthMask(GL_TRUE);
@@ -102,8 +114,12 @@ void VelorinRenderer::State::DrawTile(const RenderSettings& settings, const Draw
     glDisable(GL_MULTISAMPLE);
     StoreImageResult(settings, tile, 0);
     if (output.singlePass || preview) return;
-    if (flags.hasAdditive) DrawBlendStep(settings, list, flags, 1), StoreImageResult(settings, tile, 1);
-    if (flags.hasScreen) DrawBlendStep(settings, list, flags, 2), StoreImageResult(settings, tile, 2);
+    for (const int step : {1, 2}) {
+        if (!(step == 1 ? flags.hasAdditive : flags.hasScreen)) continue;
+        BindImage(buffers(), viewport);
+        DrawBlendStep(settings, list, flags, step);
+        StoreImageResult(settings, tile, step);
+    }
 }
 
 void VelorinRenderer::State::DrawSolid(const RenderSettings& settings, const DrawList& list,
@@ -140,7 +156,6 @@ void VelorinRenderer::State::DrawTranslucent(const RenderSettings& settings, con
 void VelorinRenderer::State::DrawBlendStep(const RenderSettings& settings, const DrawList& list,
                                            PassFlags flags, int step) {
     manager.SetPass(ImagePassOf(settings));
-    BindImage(buffers());
     glClearColor(0, 0, 0, 0);
     glClear(GL_COLOR_BUFFER_BIT);
     glEnable(GL_BLEND);
@@ -162,7 +177,7 @@ void VelorinRenderer::State::StoreImageResult(const RenderSettings& settings, co
         buffers().ResolveImage(buffers().resultFramebuffer);
         return;
     }
-    buffers().ResolveImage(buffers().scratchFramebuffer);
+    const gl::Texture& samples = buffers().ResolveTile();
     const BoundPass pass = renderer.programs().Use(PassProgram::Resolve);
     if (!pass) return;
     glBindFramebuffer(GL_FRAMEBUFFER, buffers().resultFramebuffer.name());
@@ -170,10 +185,9 @@ void VelorinRenderer::State::StoreImageResult(const RenderSettings& settings, co
     glDrawBuffers(2, kColours.data());
     glViewport(tile.x, tile.y, tile.width, tile.height);
     BindTexture(TextureUnit::Normal, GL_TEXTURE_2D, buffers().scratchTexture1.name());
-    BindTexture(TextureUnit::Diffuse, GL_TEXTURE_2D, buffers().scratchTexture0.name());
+    BindTexture(TextureUnit::Diffuse, GL_TEXTURE_2D, samples.name());
     pass.Set("numSamples", side);
-    pass.Set("texelSize",
-             Point2{1 / static_cast<float>(tile.width * side), 1 / static_cast<float>(tile.height * side)});
+    pass.Set("tileOrigin", Point2{static_cast<float>(tile.x), static_cast<float>(tile.y)});
     pass.Set("gamma", 1 / std::max(settings.gamma, 0.01f));
     pass.Set("blendMode", blendStep == 3 ? 0 : blendStep);
     glDisable(GL_DEPTH_TEST);

@@ -1,5 +1,6 @@
 #include "render/PassTable.h"
 
+#include <algorithm>
 #include <array>
 
 namespace velorin {
@@ -52,19 +53,41 @@ TileSpan TileOf(int size, int count, int index) {
     return span;
 }
 
-Matrix TileProjection(const TileRect& tile, int frameWidth, int frameHeight) {
-    const auto width = static_cast<float>(frameWidth), height = static_cast<float>(frameHeight);
-    const float scaleX = width / static_cast<float>(tile.width);
-    const float scaleY = height / static_cast<float>(tile.height);
-    // The tile's centre in clip coordinates of the whole frame.
-    const float centreX = (2 * static_cast<float>(tile.x) + static_cast<float>(tile.width)) / width - 1;
-    const float centreY = (2 * static_cast<float>(tile.y) + static_cast<float>(tile.height)) / height - 1;
-    Matrix m;
-    m(0, 0) = scaleX;
-    m(1, 1) = scaleY;
-    m(3, 0) = -centreX * scaleX; // times clip w
-    m(3, 1) = -centreY * scaleY;
-    return m;
+namespace {
+
+// One axis of a viewport: its span, and clip coordinate of the frame * scale + shift = of the viewport.
+struct ViewportSpan {
+    int start = 0, length = 0;
+    float scale = 1, shift = 0;
+};
+
+ViewportSpan SpanOf(int tileStart, int tileLength, int side, int frame, int margin, int limit) {
+    const int samples = frame * side, origin = tileStart * side;
+    ViewportSpan span{-origin - margin, samples + 2 * margin};
+    if (span.length > limit) {
+        const int last = span.start + span.length - limit;
+        span.start = std::clamp((tileLength * side - limit) / 2, span.start, last);
+        span.length = limit;
+    }
+    const auto length = static_cast<float>(span.length);
+    span.scale = static_cast<float>(samples) / length;
+    span.shift = static_cast<float>(samples - 2 * (origin + span.start) - span.length) / length;
+    return span;
+}
+
+} // namespace
+
+TileViewport ViewportOf(const TileRect& tile, int side, int frameWidth, int frameHeight, int margin,
+                        int maxWidth, int maxHeight) {
+    const ViewportSpan x = SpanOf(tile.x, tile.width, side, frameWidth, margin, maxWidth);
+    const ViewportSpan y = SpanOf(tile.y, tile.height, side, frameHeight, margin, maxHeight);
+    TileViewport result{x.start, y.start, x.length, y.length, {}};
+    Matrix& m = result.afterProjection;
+    m(0, 0) = x.scale;
+    m(1, 1) = y.scale;
+    m(3, 0) = x.shift; // times clip w
+    m(3, 1) = y.shift;
+    return result;
 }
 
 } // namespace velorin

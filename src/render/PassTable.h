@@ -29,7 +29,16 @@ struct TileSpan {
 };
 [[nodiscard]] TileSpan TileOf(int size, int count, int index);
 
-// Moves and scales clip coordinates so that the tile fills the whole target; acts after the projection.
-[[nodiscard]] Matrix TileProjection(const TileRect& tile, int frameWidth, int frameHeight);
+// Where a tile is drawn: a GL viewport in samples of the image buffer, whose first sample is the tile's. It
+// reaches over the tile as far as the frame does, so that nothing is cut at the borders between tiles: a
+// polygon has its corners and lines where the whole frame has them.
+struct TileViewport {
+    int x = 0, y = 0, width = 0, height = 0;
+    Matrix afterProjection; // from clip coordinates of the frame to those of the viewport
+};
+// `side`: samples in a pixel of the frame, along one axis. `margin`: samples around the frame that are drawn
+// too. A frame that is larger than `maxWidth` by `maxHeight` samples is cut around the tile.
+[[nodiscard]] TileViewport ViewportOf(const TileRect& tile, int side, int frameWidth, int frameHeight,
+                                      int margin, int maxWidth, int maxHeight);
 
 } // namespace velorin

@@ -14,10 +14,11 @@ namespace velorin {
 namespace {
 
 // Binds colours of the property buffer and clears them and the depth.
-void BindProperties(const FrameBuffers& buffers, std::span<const GLenum> colours) {
+void BindProperties(const FrameBuffers& buffers, const TileViewport& viewport,
+                    std::span<const GLenum> colours) {
     glBindFramebuffer(GL_FRAMEBUFFER, buffers.propertyFramebuffer.name());
     glDrawBuffers(static_cast<GLsizei>(colours.size()), colours.data());
-    glViewport(0, 0, buffers.key().width, buffers.key().height);
+    glViewport(viewport.x, viewport.y, viewport.width, viewport.height);
     glClearColor(0, 0, 0, 0);
     glClearDepth(1);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
@@ -43,8 +44,14 @@ bool VelorinRenderer::State::NeedsProperties(const RenderSettings& settings) {
 
 void VelorinRenderer::State::DrawProperties(const RenderSettings& settings, const DrawList& list) {
     VELORIN_PROFILE("VelorinRenderer", "PropertyPass");
-    manager.SetCamera(settings.camera.view, settings.camera.projection, settings.camera.position);
+    const FrameBufferKey& key = buffers().key();
+    const TileViewport viewport = ViewportOfTile(settings, {0, 0, key.width, key.height}, 1);
+    manager.SetCamera(settings.camera.view, settings.camera.projection * viewport.afterProjection,
+                      settings.camera.position);
+    manager.state().viewportSize = {static_cast<float>(viewport.width), static_cast<float>(viewport.height)};
+    // Lines and points have their size in pixels of the frame here, not in samples.
     manager.state().renderState.wireframeSupersample = 0;
+    glPointSize(settings.pointSize / static_cast<float>(settings.gridSide()));
     manager.SetPass(MaterialPass::Property);
     glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
     glDisable(GL_BLEND);
@@ -52,13 +59,13 @@ void VelorinRenderer::State::DrawProperties(const RenderSettings& settings, cons
 
     PassFlags flags = PropertyFlags(settings);
     constexpr std::array<GLenum, 2> kGeometry{GL_COLOR_ATTACHMENT0, GL_COLOR_ATTACHMENT1};
-    BindProperties(buffers(), kGeometry);
+    BindProperties(buffers(), viewport, kGeometry);
     drawer.DrawAll(list, groups, flags);
 
     if (settings.glow.enabled) {
         // The programs write colour 0, which this list of draw buffers turns to the third attachment.
         constexpr std::array<GLenum, 1> kGlow{GL_COLOR_ATTACHMENT2};
-        BindProperties(buffers(), kGlow);
+        BindProperties(buffers(), viewport, kGlow);
         manager.SetPass(MaterialPass::GlowProperty);
         glEnable(GL_BLEND);
         glBlendFuncSeparate(GL_CONSTANT_COLOR, GL_ONE_MINUS_CONSTANT_COLOR, GL_ONE, GL_ZERO);
@@ -71,6 +78,7 @@ void VelorinRenderer::State::DrawProperties(const RenderSettings& settings, cons
     if (settings.ao.sampleCount > 0 || settings.ao.maskSampleCount > 0)
         DrawMultisampledNormals(settings, list);
     manager.state().renderState.wireframeSupersample = 1;
+    glPointSize(settings.pointSize);
     glBindFramebuffer(GL_FRAMEBUFFER, 0);
     gl::CheckGLError("VelorinRenderer::startAAPropertyPass", __LINE__);
 }

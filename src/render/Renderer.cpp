@@ -162,6 +162,10 @@ InitError Renderer::ReadLimits() {
     driver_.isAti = driver_.vendor.find("ATI ") != std::string::npos;
     if (driver_.versionCode < kOldestVersion) return InitError::OldVersion;
     driver_.maxTextureSize = GetInt(GL_MAX_TEXTURE_SIZE);
+    std::array<GLint, 2> viewport{};
+    glGetIntegerv(GL_MAX_VIEWPORT_DIMS, viewport.data());
+    driver_.maxViewportWidth = viewport[0];
+    driver_.maxViewportHeight = viewport[1];
     driver_.maxSamples = GetInt(GL_MAX_SAMPLES);
     driver_.textureMultisample = GLEW_ARB_texture_multisample || GLEW_VERSION_3_2;
     driver_.sampleShading = GLEW_ARB_sample_shading;

@@ -25,7 +25,8 @@ struct DriverInfo {
     int versionCode = 0;    // major * 256 + minor of `version`; 0 when it has two characters or fewer
     bool isAti = false;     // the vendor has "ATI " in it
     int maxTextureSize = 0; // pixels
-    int maxSamples = 0;     // of a multisampled render buffer
+    int maxViewportWidth = 0, maxViewportHeight = 0;
+    int maxSamples = 0; // of a multisampled render buffer
     int maxColourTextureSamples = 0;
     float maxAnisotropy = 0;         // 0 without the extension
     bool textureMultisample = false; // GL_ARB_texture_multisample

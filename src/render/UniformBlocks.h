@@ -165,11 +165,11 @@ struct RenderStateBlock {
 // Per draw.
 struct ShaderStateBlock {
     RenderStateBlock renderState;
-    Point2 frameBufferSize{1, 1}; // pixels of the target
+    Point2 frameBufferSize{1, 1}; // pixels of the frame
     std::int32_t objectId = 0;
     float pad0 = 0;
     Point2 modelUvOffset;
-    Point2 pad1;
+    Point2 viewportSize{1, 1};     // fragments that clip coordinates span
     Point4 modelColor{1, 1, 1, 1}; // tint and opacity of the instance
     Matrix modelMatrix, baseModelMatrix;
     Matrix normalMatrix;       // inverse transpose of modelMatrix
@@ -305,6 +305,7 @@ static_assert(sizeof(RenderPropertiesBlock) == 592 && offsetof(RenderPropertiesB
 static_assert(sizeof(RenderStateBlock) == 48);
 static_assert(sizeof(ShaderStateBlock) == 752 && offsetof(ShaderStateBlock, objectId) == 56 &&
               offsetof(ShaderStateBlock, modelUvOffset) == 64 &&
+              offsetof(ShaderStateBlock, viewportSize) == 72 &&
               offsetof(ShaderStateBlock, modelColor) == 80 && offsetof(ShaderStateBlock, modelMatrix) == 96 &&
               offsetof(ShaderStateBlock, cubeViewMatrix) == 352 &&
               offsetof(ShaderStateBlock, clipPlane) == 736);

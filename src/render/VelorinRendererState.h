@@ -48,6 +48,8 @@ struct VelorinRenderer::State {
     // ImagePass.cpp
     // The whole frame from one view into resultFramebuffer, in tiles when supersampled.
     void DrawImage(const RenderSettings& settings, const DrawList& list, const SceneView& view);
+    [[nodiscard]] TileViewport ViewportOfTile(const RenderSettings& settings, const TileRect& tile,
+                                              int side) const;
     void DrawTile(const RenderSettings& settings, const DrawList& list, const SceneView& view,
                   const TileRect& tile);
     void DrawSolid(const RenderSettings& settings, const DrawList& list, PassFlags& flags);

@@ -244,6 +244,7 @@ Written MaterialHarness::Draw(MaterialPass pass, const Surface& surface) {
     manager.SetMaterialKind(material.type == MaterialType::Physical, material.wireEnable);
     manager.SetModelMatrices(modelMatrix, baseMatrix);
     manager.state().frameBufferSize = {static_cast<float>(width_), static_cast<float>(height_)};
+    manager.state().viewportSize = manager.state().frameBufferSize;
     Written written{width_, height_, {}};
     if (manager.ApplyShaderState())
         glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(3 * surface.triangles.size()), GL_UNSIGNED_INT,

@@ -4,8 +4,10 @@
 
 #include <GL/glew.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
+#include <string>
 #include <vector>
 
 // What edges look like: coverage by samples and by grids, and tiles that meet.
@@ -17,16 +19,22 @@ using test::Picture;
 using test::QuadMesh;
 using test::RectMesh;
 
-// Of the premultiplied colours and the coverage.
-float Difference(const Picture& a, const Picture& b) {
+struct Differences {
     float worst = 0;
-    for (std::size_t i = 0; i < a.rgba.size(); ++i) {
-        const std::size_t alpha = i | 3;
-        const float x = i == alpha ? a.rgba[i] : a.rgba[i] * a.rgba[alpha];
-        const float y = i == alpha ? b.rgba[i] : b.rgba[i] * b.rgba[alpha];
-        worst = std::max(worst, std::abs(x - y));
+    int pixels = 0; // that differ by more than rounding to 16 bits
+};
+
+// Of the premultiplied colours and the coverage.
+Differences Compare(const Picture& a, const Picture& b) {
+    Differences result;
+    for (std::size_t i = 0; i < a.rgba.size(); i += 4) {
+        float worst = std::abs(a.rgba[i + 3] - b.rgba[i + 3]);
+        for (std::size_t c = 0; c < 3; ++c)
+            worst = std::max(worst, std::abs(a.rgba[i + c] * a.rgba[i + 3] - b.rgba[i + c] * b.rgba[i + 3]));
+        result.worst = std::max(result.worst, worst);
+        result.pixels += worst > 0.004f;
     }
-    return worst;
+    return result;
 }
 
 // The mean of `side` by `side` pixels of a larger picture; premultiplied, as filtering works on light.
@@ -158,26 +166,59 @@ TEST(Tiles, CoverTheFrameWithoutAGap) {
         }
 }
 
+// A corner of the frame lands on the same sample whatever viewport the tile has, and the tile is all in it.
+TEST(Tiles, ViewportsReachOverTheFrameOrAsFarAsTheyMay) {
+    for (const int limit : {1 << 15, 700})
+        for (const int margin : {0, 5})
+            for (const int index : {0, 3, 7}) {
+                const TileSpan span = TileOf(1001, 8, index);
+                const TileRect tile{span.start, 0, span.length, 20};
+                const TileViewport v = ViewportOf(tile, 5, 1001, 20, margin, limit, limit);
+                EXPECT_EQ(v.width, std::min(limit, 1001 * 5 + 2 * margin));
+                EXPECT_LE(v.x, 0);
+                EXPECT_GE(v.x + v.width, tile.width * 5);
+                for (const double ndc : {-1.0, -0.3, 1.0}) {
+                    const double sample = (ndc + 1) / 2 * 1001 * 5 - tile.x * 5;
+                    const double clip =
+                        ndc * double{v.afterProjection(0, 0)} + double{v.afterProjection(3, 0)};
+                    EXPECT_NEAR(v.x + (clip + 1) / 2 * v.width, sample, 0.005) << limit << " " << index;
+                }
+            }
+}
+
+// The same view on more pixels has no tiles: neither lines nor points may tell where those meet.
 TEST_F(EdgeTest, SupersamplingIsTheLargerPictureFiltered) {
     test::MakeMatte(Add(QuadMesh({5, 3, 0}, {59, 11, 0}, {50, 44, 30}, {9, 39, -10})), {255, 128, 64, 255});
+    Add(QuadMesh({-40, 20, 10}, {30, -30, -20}, {110, 70, 10}, {20, 80, 40})); // beyond the frame
     SceneMaterial& glass = Add(QuadMesh({20, 10, -20}, {60, 20, -20}, {44, 46, -20}, {16, 30, -20}));
     test::MakeMatte(glass, {0, 128, 255, 255});
     glass.forceOpacity = 0.5f;
-    for (const int value : {2, 3, 4}) {
-        const int side = 1 << (value - 1);
+    const auto draw = [&](int value, int width, int height, int larger) {
         settings.supersampling = value;
-        ownCamera = false;
-        const Picture super = Draw(kWidth, kHeight);
-        settings.supersampling = 1;
-        settings.camera = test::CompCamera(kWidth, kHeight); // the same view on more pixels
-        ownCamera = true;
-        const Picture expected = BoxFiltered(Draw(kWidth * side, kHeight * side), side);
-        EXPECT_LT(Difference(super, expected), 0.004f) << "grid " << side;
-        if (side != 8) continue;
-        settings.supersampling = 2;
-        const Picture half = BoxFiltered(Draw(kWidth * 4, kHeight * 4), 4);
-        EXPECT_LT(Difference(super, half), 0.004f) << "a grid of 2 in a picture four times as large";
-    }
+        settings.wireframeWidth = static_cast<float>(larger); // of a pixel of the frame
+        settings.camera = test::CompCamera(width, height);
+        return BoxFiltered(Draw(width * larger, height * larger), larger);
+    };
+    // Where an edge runs through a sample, rounding gives it to either side.
+    const auto expectSame = [](const Picture& a, const Picture& b, int side, const std::string& what) {
+        const Differences differences = Compare(a, b);
+        EXPECT_LE(differences.worst, 1 / static_cast<float>(side * side) + 0.004f) << what;
+        EXPECT_LE(differences.pixels, 2) << what;
+    };
+    ownCamera = true;
+    settings.pointSize = 6; // samples
+    for (const PolygonMode mode : {PolygonMode::Normal, PolygonMode::Wireframe, PolygonMode::Points})
+        for (const auto [width, height] : {std::array{64, 48}, {61, 43}})
+            for (const int value : {2, 3, 4}) {
+                settings.polygonMode = mode;
+                const int side = 1 << (value - 1);
+                const std::string what = "mode " + std::to_string(static_cast<int>(mode)) + ", width " +
+                                         std::to_string(width) + ", side " + std::to_string(side);
+                const Picture super = draw(value, width, height, 1);
+                expectSame(super, draw(1, width, height, side), side, what);
+                if (side == 8 && mode == PolygonMode::Normal)
+                    expectSame(super, draw(2, width, height, 4), side, "a grid of 2, 4 times the size");
+            }
 }
 
 // A plane whose value runs linearly over the picture shows any seam between tiles of unequal size.

@@ -167,6 +167,7 @@ TEST_F(MaterialPrograms, BlocksLieAsOurStructures) {
                   {"renderState.flipNormals", AT(RenderStateBlock, flipNormals)},
                   {"frameBufferSize", AT(S, frameBufferSize)},
                   {"modelUvOffset", AT(S, modelUvOffset)},
+                  {"viewportSize", AT(S, viewportSize)},
                   {"modelColor", AT(S, modelColor)},
                   {"modelMatrix", AT(S, modelMatrix)},
                   {"baseModelMatrix", AT(S, baseModelMatrix)},

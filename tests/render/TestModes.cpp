@@ -18,18 +18,22 @@ constexpr int kWidth = 64, kHeight = 48;
 
 class ModeTest : public test::SceneTest {};
 
-// A square of the point's size around each corner and nothing between.
+// A square of the point's size around each corner in sight and nothing between; cutting the polygon at the
+// frame's border, or at that of a tile, makes no corner.
 TEST_F(ModeTest, PointCloudsShowCorners) {
-    Add(RectMesh(16.5f, 12.5f, 44.5f, 36.5f));
+    Add(RectMesh(16.5f, 12.5f, 84.5f, 36.5f)); // two corners lie beyond the right border
     settings.polygonMode = PolygonMode::Points;
-    settings.pointSize = 5;
-    const Picture picture = Draw(kWidth, kHeight);
-    for (int y = 0; y < kHeight; ++y)
-        for (int x = 0; x < kWidth; ++x) {
-            const bool column = std::abs(x - 16) <= 2 || std::abs(x - 44) <= 2;
-            const bool row = std::abs(y - 12) <= 2 || std::abs(y - 36) <= 2;
-            ASSERT_NEAR(picture.at(x, y).w, column && row ? 1 : 0, 2e-3f) << x << "," << y;
-        }
+    for (const int value : {1, 3}) {
+        settings.supersampling = value;
+        settings.pointSize = static_cast<float>(5 * settings.gridSide());
+        const Picture picture = Draw(kWidth, kHeight);
+        for (int y = 0; y < kHeight; ++y)
+            for (int x = 0; x < kWidth; ++x) {
+                const bool covered =
+                    std::abs(x - 16) <= 2 && (std::abs(y - 12) <= 2 || std::abs(y - 36) <= 2);
+                ASSERT_NEAR(picture.at(x, y).w, covered ? 1 : 0, 2e-3f) << x << "," << y << " of " << value;
+            }
+    }
 }
 
 // A hole that a texture's alpha cuts: samples within a pixel only differ when each of them is shaded.

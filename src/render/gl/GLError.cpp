@@ -6,18 +6,21 @@
 #include <GL/glew.h>
 
 #include <atomic>
+#include <cstdlib>
 
 namespace velorin::gl {
 
 namespace {
 
 std::atomic<unsigned> severeMessages{0};
+std::atomic<bool> fatal{false};
 
 void GLAPIENTRY OnMessage(GLenum, GLenum, GLuint, GLenum severity, GLsizei, const GLchar* message,
                           const void*) {
     if (severity != GL_DEBUG_SEVERITY_HIGH) return;
     ++severeMessages;
     LogError("GL: %s", message);
+    if (fatal) std::abort();
 }
 
 } // namespace
@@ -35,7 +38,9 @@ void DrainGLErrors() {
 }
 
 void WatchDriver() {
-    if (!GLEW_KHR_debug || !EnvironmentVariable("VELORIN_GL_DEBUG")) return;
+    const auto wish = EnvironmentVariable("VELORIN_GL_DEBUG");
+    if (!GLEW_KHR_debug || !wish) return;
+    fatal = *wish == "fatal";
     glEnable(GL_DEBUG_OUTPUT);
     glEnable(GL_DEBUG_OUTPUT_SYNCHRONOUS);
     glDebugMessageCallback(OnMessage, nullptr);

@@ -11,6 +11,7 @@ void DrainGLErrors();
 
 // With the environment variable VELORIN_GL_DEBUG, which also asks for a debug context: every message of high
 // severity that the driver has for the current context goes to the log as "GL: text" and is counted.
+// With the value "fatal" it also ends the process: for programs that load the module or are started by a test.
 void WatchDriver();
 // How many there were in this process.
 [[nodiscard]] unsigned SevereMessages();

@@ -4,12 +4,11 @@ vec2 image_point(vec4 clip) { return clip.xy / (clip.w != 0.0 ? clip.w : 1.0); }
 void main() {
     process_wireframe_fragments();
     get_diffuse_texture_color();
-    // The point's place in the whole picture, whatever tile is drawn.
-    vec2 plain = image_point(projectionMatrix * base.viewPosition);
-    plain = (plain + 1.0) * viewportScale + 2.0 * viewportOffset / frameBufferSize - 1.0;
+    // In pixels of the frame, whatever tile is drawn.
+    vec2 plain = gl_FragCoord.xy * viewportScale + viewportOffset;
     vec2 moved = image_point(render.outputProperties.dofProjectionMatrix *
                              (render.outputProperties.dofViewMatrix * base.worldPosition));
     float spacing = max(render.outputProperties.dofSpacing, 0.000001);
-    float pixels = length((moved - plain) * 0.5 * frameBufferSize);
+    float pixels = length((moved + 1.0) * 0.5 * frameBufferSize - plain);
     fragData[0] = vec4(vec3(1.0 - clamp(pixels / spacing, 0.0, 1.0)), 1.0);
 }

@@ -19,9 +19,10 @@ struct RenderState {
 
 layout(std140) uniform ShaderState {
     RenderState renderState;
-    vec2 frameBufferSize; // pixels
+    vec2 frameBufferSize; // pixels of the frame
     int objectId;
     vec2 modelUvOffset;
+    vec2 viewportSize; // fragments that clip coordinates span
     vec4 modelColor;
     mat4 modelMatrix;
     mat4 baseModelMatrix;
@@ -57,6 +58,9 @@ layout(std140) uniform ModelProperties {
 
 // What a vertex hands on, the same in every stage.
 #define VERTEX_DATA vec4 worldPosition, viewPosition; vec3 worldNormal; float worldScale; vec4 worldTangent; vec2 texCoords;
+
+// In fragments, from the middle of what clip coordinates span.
+vec2 place_in_viewport(vec4 clip) { return 0.5 * viewportSize * clip.xy / clip.w; }
 
 // A vector of no length stays as it is.
 vec3 safe_normalize(vec3 v) {

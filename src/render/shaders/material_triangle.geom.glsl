@@ -1,4 +1,4 @@
-// What the wireframe needs of each triangle, in pixels from the middle of the target: the distances to its edges, or,
+// What the wireframe needs of each triangle, in pixels from the middle of the viewport: the distances to its edges, or,
 // when corners lie behind the eye and have no image, the lines on which the visible parts of its edges lie.
 // S. Gateau, "Solid wireframe", 2007.
 layout(triangles) in;
@@ -29,12 +29,10 @@ const int infoBd[7] = int[7](2, 2, 1, 2, 0, 2, 1);
 const float kBehind = -0.00001;
 const float kLeastArea = 0.00001; // square pixels, doubled
 
-vec2 pixel(vec4 clip) { return 0.5 * frameBufferSize * clip.xy / clip.w; }
-
 // The line from a visible corner towards one that may have no image: continued to the other side, it has one.
 vec4 image_of_line(vec4 fromClip, vec4 toClip) {
-    vec2 start = pixel(fromClip);
-    vec2 along = pixel(2.0 * fromClip - toClip) - start;
+    vec2 start = place_in_viewport(fromClip);
+    vec2 along = place_in_viewport(2.0 * fromClip - toClip) - start;
     float size = length(along);
     return vec4(start, size > 0.0 ? along / size : vec2(1.0, 0.0));
 }
@@ -61,7 +59,7 @@ void main() {
     vec3 heights = vec3(0.0);
     vec4 lineA = vec4(0.0), lineB = vec4(0.0);
     if (wireframeCase == 0) {
-        vec2 p0 = pixel(gl_in[0].gl_Position), p1 = pixel(gl_in[1].gl_Position), p2 = pixel(gl_in[2].gl_Position);
+        vec2 p0 = place_in_viewport(gl_in[0].gl_Position), p1 = place_in_viewport(gl_in[1].gl_Position), p2 = place_in_viewport(gl_in[2].gl_Position);
         vec2 e0 = p2 - p1, e1 = p2 - p0, e2 = p1 - p0;
         float area = max(kLeastArea, abs(e1.x * e2.y - e1.y * e2.x));
         heights = area / max(vec3(length(e0), length(e1), length(e2)), vec3(kLeastArea));

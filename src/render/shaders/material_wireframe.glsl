@@ -13,7 +13,7 @@ float distance_to_line(vec2 offset, vec2 direction) { return abs(offset.x * dire
 // Pixels to the nearest edge of the triangle.
 float edge_distance() {
     if (wire.wireframeCase == 0) return min(wire.edgeA.x, min(wire.edgeA.y, wire.edgeA.z));
-    vec2 position = gl_FragCoord.xy - 0.5 * frameBufferSize;
+    vec2 position = place_in_viewport(projectionMatrix * base.viewPosition);
     vec2 fromA = position - wire.lineA.xy, fromB = position - wire.lineB.xy;
     float nearest = min(distance_to_line(fromA, wire.lineA.zw), distance_to_line(fromB, wire.lineB.zw));
     // Two corners are in front: the edge between them is seen whole.

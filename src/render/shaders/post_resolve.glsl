@@ -1,9 +1,8 @@
-// Box filter of supersampling: a pixel of a tile is the mean of numSamples by numSamples samples, `texelSize` apart and
-// centred on the pixel.
+// Box filter of supersampling: a pixel of a tile is the mean of its numSamples by numSamples samples.
 #ifndef VERT_SHADER
 uniform sampler2D sampleTexture[2];
 uniform int numSamples;
-uniform vec2 texelSize; // 1 / (tile size * numSamples)
+uniform vec2 tileOrigin; // of the tile whose first sample is texel (0, 0), pixels
 uniform float gamma;    // 1 / the settings' gamma
 uniform int blendMode;  // 0 plain, 1 additive, 2 screen
 out vec4 fragData[2];
@@ -19,12 +18,13 @@ vec4 coverageOfLight(vec4 color) {
 void main() {
     vec4 first = vec4(0.0);
     vec4 second = vec4(0.0);
-    float start = 0.5 - 0.5 * float(numSamples);
+    ivec2 corner = ivec2(gl_FragCoord.xy - tileOrigin) * numSamples;
+    ivec2 lastOfSecond = textureSize(sampleTexture[1], 0) - 1;
     for (int y = 0; y < numSamples; ++y) {
         for (int x = 0; x < numSamples; ++x) {
-            vec2 uv = texCoords + (vec2(float(x), float(y)) + start) * texelSize;
-            first += textureLod(sampleTexture[0], uv, 0.0);
-            second += textureLod(sampleTexture[1], uv, 0.0);
+            ivec2 at = corner + ivec2(x, y);
+            first += texelFetch(sampleTexture[0], at, 0);
+            second += texelFetch(sampleTexture[1], min(at, lastOfSecond), 0);
         }
     }
     float scale = 1.0 / float(numSamples * numSamples);
