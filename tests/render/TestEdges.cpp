@@ -111,7 +111,8 @@ protected:
 // Four samples can tell an area no better than where they lie in the pixel: to half a sample for edges along
 // an axis, and for some slopes, at which two samples pass the edge at once, only to more than one. So each
 // pixel must show just those samples that the edge covers, which makes it right to 1/8 on average at every
-// slope. A grid of two by two such pixels is right to 1/8 everywhere.
+// slope; no four places are within less than 1/4 at every slope. A grid of two by two such pixels is right to
+// 1/8 everywhere.
 TEST_F(EdgeTest, CoverageOfSlantedEdges) {
     for (const double degrees : {0.9, 8.0, 25.3, -29.0, 41.0, -43.7, 63.0, -71.0, 89.2}) {
         SCOPED_TRACE(degrees);

@@ -525,18 +525,5 @@ TEST_F(MaterialEffects, FocusMeasuresTheLens) {
     }
 }
 
-TEST_F(MaterialEffects, BlendOpacityTurnsBlackIntoNothing) {
-    h->settings.lights.clear();
-    h->material.illuminationIntensity = 1;
-    h->material.illuminationColor = {51, 102, 0, 255};
-    state().blendOpacity = 1;
-    const Point4 c = Middle(MaterialPass::Image);
-    EXPECT_NEAR(c.w, 0.4f, 1e-4);
-    EXPECT_NEAR(c.x * c.w, 0.2f, 1e-4);
-    EXPECT_NEAR(c.y * c.w, 0.4f, 1e-4);
-    h->material.illuminationIntensity = 0;
-    EXPECT_EQ(Middle(MaterialPass::Image).w, 0);
-}
-
 } // namespace
 } // namespace velorin

@@ -176,6 +176,35 @@ TEST_F(PassTest, AdditiveAndScreenMaterialsWaitForTheirSteps) {
     ExpectColour(Draw(kWidth, kHeight).at(16, 24), {0.2f, 0.2f, 0.2f, 1});
 }
 
+// The preview of a model whose material is added or screened: what is black shows nothing, surfaces do not
+// hide each other, and the coverage is that of the light.
+TEST_F(PassTest, PreviewsShowBlendedModelsAsLight) {
+    test::MakeMatte(Add(RectMesh(0, 0, 40, 48, 0)), {51, 0, 0, 255}); // 0.2, in front
+    SceneMaterial& behind = Add(RectMesh(24, 0, 56, 48, 10));
+    test::MakeMatte(behind, {102, 102, 0, 255}); // 0.4 of 0.5
+    behind.forceOpacity = 0.5f;
+    test::MakeMatte(Add(RectMesh(8, 8, 16, 16, 5)), {0, 0, 0, 255});
+    struct Row {
+        BlendOpacity mode;
+        Point4 overlap; // premultiplied
+    };
+    // Added: 0.2 + 0.2, 0.2. Screened: of what is there, the share of the new surface's full colour, here
+    // all, is taken away before its light is added.
+    for (const Row& row : {Row{BlendOpacity::Additive, {0.4f, 0.2f, 0, 0.36f}},
+                           Row{BlendOpacity::Screen, {0.2f, 0.2f, 0, 0.36f}}}) {
+        settings.blendOpacity = row.mode;
+        const Picture picture = Draw(kWidth, kHeight);
+        const auto light = [&](int x, int y) {
+            const Point4 p = picture.at(x, y);
+            return Point4{p.x * p.w, p.y * p.w, p.z * p.w, p.w};
+        };
+        ExpectColour(light(12, 12), {0.2f, 0, 0, 0.2f});
+        ExpectColour(light(32, 24), row.overlap);
+        ExpectColour(light(50, 24), {0.2f, 0.2f, 0, 0.2f});
+        ExpectColour(light(60, 24), {0, 0, 0, 0});
+    }
+}
+
 TEST_F(PassTest, TwoLayersMixByTheRecordsShare) {
     test::MakeMatte(Add(RectMesh(8, 8, 56, 40)), {255, 0, 0, 255});
     SceneMaterial second;

@@ -8,8 +8,10 @@ void finish_image(vec3 color, vec3 emissive, vec3 diffuseLight, vec4 dynamicRefl
     vec4 result = apply_matte(alpha, dynamicReflection, aoColor, ao, shadow, color);
     result = apply_wireframe_rendering(result, edge, incident, fogOpacity);
     if (renderState.blendOpacity) {
-        result.a *= min(1.0, largest_of(result.rgb));
-        if (result.a > 0.0) result.rgb /= result.a;
+        // A preview of light that is added covers as much as it shines; colour times coverage stays.
+        float light = min(1.0, largest_of(result.rgb));
+        result.a *= light;
+        if (light > 0.0) result.rgb /= light;
     }
     fragData[0] = result;
 }
