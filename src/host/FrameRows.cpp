@@ -230,6 +230,12 @@ void ReadFogAndReflection(const Values& v, RenderSettings& s) {
     s.fog.falloff = static_cast<FogFalloff>(std::clamp(v.Popup(RowId("Fog Falloff Type")), 1, 3));
 }
 
+// Only pictures glow, no single component.
+bool MayGlow(Output output) {
+    return output == Output::Composite || output == Output::Glow || output == Output::BlendMode ||
+           output == Output::Wireframe;
+}
+
 void ReadGlow(const Values& v, GlowSettings& g) {
     g.enabled = v.On(RowId("Enable Glow"));
     g.from = v.Popup(RowId("Glow From")) - 1;
@@ -318,6 +324,7 @@ FrameRecord ReadFrameRecord(PluginCall& call, const ParamReader& rows, const Dri
     ReadOcclusion(v, downsample, driver, s);
     ReadFogAndReflection(v, s);
     ReadGlow(v, s.glow);
+    s.glow.enabled = s.glow.enabled && MayGlow(s.output);
 
     frame.dofPopup = v.Popup(RowId("Depth of Field/Depth of Field"));
     frame.dofModePopup = v.Popup(RowId("DOF Mode"));

@@ -16,6 +16,12 @@ const void* Offset(std::size_t bytes) {
     return reinterpret_cast<const void*>(bytes);
 }
 
+RenderManager& SharedManager() {
+    static RenderStatistics statistics;
+    static RenderManager manager(statistics);
+    return manager;
+}
+
 void SetSampling(GLenum target, GLint filter, GLint minFilter) {
     glTexParameteri(target, GL_TEXTURE_MIN_FILTER, minFilter);
     glTexParameteri(target, GL_TEXTURE_MAG_FILTER, filter);
@@ -65,24 +71,12 @@ Surface Ball(float radius, int slices, int stacks) {
 
 Point3 CubeDirection(int face, float s, float t) {
     const float a = 2 * s - 1, b = 2 * t - 1;
-    switch (face) {
-    case 0:
-        return Normalized({1, -b, -a});
-    case 1:
-        return Normalized({-1, -b, a});
-    case 2:
-        return Normalized({a, 1, b});
-    case 3:
-        return Normalized({a, -1, -b});
-    case 4:
-        return Normalized({a, -b, 1});
-    default:
-        return Normalized({-a, -b, -1});
-    }
+    const Point3 directions[] = {{1, -b, -a}, {-1, -b, a}, {a, 1, b}, {a, -1, -b}, {a, -b, 1}, {-a, -b, -1}};
+    return Normalized(directions[face]);
 }
 
 MaterialHarness::MaterialHarness(int width, int height)
-    : manager(statistics),
+    : manager(SharedManager()),
       width_(width),
       height_(height),
       depth_(gl::Renderbuffer::New()),
@@ -90,25 +84,16 @@ MaterialHarness::MaterialHarness(int width, int height)
       array_(gl::VertexArray::New()),
       vertices_(gl::Buffer::New()),
       indices_(gl::Buffer::New()) {
+    manager.state() = {};
     material.type = MaterialType::Standard;
     view = Matrix::Translation({0, 0, kEyeDistance}) * Matrix::Scale({1, 1, -1});
     const float nearPlane = 10, farPlane = 10000, depth = farPlane - nearPlane;
-    projection.m = {2 * kEyeDistance / static_cast<float>(width),
-                    0,
-                    0,
-                    0,
-                    0,
-                    2 * kEyeDistance / static_cast<float>(height),
-                    0,
-                    0,
-                    0,
-                    0,
-                    -(farPlane + nearPlane) / depth,
-                    -1,
-                    0,
-                    0,
-                    -2 * farPlane * nearPlane / depth,
-                    0};
+    projection(0, 0) = 2 * kEyeDistance / static_cast<float>(width);
+    projection(1, 1) = 2 * kEyeDistance / static_cast<float>(height);
+    projection(2, 2) = -(farPlane + nearPlane) / depth;
+    projection(2, 3) = -1;
+    projection(3, 2) = -2 * farPlane * nearPlane / depth;
+    projection(3, 3) = 0;
 
     glBindFramebuffer(GL_FRAMEBUFFER, framebuffer_.name());
     for (int i = 0; i < 2; ++i) {
@@ -228,16 +213,9 @@ Written MaterialHarness::Draw(MaterialPass pass, const Surface& surface) {
     Upload(surface);
     manager.BindBuffers();
     manager.SetFrame(settings);
-    if (renderBlock) {
-        if (!renderOverride_) renderOverride_ = gl::Buffer::New();
-        glBindBuffer(GL_UNIFORM_BUFFER, renderOverride_.name());
-        glBufferData(GL_UNIFORM_BUFFER, sizeof *renderBlock, &*renderBlock, GL_STREAM_DRAW);
-        glBindBufferBase(GL_UNIFORM_BUFFER, static_cast<GLuint>(UniformBlock::RenderProperties),
-                         renderOverride_.name());
-    }
     manager.SetCamera(view, projection, eye, viewportScale, viewportOffset);
     RenderManager::UploadModel(modelBuffer_, FillModel(model));
-    RenderManager::UploadMaterial(materialBuffer_, materialBlock ? *materialBlock : MaterialBlock());
+    RenderManager::UploadMaterial(materialBuffer_, FillMaterial(material, fill));
     RenderManager::BindModel(modelBuffer_);
     RenderManager::BindMaterial(materialBuffer_);
     manager.SetPass(pass);
@@ -261,6 +239,39 @@ Written MaterialHarness::Draw(MaterialPass pass, const Surface& surface) {
     glDisable(GL_DEPTH_TEST);
     glDisable(GL_CULL_FACE);
     return written;
+}
+
+void MaterialTest::SetUp() {
+    RendererTest::SetUp();
+    h = std::make_unique<MaterialHarness>(kSide, kSide);
+    h->settings.gamma = 1;
+    h->fill.gamma = 1;
+}
+
+void MaterialTest::TearDown() {
+    h.reset();
+    RendererTest::TearDown();
+}
+
+std::vector<MaterialTest::Point> MaterialTest::Points(MaterialPass pass, const Surface& surface) {
+    const Written positions = h->Draw(MaterialPass::WorldPosition, surface);
+    const Written normals = h->Draw(MaterialPass::Property, surface);
+    const Written drawn = h->Draw(pass, surface);
+    std::vector<Point> points;
+    for (std::size_t i = 0; i < positions.colour[0].size(); ++i) {
+        const Point4 p = positions.colour[0][i], n = normals.colour[0][i], c = drawn.colour[0][i];
+        const Point3 position{p.x, p.y, p.z};
+        if (p.w != 0)
+            points.push_back({position, {n.x, n.y, n.z}, Normalized(h->eye - position), {c.x, c.y, c.z}});
+    }
+    EXPECT_GT(points.size(), 500u);
+    return points;
+}
+
+void ExpectColour(Point3 got, Point3 want, float tolerance) {
+    EXPECT_NEAR(got.x, want.x, tolerance);
+    EXPECT_NEAR(got.y, want.y, tolerance);
+    EXPECT_NEAR(got.z, want.z, tolerance);
 }
 
 } // namespace velorin::test

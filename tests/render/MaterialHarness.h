@@ -62,21 +62,16 @@ public:
     void Bind(TextureUnit unit, unsigned target, gl::Name texture);
 
     [[nodiscard]] Written Draw(MaterialPass pass, const Surface& surface);
-    // As the blocks are filled for the next Draw.
-    [[nodiscard]] MaterialPropertiesBlock MaterialBlock() const { return FillMaterial(material, fill); }
 
     RenderSettings settings;
     SceneMaterial material;
     SceneModel model;
     MaterialFill fill;
-    std::optional<MaterialPropertiesBlock> materialBlock; // in place of the filled one
-    std::optional<RenderPropertiesBlock> renderBlock;     // likewise
     Matrix modelMatrix, baseMatrix;
     Matrix view, projection;
     Point3 eye{0, 0, -kEyeDistance};
     Point2 viewportScale{1, 1}, viewportOffset;
-    RenderStatistics statistics;
-    RenderManager manager;
+    RenderManager& manager; // one for all harnesses: its programs take long to compile in software
     bool cull = false;
     bool mirrored = false; // the culled face is swapped, as for a mirroring matrix
 
@@ -90,8 +85,29 @@ private:
     gl::VertexArray array_;
     gl::Buffer vertices_, indices_, modelBuffer_, materialBuffer_;
     std::vector<gl::Texture> textures_;
-    gl::Buffer renderOverride_;
 };
+
+// A picture of 48 by 48 pixels of one surface under one program.
+class MaterialTest : public RendererTest {
+protected:
+    static constexpr int kSide = 48, kMiddle = kSide / 2;
+    void SetUp() override;
+    void TearDown() override;
+
+    // What a pixel shows and of which point, world space.
+    struct Point {
+        Point3 position, normal, eye; // eye: the direction to it
+        Point3 colour;
+    };
+    // Every pixel that the surface covers. Positions and normals come from the programs that write them; what
+    // is compared is what they are used for.
+    std::vector<Point> Points(MaterialPass pass, const Surface& surface);
+    RenderStateBlock& state() { return h->manager.state().renderState; }
+
+    std::unique_ptr<MaterialHarness> h; // gamma 1, Standard
+};
+
+void ExpectColour(Point3 got, Point3 want, float tolerance);
 
 // The direction of texel (x, y) of a cube's face, by the rules of GL.
 [[nodiscard]] Point3 CubeDirection(int face, float s, float t);

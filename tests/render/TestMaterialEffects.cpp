@@ -14,18 +14,12 @@ using test::MaterialHarness;
 using test::Wall;
 using test::Written;
 
-constexpr int kSide = 48;
-constexpr int kMiddle = kSide / 2;
 constexpr float kEye = MaterialHarness::kEyeDistance;
 
-class MaterialEffects : public test::RendererTest {
+class MaterialEffects : public test::MaterialTest {
 protected:
     void SetUp() override {
-        RendererTest::SetUp();
-        h = std::make_unique<MaterialHarness>(kSide, kSide);
-        h->settings.gamma = 1;
-        h->fill.gamma = 1;
-        h->material.type = MaterialType::Standard;
+        MaterialTest::SetUp();
         h->material.specular = 0;
         // Straight from the viewer's side.
         light.type = LightType::Parallel;
@@ -33,14 +27,21 @@ protected:
         light.castShadows = true;
         h->settings.lights = {light};
     }
-    void TearDown() override {
-        h.reset();
-        RendererTest::TearDown();
+    // The light's map spans 200 by 200 units, depth 0 to 1 the 200 around the wall.
+    void SetMap(int columns, const std::vector<Point4>& depths) {
+        MoveMap(0);
+        Matrix& projection = h->settings.lights[0].projection;
+        projection(0, 0) = projection(1, 1) = 1 / 100.0f;
+        projection(2, 2) = -2 / 200.0f;
+        projection(3, 2) = -1;
+        state().shadowMaps = 1;
+        h->SetArray(TextureUnit::ShadowMaps, columns, static_cast<int>(depths.size()) / columns, 1, depths);
     }
-    RenderStateBlock& state() { return h->manager.state().renderState; }
+    void MoveMap(float x) {
+        h->settings.lights[0].view = Matrix::Translation({x, 0, 100}) * Matrix::Scale({1, 1, -1});
+    }
     Point4 Middle(MaterialPass pass) { return h->Draw(pass, wall).at(kMiddle, kMiddle); }
 
-    std::unique_ptr<MaterialHarness> h;
     test::Surface wall = Wall(24, 24);
     SceneLight light;
 };
@@ -78,10 +79,7 @@ TEST_F(MaterialEffects, RayTracedShadow) {
         h->settings.mixer.shadows = row.mixer;
         h->material.receiveShadow = row.receives;
         // The texture has one pixel: the drawn one is at its place.
-        h->manager.state().frameBufferSize = {kSide, kSide};
-        h->view = Matrix::Translation({0, 0, kEye}) * Matrix::Scale({1, 1, -1});
-        const Written drawn = h->Draw(MaterialPass::Diffuse, wall);
-        EXPECT_NEAR(drawn.at(0, 0).x, row.expected, 2e-3);
+        EXPECT_NEAR(h->Draw(MaterialPass::Diffuse, wall).at(0, 0).x, row.expected, 2e-3);
     }
     state().rayTracedShadows = 0;
     EXPECT_NEAR(h->Draw(MaterialPass::Diffuse, wall).at(0, 0).x, 1, 1e-4);
@@ -93,18 +91,12 @@ TEST_F(MaterialEffects, MappedShadow) {
     h->settings.shadow.samples = 8;
     h->settings.shadow.blurRadius = 0;
     h->settings.shadow.blurBias = 0;
-    h->settings.lights[0].view = Matrix::Translation({0, 0, 100}) * Matrix::Scale({1, 1, -1});
-    Matrix& projection = h->settings.lights[0].projection;
-    projection(0, 0) = projection(1, 1) = 1 / 100.0f;
-    projection(2, 2) = -2 / 200.0f;
-    projection(3, 2) = -1;
-    state().shadowMaps = 1;
     const int n = 100; // 2 units a texel
     h->settings.shadow.mapSize = n;
     std::vector<Point4> depths;
     for (int y = 0; y < n; ++y)
         for (int x = 0; x < n; ++x) depths.push_back({x < n / 2 ? 0.25f : 1, 0, 0, 0});
-    h->SetArray(TextureUnit::ShadowMaps, n, n, 1, depths);
+    SetMap(n, depths);
     const auto shares = [&] {
         const Written drawn = h->Draw(MaterialPass::Diffuse, wall);
         std::vector<float> row;
@@ -137,12 +129,12 @@ TEST_F(MaterialEffects, MappedShadow) {
 
     // A point beside the map is never dark.
     h->settings.shadow.blurRadius = 0;
-    h->settings.lights[0].view = Matrix::Translation({100, 0, 100}) * Matrix::Scale({1, 1, -1});
+    MoveMap(100);
     row = shares();
     EXPECT_EQ(row[kMiddle - 3], 1); // in the right half of the moved map
     EXPECT_EQ(row[kSide - 1], 1);   // beside it
     // Nor is one whose light casts no shadow.
-    h->settings.lights[0].view = Matrix::Translation({-100, 0, 100}) * Matrix::Scale({1, 1, -1});
+    MoveMap(-100);
     EXPECT_EQ(shares()[kMiddle + 3], 0);
     h->settings.lights[0].castShadows = false;
     EXPECT_EQ(shares()[kMiddle + 3], 1);
@@ -150,13 +142,7 @@ TEST_F(MaterialEffects, MappedShadow) {
 
 TEST_F(MaterialEffects, SubsurfaceLight) {
     // The whole map is 0.25 in the left half: light comes through where nothing lies in between.
-    h->settings.lights[0].view = Matrix::Translation({0, 0, 100}) * Matrix::Scale({1, 1, -1});
-    Matrix& projection = h->settings.lights[0].projection;
-    projection(0, 0) = projection(1, 1) = 1 / 100.0f;
-    projection(2, 2) = -2 / 200.0f;
-    projection(3, 2) = -1;
-    state().shadowMaps = 1;
-    h->SetArray(TextureUnit::ShadowMaps, 2, 1, 1, {{0.25f, 0, 0, 0}, {1, 0, 0, 0}});
+    SetMap(2, {{0.25f, 0, 0, 0}, {1, 0, 0, 0}});
     h->settings.subSurface.depthBias = 0;
     h->settings.subSurface.lightBlending = 1;
     h->settings.subSurface.intensity = 0.5f;

@@ -11,34 +11,23 @@ namespace {
 
 namespace reference = test::reference;
 using test::Ball;
-using test::MaterialHarness;
-using test::Wall;
+using test::ExpectColour;
 using test::Written;
-
-constexpr int kSide = 48;
 
 // A colour that tells its direction.
 Point3 ColourOf(Point3 d) {
     return Point3{0.5f, 0.5f, 0.5f} + d * 0.4f;
 }
 
-class MaterialEnvironment : public test::RendererTest {
+class MaterialEnvironment : public test::MaterialTest {
 protected:
     void SetUp() override {
-        RendererTest::SetUp();
-        h = std::make_unique<MaterialHarness>(kSide, kSide);
-        h->settings.gamma = 1;
-        h->fill.gamma = 1;
+        MaterialTest::SetUp();
         h->settings.environment.lightingInfluence = 0;
         channel.enabled = true, channel.path = "environment", channel.gamma = 1;
         h->settings.environment.channel = &channel;
         h->material.diffuseColor = {0, 0, 0, 255};
     }
-    void TearDown() override {
-        h.reset();
-        RendererTest::TearDown();
-    }
-
     // Longitudes and latitudes, twice as wide as high.
     static std::vector<Point4> PictureOf(const std::function<Point3(Point3)>& colour, int width) {
         std::vector<Point4> pixels;
@@ -72,43 +61,14 @@ protected:
         h->material.pbrReflectivityColor = tint;
     }
 
-    struct Point {
-        Point3 position, normal, eye, colour;
-    };
-    // Pixels of a pass with what they show.
-    std::vector<Point> Points(MaterialPass pass, const test::Surface& surface) {
-        const Written positions = h->Draw(MaterialPass::WorldPosition, surface);
-        const Written normals = h->Draw(MaterialPass::Property, surface);
-        const Written drawn = h->Draw(pass, surface);
-        std::vector<Point> points;
-        for (int y = 0; y < kSide; ++y)
-            for (int x = 0; x < kSide; ++x) {
-                const Point4 p = positions.at(x, y), n = normals.at(x, y), c = drawn.at(x, y);
-                if (p.w == 0) continue;
-                points.push_back({{p.x, p.y, p.z},
-                                  {n.x, n.y, n.z},
-                                  Normalized(h->eye - Point3{p.x, p.y, p.z}),
-                                  {c.x, c.y, c.z}});
-            }
-        EXPECT_GT(points.size(), 500u);
-        return points;
-    }
-
-    std::unique_ptr<MaterialHarness> h;
     TextureChannel channel{Channel::Environment};
     test::Surface ball = Ball(22);
 };
 
-void ExpectColour(Point3 got, Point3 want, float tolerance) {
-    EXPECT_NEAR(got.x, want.x, tolerance);
-    EXPECT_NEAR(got.y, want.y, tolerance);
-    EXPECT_NEAR(got.z, want.z, tolerance);
-}
-
 TEST_F(MaterialEnvironment, PictureStandsUprightAndTurns) {
     SetPicture([](Point3 d) { return ColourOf(d); });
     MakeMirror();
-    for (const Matrix& turn : {Matrix{}, ToMatrix(QuaternionFromEuler(0.3f, -0.7f, 0.2f))}) {
+    for (const Matrix& turn : {Matrix(), ToMatrix(QuaternionFromEuler(0.3f, -0.7f, 0.2f))}) {
         h->settings.environment.rotation = turn;
         for (const Point& p : Points(MaterialPass::Image, ball))
             ExpectColour(p.colour, ColourOf(TransformDirection(reference::Reflected(-p.eye, p.normal), turn)),
@@ -116,12 +76,10 @@ TEST_F(MaterialEnvironment, PictureStandsUprightAndTurns) {
     }
     // What is up in the world is the top row of the picture, in the upper part of the ball.
     h->settings.environment.rotation = {};
-    constexpr Point4 kRed{1, 0, 0, 1}, kBlack{0, 0, 0, 1}, kGreen{0, 1, 0, 1};
-    h->SetTexture(TextureUnit::Environment, 2, 4,
-                  {kRed, kRed, kBlack, kBlack, kBlack, kBlack, kGreen, kGreen});
+    h->SetTexture(TextureUnit::Environment, 1, 4, {{1, 0, 0, 1}, {0, 0, 0, 1}, {0, 0, 0, 1}, {0, 1, 0, 1}});
     const Written drawn = h->Draw(MaterialPass::Image, ball);
-    EXPECT_EQ(drawn.at(kSide / 2, kSide / 2 - 15).x, 1);
-    EXPECT_EQ(drawn.at(kSide / 2, kSide / 2 + 15).y, 1);
+    EXPECT_EQ(drawn.at(kMiddle, kMiddle - 15).x, 1);
+    EXPECT_EQ(drawn.at(kMiddle, kMiddle + 15).y, 1);
 }
 
 TEST_F(MaterialEnvironment, RepeatsAndGrades) {
@@ -421,6 +379,59 @@ TEST_F(MaterialParts, MixerScalesItsPart) {
             h->settings.mixer.*row.share = 1;
             for (std::size_t i = 0; i < full.size(); ++i) ExpectColour(half[i], full[i] * 0.5f, 1e-4f);
         }
+    }
+}
+
+// A channel's texture scales what it stands for, in both kinds of shading.
+TEST_F(MaterialParts, TexturesReachTheirChannels) {
+    const Point4 texel{0.5f, 0.25f, 0.75f, 1};
+    struct Row {
+        MaterialType type;
+        Channel channel;
+        TextureUnit unit;
+        MaterialPass pass;
+    };
+    for (const Row& row : {
+             Row{MaterialType::Standard, Channel::Diffuse, TextureUnit::Diffuse, MaterialPass::Diffuse},
+             Row{MaterialType::Standard, Channel::Specular, TextureUnit::Specular, MaterialPass::Specular},
+             Row{MaterialType::Standard, Channel::Specular, TextureUnit::Specular, MaterialPass::Reflection},
+             Row{MaterialType::Standard, Channel::Reflection, TextureUnit::Reflect, MaterialPass::Reflection},
+             Row{MaterialType::Standard, Channel::Reflection, TextureUnit::Reflect, MaterialPass::Refraction},
+             Row{MaterialType::Standard, Channel::Occlusion, TextureUnit::Occlusion, MaterialPass::Image},
+             Row{MaterialType::Standard, Channel::Illumination, TextureUnit::Emissive,
+                 MaterialPass::Illumination},
+             Row{MaterialType::Physical, Channel::Occlusion, TextureUnit::Occlusion, MaterialPass::Diffuse},
+         }) {
+        SCOPED_TRACE(testing::Message()
+                     << static_cast<int>(row.channel) << ' ' << static_cast<int>(row.pass));
+        h->material.type = row.type;
+        h->material.affectRefraction = false;
+        const bool picture = row.pass == MaterialPass::Image; // of light from lamps alone
+        h->material.illuminationIntensity = picture ? 0 : 0.4f;
+        h->material.reflectionIntensity = picture ? 0 : 0.4f;
+        h->material.refractionIntensity = picture ? 0 : 0.3f;
+        const auto plain = Colours(row.pass);
+        TextureChannel& slot = h->material.channel(row.channel);
+        slot.enabled = true, slot.path = "texture", slot.gamma = 1;
+        h->SetTexture(row.unit, 1, 1, {texel});
+        const auto textured = Colours(row.pass);
+        slot.enabled = false;
+        for (std::size_t i = 0; i < plain.size(); ++i)
+            ExpectColour(textured[i], plain[i] * Point3{texel.x, texel.y, texel.z}, 1e-4f);
+    }
+    // Grey textures of a Physical body are shares of its two controls.
+    MakePhysical(0.8f, 0.6f);
+    for (const Channel number : {Channel::Specular, Channel::Reflection}) {
+        TextureChannel& slot = h->material.channel(number);
+        slot.enabled = true, slot.path = "texture", slot.gamma = 1;
+        h->SetTexture(number == Channel::Specular ? TextureUnit::Specular : TextureUnit::Reflect, 1, 1,
+                      {{0.5f, 0.5f, 0.5f, 1}});
+        const auto textured = Colours(MaterialPass::Image);
+        slot.enabled = false;
+        MakePhysical(number == Channel::Specular ? 0.4f : 0.8f, number == Channel::Specular ? 0.6f : 0.3f);
+        const auto controlled = Colours(MaterialPass::Image);
+        for (std::size_t i = 0; i < textured.size(); ++i) ExpectColour(textured[i], controlled[i], 1e-4f);
+        MakePhysical(0.8f, 0.6f);
     }
 }
 

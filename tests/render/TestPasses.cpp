@@ -69,22 +69,6 @@ TEST_F(PassTest, MirroredInstancesShowTheirFronts) {
     ExpectColour(picture.at(48, 24), {1, 1, 1, 1});
 }
 
-TEST_F(PassTest, DiffuseLightFollowsTheCosine) {
-    settings.lights[0].type = LightType::Parallel;
-    settings.lights[0].direction = Normalized(Point3{0.3f, 0.4f, 0.8f});
-    settings.lights[0].colour = {1, 0.5f, 0.25f};
-    // Turned about the y axis by 30 degrees around its middle.
-    const float c = std::cos(kPi / 6), s = std::sin(kPi / 6);
-    test::MakeMatte(Add(QuadMesh({32 - 20 * c, 4, -20 * s}, {32 + 20 * c, 4, 20 * s},
-                                 {32 + 20 * c, 44, 20 * s}, {32 - 20 * c, 44, -20 * s})),
-                    {204, 102, 255, 255});
-    const Point3 normal{s, 0, -c}; // towards the viewer
-    const float cosine = Dot(normal, -settings.lights[0].direction);
-    ASSERT_GT(cosine, 0.3f);
-    ExpectColour(Draw(kWidth, kHeight).at(32, 24), {0.8f * cosine, 0.4f * 0.5f * cosine, 0.25f * cosine, 1},
-                 0.004f);
-}
-
 TEST_F(PassTest, MeshesWithoutNormalsAreShadedByTheirFaces) {
     settings.lights[0].type = LightType::Parallel;
     settings.lights[0].direction = Normalized(Point3{0.3f, 0.4f, 0.8f});
@@ -107,30 +91,6 @@ TEST_F(PassTest, MeshesWithoutNormalsAreShadedByTheirFaces) {
     Add(std::move(mirrored)).drawBackfaces = true;
     const float other = Dot(Point3{-s, 0, -c}, -settings.lights[0].direction);
     ExpectColour(Draw(kWidth, kHeight).at(32, 24), {other, other, other, 1}, 0.004f);
-}
-
-TEST_F(PassTest, DepthAndNormalOutputsAreNumbersOfTheScene) {
-    const float c = std::cos(kPi / 6), s = std::sin(kPi / 6);
-    Add(QuadMesh({32 - 20 * c, 4, -20 * s}, {32 + 20 * c, 4, 20 * s}, {32 + 20 * c, 44, 20 * s},
-                 {32 - 20 * c, 44, -20 * s}));
-    settings.gamma = 2.2f; // must not touch numbers
-    settings.output = Output::Normals;
-    ExpectColour(Draw(kWidth, kHeight).at(32, 24), {s * 0.5f + 0.5f, 0.5f, -c * 0.5f + 0.5f, 1}, 0.004f);
-
-    settings.output = Output::ZDepth;
-    settings.depthOutput.start = 50;
-    settings.depthOutput.end = 150;
-    const Picture depth = Draw(kWidth, kHeight);
-    for (const int x : {20, 32, 45}) {
-        // The ray of the pixel's centre meets the plane through (32, 24, 0) with normal (s, 0, -c).
-        const Point3 eye = settings.camera.position;
-        const Point3 ray{static_cast<float>(x) + 0.5f - eye.x, 24.5f - eye.y, -eye.z};
-        const Point3 normal{s, 0, -c};
-        const float t = Dot(Point3{32, 24, 0} - eye, normal) / Dot(ray, normal);
-        const float distance = Length(ray * t);
-        EXPECT_NEAR(depth.at(x, 24).x, (distance - 50) / 100, 0.002f) << x;
-    }
-    ExpectColour(depth.at(1, 1), {0, 0, 0, 0});
 }
 
 TEST_F(PassTest, TranslucentSurfacesLieOverSolidOnes) {

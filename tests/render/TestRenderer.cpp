@@ -16,14 +16,6 @@ namespace {
 
 using test::RendererTest;
 
-TEST_F(RendererTest, ReportsTheDriver) {
-    const DriverInfo& driver = renderer().driver();
-    EXPECT_FALSE(driver.make.empty());
-    EXPECT_GE(driver.versionCode, 0x303);
-    EXPECT_GE(driver.maxTextureSize, 1024);
-    EXPECT_GE(driver.maxSamples, 4);
-}
-
 TEST_F(RendererTest, BuildsEveryFixedProgram) {
     for (int i = 0; i < static_cast<int>(PassProgram::Count); ++i)
         EXPECT_TRUE(renderer().programs().Has(static_cast<PassProgram>(i)))
@@ -191,13 +183,7 @@ TEST_F(RendererTest, LayersKeepTheirPixelsInEveryDepth) {
         glViewport(0, 0, 2, 2);
         glActiveTexture(GL_TEXTURE0);
         glBindTexture(GL_TEXTURE_2D, name);
-        const gl::Program fetch = gl::CreateShaderProgram(
-            "#ifdef VERT_SHADER\nin vec2 inVertex; void main() { gl_Position = vec4(inVertex, 0, 1); "
-            "}\n#else\n"
-            "uniform sampler2D data; out vec4 color;\n"
-            "void main() { color = texelFetch(data, ivec2(gl_FragCoord.xy), 0); }\n#endif\n");
-        ASSERT_TRUE(fetch);
-        glUseProgram(fetch.name());
+        EXPECT_TRUE(renderer().programs().Use(PassProgram::ColorCopy)); // texels meet pixels
         renderer().quad().Draw();
         glUseProgram(0);
         float pixels[16];

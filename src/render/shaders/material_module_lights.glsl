@@ -58,15 +58,16 @@ Lighting calculate_lights(vec3 N, vec3 eye, float roughness, float shininess, fl
         get_shadow_sss(lights[i], toLight, shadow, subSurface);
 
         float ndotl = max(0.0, dot(L, N));
+        float diffuseCoeff = pow(ndotl, exponent) * shadow * luminosity;
+        float scatterCoeff = pow(clamp(dot(L, N) - render.subSurface.lightBlending, 0.0, 1.0), exponent) * shadow *
+                             luminosity;
         float side = 1.0;
         if (lights[i].type == 3) {
             side = spot_side(lights[i], L);
+            diffuseCoeff *= side;
             subSurface *= side;
-            shadow = mix(1.0, shadow, side);
+            shadow = mix(1.0, shadow, side); // beside the cone there is no light to be in the shadow of
         }
-        float diffuseCoeff = pow(ndotl, exponent) * shadow * luminosity * side;
-        float scatterCoeff = pow(clamp(dot(L, N) - render.subSurface.lightBlending, 0.0, 1.0), exponent) * shadow *
-                             luminosity;
 
         float lightValue = mix(1.0, luminosity * mean_of(color),
                                mix(1.0, render.matteShadow.lightInfluence, material.matteShadow));
