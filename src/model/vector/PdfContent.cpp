@@ -230,7 +230,7 @@ bool PdfContent::RunTextOperator(const std::string& name) {
         const auto* array = operands_.empty() ? nullptr : As<PdfArray>(operands_.back());
         for (const PdfObject* item : array ? array->items : std::vector<const PdfObject*>{}) {
             if (const auto* part = As<PdfString>(item)) ShowText(part->bytes);
-            if (const auto* shift = As<PdfNumber>(item)) AdjustText(shift->value);
+            if (const auto* shift = As<PdfNumber>(item)) Advance(-shift->value / 1000 * state_.text.size);
         }
     } else {
         return name == "ET";
@@ -242,9 +242,11 @@ void PdfContent::MoveLine(double x, double y) {
     textMatrix_ = lineMatrix_ = Affine{1, 0, 0, 1, x, y}.then(lineMatrix_);
 }
 
-void PdfContent::AdjustText(double thousandths) {
-    const double shift = -thousandths / 1000 * state_.text.size * state_.text.horizontalScale;
-    textMatrix_ = Affine{1, 0, 0, 1, shift, 0}.then(textMatrix_);
+// Moves the place of the next glyph along the line.
+void PdfContent::Advance(double distance) {
+    const bool down = state_.text.font && state_.text.font->isVertical();
+    const double x = down ? 0 : distance * state_.text.horizontalScale, y = down ? distance : 0;
+    textMatrix_ = Affine{1, 0, 0, 1, x, y}.then(textMatrix_);
 }
 
 void PdfContent::SelectFont(const std::string& name, double size) {
@@ -272,15 +274,16 @@ void PdfContent::ShowText(const std::string& bytes) {
     while (!rest.empty()) {
         CountOperator();
         const PdfFont::Code code = text.font->Next(rest);
-        const double width = text.font->Width(code.value);
+        const bool down = text.font->isVertical();
+        const PdfFont::Vertical vertical =
+            down ? text.font->VerticalMetrics(code.value) : PdfFont::Vertical{};
         if (text.mode != 3 && text.mode != 7) {
             const Affine glyph{text.size * text.horizontalScale, 0, 0, text.size, 0, text.rise};
-            ShowGlyph(code.value, glyph.then(textMatrix_).then(state_.matrix));
+            const Affine origin{1, 0, 0, 1, down ? -vertical.originX : 0, down ? -vertical.originY : 0};
+            ShowGlyph(code.value, origin.then(glyph).then(textMatrix_).then(state_.matrix));
         }
-        const double advance =
-            (width * text.size + text.characterSpacing + (code.isBlank ? text.wordSpacing : 0)) *
-            text.horizontalScale;
-        textMatrix_ = Affine{1, 0, 0, 1, advance, 0}.then(textMatrix_);
+        const double spacing = text.characterSpacing + (code.isBlank ? text.wordSpacing : 0);
+        Advance((down ? vertical.advance : text.font->Width(code.value)) * text.size + spacing);
     }
 }
 

@@ -58,7 +58,7 @@ private:
     void FinishContour();
     void ShowText(const std::string& text);
     void ShowGlyph(std::uint32_t code, const Affine& toPage);
-    void AdjustText(double thousandths);
+    void Advance(double distance);
     void MoveLine(double x, double y);
     void SelectFont(const std::string& name, double size);
     void RunForm(const std::string& name);

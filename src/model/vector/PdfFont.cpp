@@ -2,10 +2,12 @@
 
 #include "model/vector/PdfEncoding.h"
 #include "services/Fonts.h"
+#include "services/Log.h"
 
 #include <algorithm>
 #include <cmath>
 #include <ft2build.h>
+#include <utility>
 #include FT_FREETYPE_H
 #include FT_CID_H
 #include FT_OUTLINE_H
@@ -31,9 +33,9 @@ struct Library {
 // Gathers an outline as cubic contours, in units of the em.
 struct OutlineSink {
     PdfContours contours;
-    double scale = 1;
+    double scale = 1, squeeze = 1; // the latter of x alone
     [[nodiscard]] Point2 at(const FT_Vector* v) const {
-        return {static_cast<float>(static_cast<double>(v->x) * scale),
+        return {static_cast<float>(static_cast<double>(v->x) * scale * squeeze),
                 static_cast<float>(static_cast<double>(v->y) * scale)};
     }
     void curve(Point2 c1, Point2 c2, Point2 end) {
@@ -112,6 +114,7 @@ PdfFont::PdfFont(PdfParser& parser, const PdfDictionary* font) : parser_(parser)
     }
     defaultWidth_ = composite_ ? defaultWidth_ : parser_.Number(descriptor, "MissingWidth", 0);
     if (!type3_) OpenProgram(descriptor);
+    if (!type3_ && !composite_ && !embedded_ && !hasWidths_) UseStandardWidths();
 }
 
 PdfFont::~PdfFont() = default;
@@ -159,15 +162,35 @@ void PdfFont::ReadComposite(const PdfDictionary* descendant) {
         cidIdentity_ = false;
         ReadCharacterMap(parser_.Decode(*stream));
     }
-    if (const auto* named = As<PdfName>(encoding))
-        unicodeCodes_ =
-            named->name.find("-UCS2") != std::string::npos || named->name.find("-UTF16") != std::string::npos;
+    if (const auto* named = As<PdfName>(encoding)) ReadNamedMap(named->name);
     if (const auto* map = parser_.Get<PdfStream>(font_, "ToUnicode")) ReadToUnicode(parser_.Decode(*map));
     if (codeRanges_.empty()) codeRanges_.push_back({0, 0xffff, 2});
     if (const auto* map =
             As<PdfStream>(parser_.Resolve(descendant ? descendant->raw("CIDToGIDMap") : nullptr)))
         cidToGlyph_ = parser_.Decode(*map);
     ReadCidWidths(descendant);
+    if (vertical_) ReadVerticalMetrics(descendant);
+}
+
+void PdfFont::ReadNamedMap(const std::string& name) {
+    vertical_ = name.ends_with("-V") || name == "V";
+    if (name.starts_with("Identity")) return;
+    if (auto map = FindNamedMap(name)) {
+        cidsUnknown_ = true;
+        unicodeCodes_ = map->codesAreUtf16;
+        codeRanges_ = std::move(map->codes);
+        unicodeRanges_ = std::move(map->characters);
+    } else {
+        Log("Font %s of a vector file: the character map %s is not known, its codes count as glyph numbers.",
+            parser_.Name(font_, "BaseFont").c_str(), name.c_str());
+    }
+}
+
+// The fonts that a file need not describe.
+void PdfFont::UseStandardWidths() {
+    const std::string name = parser_.Name(font_, "BaseFont");
+    for (std::uint32_t code = 0; code < 256; ++code)
+        if (const int width = StandardWidth(name, characters_[code])) widths_[code] = width;
 }
 
 // Runs a character map: calls section(word, operands) at the end of each of its lists.
@@ -193,6 +216,9 @@ void PdfFont::ReadCharacterMap(const std::string& text) {
         const auto cidOf = [](const PdfNumber* number) {
             return static_cast<std::uint32_t>(std::clamp(number->value, 0.0, 65535.0));
         };
+        if (word == "def" && operands.size() >= 2)
+            if (const auto* key = As<PdfName>(operands[operands.size() - 2]); key && key->name == "WMode")
+                vertical_ = parser_.Number(operands.back(), 0) == 1;
         if (word == "endcodespacerange")
             for (std::size_t i = 0; i + 1 < operands.size(); i += 2) {
                 const StringCode from = CodeOf(operands[i]), to = CodeOf(operands[i + 1]);
@@ -248,22 +274,24 @@ void PdfFont::ReadToUnicode(const std::string& text) {
     SortRanges(unicodeRanges_);
 }
 
-void PdfFont::SortRanges(std::vector<MappedRange>& ranges) {
+void PdfFont::SortRanges(std::vector<PdfMappedRange>& ranges) {
     std::stable_sort(ranges.begin(), ranges.end(),
-                     [](const MappedRange& a, const MappedRange& b) { return a.low < b.low; });
+                     [](const PdfMappedRange& a, const PdfMappedRange& b) { return a.low < b.low; });
 }
 
 // Of ranges that begin alike the one read last counts.
-std::optional<std::uint32_t> PdfFont::Mapped(const std::vector<MappedRange>& ranges, std::uint32_t code) {
+std::optional<std::uint32_t> PdfFont::Mapped(const std::vector<PdfMappedRange>& ranges, std::uint32_t code) {
     const auto behind =
         std::upper_bound(ranges.begin(), ranges.end(), code,
-                         [](std::uint32_t value, const MappedRange& range) { return value < range.low; });
+                         [](std::uint32_t value, const PdfMappedRange& range) { return value < range.low; });
     if (behind == ranges.begin() || code > std::prev(behind)->high) return std::nullopt;
     return std::prev(behind)->to + (code - std::prev(behind)->low);
 }
 
 std::uint32_t PdfFont::UnicodeOf(std::uint32_t code) const {
-    return Mapped(unicodeRanges_, code).value_or(unicodeCodes_ ? code : 0);
+    if (const auto mapped = Mapped(unicodeRanges_, code)) return *mapped;
+    if (!unicodeCodes_) return 0;
+    return code > 0xffff ? 0x10000 + ((code >> 16 & 0x3ff) << 10) + (code & 0x3ff) : code; // a pair of halves
 }
 
 void PdfFont::ReadCidWidths(const PdfDictionary* descendant) {
@@ -292,6 +320,30 @@ void PdfFont::ReadCidWidths(const PdfDictionary* descendant) {
     }
 }
 
+// "first [advance x y ...]" or "first last advance x y".
+void PdfFont::ReadVerticalMetrics(const PdfDictionary* descendant) {
+    const auto at = [&](const PdfArray* list, std::size_t i) {
+        return i < list->items.size() ? parser_.Number(list->items[i], 0) / 1000 : 0;
+    };
+    if (const auto* standard = parser_.Get<PdfArray>(descendant, "DW2"))
+        standardVertical_ = {at(standard, 1), 0, at(standard, 0)};
+    const auto* list = parser_.Get<PdfArray>(descendant, "W2");
+    if (!list) return;
+    std::size_t told = 0;
+    for (std::size_t i = 0; i + 1 < list->items.size() && told < kMostWidths;) {
+        const double first = std::clamp(parser_.Number(list->items[i], 65536), 0.0, 65536.0);
+        const auto* run = As<PdfArray>(parser_.Resolve(list->items[i + 1]));
+        const double last = run ? first + std::floor(static_cast<double>(run->items.size()) / 3) - 1
+                                : parser_.Number(list->items[i + 1], -1);
+        for (double cid = first; cid <= std::min(last, 65535.0); ++cid, ++told) {
+            const std::size_t k = run ? 3 * static_cast<std::size_t>(cid - first) : i + 2;
+            const PdfArray* const from = run ? run : list;
+            verticals_[static_cast<std::uint32_t>(cid)] = {at(from, k), at(from, k + 1), at(from, k + 2)};
+        }
+        i += run ? 2 : 5;
+    }
+}
+
 void PdfFont::OpenProgram(const PdfDictionary* descriptor) {
     program_ = std::make_unique<Program>();
     if (!program_->library.handle) throw PdfError("ERROR: Library not initalized.");
@@ -308,16 +360,15 @@ void PdfFont::OpenProgram(const PdfDictionary* descriptor) {
         embedded_ = true;
         break;
     }
-    if (!embedded_) {
-        const int flags = static_cast<int>(parser_.Number(descriptor, "Flags", 0));
-        const std::string name = parser_.Name(font_, "BaseFont");
-        const bool serif = (flags & 2) != 0 || name.find("Times") != std::string::npos;
-        const bool fixed = (flags & 1) != 0 || name.find("Courier") != std::string::npos;
-        const FontFile file = FindSystemFont(name, fixed, serif);
-        error = FT_New_Face(program_->library.handle, file.path.c_str(), file.index, &program_->face);
-        if (error == FT_Err_Unknown_File_Format) throw PdfError("ERROR: Unsupported font format.");
-        if (error) throw PdfError("ERROR: Opening font file.");
+    if (embedded_ && cidsUnknown_ && FT_Select_Charmap(program_->face, FT_ENCODING_UNICODE) != 0) {
+        Log("Font %s of a vector file: its glyphs cannot be told from their characters, an installed font "
+            "takes "
+            "its place.",
+            parser_.Name(font_, "BaseFont").c_str());
+        FT_Done_Face(std::exchange(program_->face, nullptr));
+        embedded_ = false;
     }
+    if (!embedded_) UseSystemFont(descriptor);
     if (!FT_IS_SCALABLE(program_->face)) throw PdfError("ERROR: Setting face size.");
     if (composite_ && FT_IS_CID_KEYED(program_->face)) {
         FT_UInt cid = 0;
@@ -329,6 +380,18 @@ void PdfFont::OpenProgram(const PdfDictionary* descriptor) {
     }
 }
 
+void PdfFont::UseSystemFont(const PdfDictionary* descriptor) {
+    const int flags = static_cast<int>(parser_.Number(descriptor, "Flags", 0));
+    const std::string name = parser_.Name(font_, "BaseFont");
+    const bool serif = (flags & 2) != 0 || name.find("Times") != std::string::npos;
+    const bool fixed = (flags & 1) != 0 || name.find("Courier") != std::string::npos;
+    const FontFile file = FindSystemFont(name, fixed, serif);
+    const FT_Error error =
+        FT_New_Face(program_->library.handle, file.path.c_str(), file.index, &program_->face);
+    if (error == FT_Err_Unknown_File_Format) throw PdfError("ERROR: Unsupported font format.");
+    if (error) throw PdfError("ERROR: Opening font file.");
+}
+
 PdfFont::Code PdfFont::Next(std::string_view& text) const {
     if (!composite_) {
         const auto value = static_cast<std::uint32_t>(static_cast<unsigned char>(text[0]));
@@ -338,7 +401,7 @@ PdfFont::Code PdfFont::Next(std::string_view& text) const {
     std::uint32_t value = 0;
     for (int bytes = 1; bytes <= 4 && static_cast<std::size_t>(bytes) <= text.size(); ++bytes) {
         value = (value << 8) | static_cast<unsigned char>(text[static_cast<std::size_t>(bytes) - 1]);
-        for (const CodeRange& range : codeRanges_)
+        for (const PdfCodeRange& range : codeRanges_)
             if (range.bytes == bytes && value >= range.low && value <= range.high) {
                 text.remove_prefix(static_cast<std::size_t>(bytes));
                 return {value, bytes == 1 && value == 32};
@@ -354,18 +417,37 @@ std::uint32_t PdfFont::CidOf(std::uint32_t code) const {
     return Mapped(cidRanges_, code).value_or(0);
 }
 
-double PdfFont::Width(std::uint32_t code) const {
+// What the file tells of a code.
+std::optional<double> PdfFont::ToldWidth(std::uint32_t code) const {
+    if (cidsUnknown_) return std::nullopt;
     const auto known = widths_.find(composite_ ? CidOf(code) : code);
     if (known != widths_.end()) return known->second / 1000;
-    if (hasWidths_ || !program_ || !program_->face) return defaultWidth_ / 1000;
-    const FT_UInt glyph = GlyphOfSimple(code);
-    if (FT_Load_Glyph(program_->face, glyph, FT_LOAD_NO_SCALE) != 0) return defaultWidth_ / 1000;
-    return static_cast<double>(program_->face->glyph->metrics.horiAdvance) / program_->face->units_per_EM;
+    return std::nullopt;
 }
 
-std::uint32_t PdfFont::GlyphOf(std::uint32_t code) {
+// The advance of the font program's glyph.
+std::optional<double> PdfFont::OwnWidth(std::uint32_t code) const {
+    if (!program_ || !program_->face || FT_Load_Glyph(program_->face, GlyphOf(code), FT_LOAD_NO_SCALE) != 0)
+        return std::nullopt;
+    const int em = program_->face->units_per_EM;
+    return static_cast<double>(program_->face->glyph->metrics.horiAdvance) / (em > 0 ? em : 1000);
+}
+
+double PdfFont::Width(std::uint32_t code) const {
+    if (const auto told = ToldWidth(code)) return *told;
+    if (hasWidths_ && !cidsUnknown_) return defaultWidth_ / 1000;
+    return OwnWidth(code).value_or(defaultWidth_ / 1000);
+}
+
+PdfFont::Vertical PdfFont::VerticalMetrics(std::uint32_t code) const {
+    if (const auto known = verticals_.find(CidOf(code)); known != verticals_.end() && !cidsUnknown_)
+        return known->second;
+    return {standardVertical_.advance, Width(code) / 2, standardVertical_.originY};
+}
+
+std::uint32_t PdfFont::GlyphOf(std::uint32_t code) const {
     if (!composite_) return GlyphOfSimple(code);
-    if (!embedded_) { // the numbers of its glyphs mean nothing to another font
+    if (!embedded_ || cidsUnknown_) { // the numbers of its glyphs mean nothing to another font
         const std::uint32_t character = UnicodeOf(code);
         return character && FT_Select_Charmap(program_->face, FT_ENCODING_UNICODE) == 0
                    ? FT_Get_Char_Index(program_->face, character)
@@ -422,6 +504,10 @@ const PdfContours& PdfFont::Outline(std::uint32_t code) {
     if (face->glyph->format != FT_GLYPH_FORMAT_OUTLINE) throw PdfError("ERROR: Glyph has no outline.");
     OutlineSink sink;
     sink.scale = 1.0 / (face->units_per_EM > 0 ? face->units_per_EM : 1000);
+    // A font that stands in for another is squeezed to its widths, so that letters do not overlap.
+    const double own = static_cast<double>(face->glyph->metrics.horiAdvance) * sink.scale;
+    const double told = ToldWidth(code).value_or(own);
+    sink.squeeze = !embedded_ && told > 0 && told < own ? told / own : 1;
     static const FT_Outline_Funcs functions = {MoveTo, LineTo, ConicTo, CubicTo, 0, 0};
     FT_Outline_Decompose(&face->glyph->outline, &functions, &sink);
     // The end of a contour that meets its start again is one point: its incoming curve moves there.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/document/SceneModel.h" // PathPoint
+#include "model/vector/PdfCodeMaps.h"
 #include "model/vector/PdfParser.h"
 
 #include <cstdint>
@@ -32,6 +33,13 @@ public:
     [[nodiscard]] Code Next(std::string_view& text) const;
     // Advance of a code in units of the font size.
     [[nodiscard]] double Width(std::uint32_t code) const;
+    // Text runs down the page: how far each code goes down (negative y), and where its outline's origin lies
+    // from the place that it is written at, all in units of the font size.
+    struct Vertical {
+        double advance = -1, originX = 0, originY = 0.88;
+    };
+    [[nodiscard]] bool isVertical() const { return vertical_; }
+    [[nodiscard]] Vertical VerticalMetrics(std::uint32_t code) const;
     // Outline of a code in units of the font size, y up; made on first use. Empty for a blank.
     [[nodiscard]] const PdfContours& Outline(std::uint32_t code);
 
@@ -42,14 +50,6 @@ public:
 
 private:
     struct Program;
-    struct CodeRange {
-        std::uint32_t low, high;
-        int bytes;
-    };
-    struct MappedRange { // codes low to high stand for `to` and on
-        std::uint32_t low, high, to;
-    };
-
     void ReadSimpleEncoding();
     void ReadSimpleWidths();
     void ReadComposite(const PdfDictionary* descendant);
@@ -58,13 +58,19 @@ private:
     void ReadCharacterMap(const std::string& text);
     void ReadToUnicode(const std::string& text);
     void ReadCidWidths(const PdfDictionary* descendant);
+    void ReadVerticalMetrics(const PdfDictionary* descendant);
+    void ReadNamedMap(const std::string& name);
+    void UseSystemFont(const PdfDictionary* descriptor);
+    void UseStandardWidths();
     void OpenProgram(const PdfDictionary* descriptor);
-    static void SortRanges(std::vector<MappedRange>& ranges);
-    [[nodiscard]] static std::optional<std::uint32_t> Mapped(const std::vector<MappedRange>& ranges,
+    static void SortRanges(std::vector<PdfMappedRange>& ranges);
+    [[nodiscard]] static std::optional<std::uint32_t> Mapped(const std::vector<PdfMappedRange>& ranges,
                                                              std::uint32_t code);
     [[nodiscard]] std::uint32_t CidOf(std::uint32_t code) const;
     [[nodiscard]] std::uint32_t UnicodeOf(std::uint32_t code) const;
-    [[nodiscard]] std::uint32_t GlyphOf(std::uint32_t code);
+    [[nodiscard]] std::optional<double> ToldWidth(std::uint32_t code) const;
+    [[nodiscard]] std::optional<double> OwnWidth(std::uint32_t code) const;
+    [[nodiscard]] std::uint32_t GlyphOf(std::uint32_t code) const;
     [[nodiscard]] std::uint32_t GlyphOfSimple(std::uint32_t code) const;
 
     PdfParser& parser_;
@@ -76,9 +82,13 @@ private:
     std::map<std::uint32_t, double> widths_; // by code, or by CID; thousandths
     double defaultWidth_ = 0;
     bool hasWidths_ = false;
-    std::vector<CodeRange> codeRanges_;
-    std::vector<MappedRange> cidRanges_, unicodeRanges_;
+    std::vector<PdfCodeRange> codeRanges_;
+    std::vector<PdfMappedRange> cidRanges_, unicodeRanges_;
     bool unicodeCodes_ = false; // the codes themselves are UTF-16
+    bool cidsUnknown_ = false;  // of the codes only their characters are known
+    bool vertical_ = false;
+    Vertical standardVertical_;                   // of CIDs that tell no own
+    std::map<std::uint32_t, Vertical> verticals_; // by CID
     std::string cidToGlyph_;
     bool cidIdentity_ = true;
     std::map<std::uint32_t, PdfContours> outlines_;

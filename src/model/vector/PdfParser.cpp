@@ -46,10 +46,9 @@ PdfPage PdfParser::ReadBytes(Bytes bytes) {
         SearchObjects();
     }
     if (trailer_ && trailer_->raw("Encrypt")) throw PdfError("The file is encrypted.");
-    const PdfDictionary* resources = nullptr;
-    const PdfDictionary* page = FirstPage(resources);
-    if (!page) throw PdfError("The file has no page.");
-    return PdfPage(*this, page, resources);
+    std::vector<const PdfDictionary*> nodes = FirstPage();
+    if (nodes.empty()) throw PdfError("The file has no page.");
+    return PdfPage(*this, std::move(nodes));
 }
 
 bool PdfParser::ReadCrossReferences() {
@@ -323,48 +322,75 @@ std::string PdfParser::Decode(const PdfStream& stream) {
     return bytes;
 }
 
-const PdfDictionary* PdfParser::FirstPage(const PdfDictionary*& resources) {
-    const auto* root = Get<PdfDictionary>(trailer_, "Root");
-    const auto* node = Get<PdfDictionary>(root, "Pages");
-    // Depth first along the first kids; resources are inherited down the tree.
+// Depth first along the first kids: the page and what it lies in, empty when there is none.
+std::vector<const PdfDictionary*> PdfParser::FirstPage() {
+    const auto* node = Get<PdfDictionary>(Get<PdfDictionary>(trailer_, "Root"), "Pages");
     struct Step {
+        const PdfDictionary* node;
         const PdfArray* kids;
         std::size_t next;
-        const PdfDictionary* resources;
     };
     std::vector<Step> path;
     std::unordered_set<const PdfDictionary*> seen;
-    const PdfDictionary* inherited = nullptr;
     for (std::size_t looked = 0; looked < kMostPagesWalked; ++looked) {
         if (node && seen.insert(node).second) {
-            const auto* own = Get<PdfDictionary>(node, "Resources");
-            inherited = own ? own : inherited;
-            const auto* kids = Get<PdfArray>(node, "Kids");
-            if (!kids) {
-                resources = inherited;
-                return node;
+            path.push_back({node, Get<PdfArray>(node, "Kids"), 0});
+            if (!path.back().kids) {
+                std::vector<const PdfDictionary*> nodes;
+                for (const Step& step : path) nodes.push_back(step.node);
+                return nodes;
             }
-            path.push_back({kids, 0, inherited});
         }
         while (!path.empty() && path.back().next >= path.back().kids->items.size()) path.pop_back();
-        if (path.empty()) return nullptr;
+        if (path.empty()) return {};
         node = Dictionary(path.back().kids->items[path.back().next++]);
-        inherited = path.back().resources;
     }
+    return {};
+}
+
+template <class T>
+const T* PdfPage::inherited(const char* key) const {
+    for (auto node = nodes_.rbegin(); node != nodes_.rend(); ++node)
+        if (const T* value = parser_.Get<T>(*node, key)) return value;
     return nullptr;
+}
+
+// Quarter turns clockwise.
+void PdfPage::turn(std::vector<std::vector<PathPoint>>& paths) const {
+    const auto* degrees = inherited<PdfNumber>("Rotate");
+    const int quarters = degrees ? static_cast<int>(std::fmod(degrees->value, 360) / 90 + 4) % 4 : 0;
+    if (quarters == 0) return;
+    const auto* box = inherited<PdfArray>("MediaBox");
+    const auto side = [&](std::size_t i) {
+        return box && i < box->items.size() ? static_cast<float>(parser_.Number(box->items[i], 0)) : 0.0f;
+    };
+    const Point2 low{std::min(side(0), side(2)), std::min(side(1), side(3))},
+        high{std::max(side(0), side(2)), std::max(side(1), side(3))};
+    const auto turned = [&](Point2 v) {
+        return quarters == 1 ? Point2{v.y, -v.x} : quarters == 2 ? Point2{-v.x, -v.y} : Point2{-v.y, v.x};
+    };
+    // The corner that becomes the lower left one.
+    const Point2 corner = quarters == 1   ? Point2{high.x, low.y}
+                          : quarters == 2 ? high
+                                          : Point2{low.x, high.y};
+    for (auto& path : paths)
+        for (PathPoint& p : path)
+            p = {turned(p.position - corner), turned(p.tangentIn), turned(p.tangentOut)};
 }
 
 std::vector<std::vector<PathPoint>> PdfPage::Paths() const {
     std::string content;
-    const PdfObject* contents = parser_.Resolve(page_->raw("Contents"));
+    const PdfObject* contents = parser_.Resolve(nodes_.back()->raw("Contents"));
     if (const auto* stream = As<PdfStream>(contents)) content = parser_.Decode(*stream);
     if (const auto* array = As<PdfArray>(contents))
         for (const PdfObject* item : array->items)
             if (const auto* part = As<PdfStream>(parser_.Resolve(item)))
                 content += parser_.Decode(*part) + "\n";
     PdfContent runner(parser_);
-    runner.Run(content, resources_);
-    return runner.TakePaths();
+    runner.Run(content, inherited<PdfDictionary>("Resources"));
+    auto paths = runner.TakePaths();
+    turn(paths);
+    return paths;
 }
 
 } // namespace velorin

@@ -19,17 +19,22 @@ class PdfParser;
 // The first page of a document.
 class PdfPage {
 public:
-    PdfPage(PdfParser& parser, const PdfDictionary* page, const PdfDictionary* resources)
-        : parser_(parser), page_(page), resources_(resources) {}
+    // The dictionaries of the page and of the nodes of the tree above it, the root first.
+    PdfPage(PdfParser& parser, std::vector<const PdfDictionary*> nodes)
+        : parser_(parser), nodes_(std::move(nodes)) {}
 
     // The contours that the page paints, text as outlines, in page coordinates: points, y up. Tangents are
-    // relative to their points. Throws PdfError for a page beyond all measure.
+    // relative to their points. A page that is shown turned is turned about its corner. Throws PdfError for a
+    // page beyond all measure.
     [[nodiscard]] std::vector<std::vector<PathPoint>> Paths() const;
 
 private:
+    template <class T>
+    [[nodiscard]] const T* inherited(const char* key) const;
+    void turn(std::vector<std::vector<PathPoint>>& paths) const;
+
     PdfParser& parser_;
-    const PdfDictionary* page_;
-    const PdfDictionary* resources_;
+    std::vector<const PdfDictionary*> nodes_;
 };
 
 // Reads the structure of a document: cross-reference tables and streams with their older versions, object
@@ -83,7 +88,7 @@ private:
     [[nodiscard]] const PdfObject* ReadStream(PdfLexer& lexer, const PdfDictionary* dictionary);
     [[nodiscard]] const PdfObject* Load(std::uint32_t number);
     [[nodiscard]] const PdfObject* LoadFromStream(const Place& place, std::uint32_t number);
-    [[nodiscard]] const PdfDictionary* FirstPage(const PdfDictionary*& resources);
+    [[nodiscard]] std::vector<const PdfDictionary*> FirstPage();
 
     MappedFile file_;
     std::string_view text_;

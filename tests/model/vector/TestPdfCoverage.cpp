@@ -5,8 +5,8 @@
 #include "../Coverage.h"
 #include "model/extrusion/Contours.h"
 #include "model/extrusion/FlattenPath.h"
-#include "services/Fonts.h"
 #include "model/vector/VectorFile.h"
+#include "services/Fonts.h"
 #include "services/MappedFile.h"
 
 #include <gtest/gtest.h>

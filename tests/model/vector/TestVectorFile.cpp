@@ -156,7 +156,69 @@ TEST(VectorFile, CompositeTextWithoutItsFontShowsItsCharacters) {
                       single = "1 beginbfchar <0008> <0049> endbfchar";
     for (const std::string& map : {range, list, single}) EXPECT_EQ(load("Identity-H", map, "<0008>"), simple);
     EXPECT_EQ(load("UniGB-UTF16-H", "", "<0049>"), simple);
+    // Codes of one and two bytes of an older character set: I and a Greek Alpha; pairs of halves.
+    EXPECT_EQ(load("90ms-RKSJ-H", "", "<49839F49>"), load("UniJIS-UTF16-H", "", "<004903910049>"));
+    EXPECT_EQ(load("UniJIS-UTF16-H", "", "<D835DC000049>"), load("UniJIS-UTF32-H", "", "<0001D40000000049>"));
+    // Down the page: the middle of a letter's top, 0.88 above its line, is where it is written.
+    const auto down = load("UniJIS-UTF16-V", "", "<00490049>"),
+               across = load("UniJIS-UTF16-H", "", "<00490049>");
+    ASSERT_EQ(down.size(), 2u);
+    const Point2 first = down[0][0].position, step = across[1][0].position - across[0][0].position;
+    EXPECT_NEAR(first.x, across[0][0].position.x - step.x / 2, 1e-3);
+    EXPECT_NEAR(first.y, across[0][0].position.y + 88, 1e-3);
+    EXPECT_NEAR(down[1][0].position.x, first.x, 1e-3);
+    EXPECT_NEAR(down[1][0].position.y, first.y + 100, 1e-3);
     EXPECT_TRUE(load("Identity-H", "", "<0008>").empty());
+}
+
+TEST(VectorFile, StandInsKeepTheWidthsOfTheirFonts) {
+    const std::string resources = "<< /Font << /F1 5 0 R >> >>", text = "BT /F1 100 Tf (HH) Tj ET";
+    const auto load = [&](const std::string& name, const std::string& widths) {
+        return Load(Page(text, resources,
+                         {"<< /Type /Font /Subtype /Type1 /BaseFont /" + name + widths + " >>"}))
+            .set.paths;
+    };
+    const auto own = load("DejaVuSans", "");
+    if (own.size() != 2) GTEST_SKIP() << "no font on this machine";
+    const auto extent = [](const std::vector<PathPoint>& path) {
+        Point2 low{1e9f, 1e9f}, high{-1e9f, -1e9f};
+        for (const PathPoint& p : path) {
+            low = {std::min(low.x, p.position.x), std::min(low.y, p.position.y)};
+            high = {std::max(high.x, p.position.x), std::max(high.y, p.position.y)};
+        }
+        return high - low;
+    };
+    const auto advance = [](const auto& paths) {
+        return paths.at(1)[0].position.x - paths.at(0)[0].position.x;
+    };
+    const float half = advance(own) * 5; // thousandths of the size
+    const auto narrow = load("DejaVuSans", " /FirstChar 72 /Widths [" + std::to_string(half) + "]");
+    EXPECT_NEAR(extent(narrow[0]).x, extent(own[0]).x / 2, 1e-2);
+    EXPECT_FLOAT_EQ(extent(narrow[0]).y, extent(own[0]).y);
+    EXPECT_NEAR(extent(load("DejaVuSans", " /FirstChar 72 /Widths [2000]")[0]).x, extent(own[0]).x, 1e-3);
+    // Widths that a file need not tell, whatever font is installed.
+    EXPECT_NEAR(advance(load("Helvetica", "")), 72.2, 1e-3);
+    EXPECT_NEAR(advance(load("TimesNewRoman,BoldItalic", "")), 77.8, 1e-3);
+    EXPECT_NEAR(advance(load("Courier-Bold", "")), 60, 1e-3);
+}
+
+TEST(VectorFile, PagesThatAreShownTurned) {
+    // A dot near the lower left corner of a page of 100 x 60 at (10, 20).
+    const struct {
+        const char* degrees;
+        Point2 middle; // from the lower left corner as shown, y down
+    } rows[] = {{"90", {5, -97}}, {"180", {97, -55}}, {"-90", {55, -3}}, {"450", {5, -97}}};
+    for (const auto& row : rows) {
+        const Outcome outcome = Load(
+            Document({"<< /Type /Catalog /Pages 2 0 R >>",
+                      std::string("<< /Kids [3 0 R] /MediaBox [110 80 10 20] /Rotate ") + row.degrees + " >>",
+                      "<< /Type /Page /Contents 4 0 R >>", Stream("12 24 2 2 re f")}));
+        ASSERT_EQ(outcome.set.paths.size(), 1u) << outcome.reason;
+        const auto& path = outcome.set.paths[0];
+        const Point2 middle = (path[0].position + path[2].position) * 0.5f;
+        EXPECT_NEAR(middle.x, row.middle.x, 1e-4) << row.degrees;
+        EXPECT_NEAR(middle.y, row.middle.y, 1e-4) << row.degrees;
+    }
 }
 
 TEST(VectorFile, FontsWithGlyphsAsContent) {
