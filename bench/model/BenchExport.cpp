@@ -24,7 +24,7 @@ int main() {
                 {{2 * u - 1, 2 * v - 1, std::sin(40 * u) * 0.1f}, {u, v}, {0, 0, -1}, {1, 0, 0, 1}});
         }
     }
-    std::vector<Triangle> triangles;
+    ModelTriangles triangles;
     triangles.reserve(std::size_t{2} * kSide * kSide);
     for (std::uint32_t y = 0; y < kSide; ++y) {
         for (std::uint32_t x = 0; x < kSide; ++x) {

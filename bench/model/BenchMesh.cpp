@@ -34,7 +34,7 @@ ModelData MakeGlobe(std::size_t triangles) {
             {0, 0, 0, 1}};
     };
     ModelData model;
-    std::vector<Triangle> list;
+    ModelTriangles list;
     ReserveLarge(model.vertices, 6 * rows * columns); // as readers do
     const auto add = [&](const ModelVertex& a, const ModelVertex& b, const ModelVertex& c) {
         const auto first = static_cast<std::uint32_t>(model.vertices.size());
@@ -63,7 +63,7 @@ ModelData Copy(const ModelData& source) {
     return copy;
 }
 
-const std::vector<Triangle>& TrianglesOf(const ModelData& model) {
+const ModelTriangles& TrianglesOf(const ModelData& model) {
     return model.meshes[0].groups[0].triangles;
 }
 
@@ -83,7 +83,7 @@ void PrintSteps() {
                 double best = 1e30;
                 for (int i = 0; i < runs; ++i) {
                     ModelData copy = Copy(source);
-                    std::vector<Triangle>& list = copy.meshes[0].groups[0].triangles;
+                    ModelTriangles& list = copy.meshes[0].groups[0].triangles;
                     const double start = ProcessorSeconds();
                     if (step == 0) AutoNormals(copy.vertices, list, 35);
                     if (step == 1) OptimizeMesh(copy.vertices, list);
@@ -99,7 +99,7 @@ void PrintSteps() {
                                [&, run] {
                                    const ModelData source = MakeGlobe(wanted);
                                    ModelData copy = Copy(source);
-                                   std::vector<Triangle>& list = copy.meshes[0].groups[0].triangles;
+                                   ModelTriangles& list = copy.meshes[0].groups[0].triangles;
                                    if (run && step == 0) AutoNormals(copy.vertices, list, 35);
                                    if (run && step == 1) OptimizeMesh(copy.vertices, list);
                                    if (run && step == 2)
@@ -141,7 +141,7 @@ void PrintPreparation() {
             std::vector<unsigned> remap(count);
             const std::size_t unique = meshopt_generateVertexRemap(
                 remap.data(), nullptr, count, source.vertices.data(), count, sizeof(ModelVertex));
-            std::vector<ModelVertex> vertices(unique);
+            ModelVertices vertices(unique);
             std::vector<unsigned> indices(count), ordered(count);
             meshopt_remapVertexBuffer(vertices.data(), source.vertices.data(), count, sizeof(ModelVertex),
                                       remap.data());

@@ -10,7 +10,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     using namespace velorin;
     obj::ObjText text = obj::ReadObjText(std::as_bytes(std::span(data, size)), "fuzz");
     std::vector<std::uint32_t> triangleCounts;
-    const std::vector<ModelVertex> vertices = obj::BuildVertices(text, triangleCounts);
+    const ModelVertices vertices = obj::BuildVertices(text, triangleCounts);
     std::size_t triangles = 0;
     for (const std::uint32_t count : triangleCounts) triangles += count;
     if (3 * triangles != vertices.size() || triangles > size) std::abort();

@@ -18,15 +18,15 @@ constexpr float kLargestExponent = 1000;   // of the format
 
 // One mesh of a geometry with the vertices that it uses.
 struct MeshPart {
-    std::vector<ModelVertex> vertices;
-    std::vector<Triangle> triangles;
+    ModelVertices vertices;
+    ModelTriangles triangles;
     std::vector<GroupRange> groups;
 };
 using GeometryParts = std::vector<MeshPart>;
 
 GeometryParts SplitMeshes(const MeshBuffers& geometry) {
-    const std::vector<ModelVertex> vertices = geometry.ReadVertices();
-    const std::vector<Triangle> triangles = geometry.ReadTriangles();
+    const ModelVertices vertices = geometry.ReadVertices();
+    const ModelTriangles triangles = geometry.ReadTriangles();
     constexpr std::uint32_t kNone = 0xffffffffu;
     GeometryParts parts(geometry.meshes().size());
     std::vector<std::uint32_t> place(vertices.size(), kNone);

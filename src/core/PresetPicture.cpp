@@ -73,8 +73,8 @@ struct Box {
 std::vector<Point3> Corners(const DrawList& list) {
     std::vector<Point3> corners;
     for (const DrawRecord& record : list.records) {
-        const std::vector<ModelVertex> vertices = record.geometry->ReadVertices();
-        const std::vector<Triangle> triangles = record.geometry->ReadTriangles();
+        const ModelVertices vertices = record.geometry->ReadVertices();
+        const ModelTriangles triangles = record.geometry->ReadTriangles();
         const auto& meshes = record.geometry->meshes();
         for (std::uint32_t i = 0; i < record.instanceCount && i < meshes.size(); ++i) {
             const InstanceRecord& instance = list.instances[record.firstInstance + i];

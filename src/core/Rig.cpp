@@ -16,7 +16,7 @@ Matrix LayerMotion(const AnimationLayer& layer, const std::string& joint, float 
     if (!std::isfinite(percent) || (layer.startFrame == layer.endFrame && percent == 0)) return {};
     const auto track = layer.tracks.find(joint);
     if (track == layer.tracks.end() || track->second.empty()) return {};
-    const std::vector<LayerKey>& keys = track->second;
+    const LayerKeys& keys = track->second;
     const float last = static_cast<float>(keys.size() - 1);
     const float place = std::min(std::fabs(percent) / 100 * last, last);
     const auto first = static_cast<std::size_t>(place);

@@ -18,7 +18,7 @@ class SceneModel;
 class SurfaceSource {
 public:
     struct Vertices {
-        std::vector<ModelVertex> vertices;
+        ModelVertices vertices;
         std::vector<std::uint32_t> meshes; // the mesh of each vertex
         GeometryFacts facts;
     };

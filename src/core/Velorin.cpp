@@ -115,7 +115,7 @@ SurfaceSource::Vertices Velorin::State::ReadSurface(const SceneModel& model, con
     if (!mesh || mesh->empty()) return result;
     result.facts = FactsOf(*mesh);
     result.vertices = mesh->ReadVertices();
-    const std::vector<Triangle> triangles = mesh->ReadTriangles();
+    const ModelTriangles triangles = mesh->ReadTriangles();
     result.meshes.assign(result.vertices.size(), 0);
     std::uint32_t number = 0;
     for (const MeshRange& range : mesh->meshes()) {

@@ -67,7 +67,7 @@ public:
     // TriangleCount() triples of positions in FileModel::Vertices(), each below VertexCount().
     [[nodiscard]] virtual const Triangle* Indices() const = 0;
     // The same triples as a list of the caller's.
-    [[nodiscard]] virtual std::vector<Triangle> CopyTriangles() const {
+    [[nodiscard]] virtual ModelTriangles CopyTriangles() const {
         return {Indices(), Indices() + TriangleCount()};
     }
     [[nodiscard]] virtual std::uint32_t MaterialIndex() const = 0;
@@ -101,7 +101,7 @@ public:
     [[nodiscard]] virtual std::uint32_t VertexCount() const = 0;
     [[nodiscard]] virtual const ModelVertex* Vertices() const = 0;
     // Hands the vertices over instead of a copy; VertexCount() is 0 afterwards.
-    [[nodiscard]] virtual std::vector<ModelVertex> TakeVertices() = 0;
+    [[nodiscard]] virtual ModelVertices TakeVertices() = 0;
     [[nodiscard]] virtual bool HasLayers() const = 0;
     [[nodiscard]] virtual const std::vector<AnimationLayer>& Layers() const = 0;
     [[nodiscard]] virtual const std::list<ModelJoint>& Joints() const = 0;

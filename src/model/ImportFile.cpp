@@ -65,14 +65,14 @@ std::vector<ModelGroup> MergeByMaterial(std::vector<ModelGroup>&& groups) {
         if (isNew) {
             merged.push_back(std::move(group));
         } else {
-            std::vector<Triangle>& triangles = merged[entry->second].triangles;
+            ModelTriangles& triangles = merged[entry->second].triangles;
             triangles.insert(triangles.end(), group.triangles.begin(), group.triangles.end());
         }
     }
     return merged;
 }
 
-void ImportGroups(ModelMesh& mesh, const FileMesh& file, const std::vector<ModelVertex>& vertices) {
+void ImportGroups(ModelMesh& mesh, const FileMesh& file, const ModelVertices& vertices) {
     const std::uint32_t groupCount = file.GroupCount();
     if (groupCount == 0) return;
     Bounds bounds;

@@ -43,10 +43,10 @@ bool ModelCache::Find(const SceneModel& model, const std::string& filePath, Mode
     {
         const PackEntry entry = pack_.Get(model.path);
         if (entry && entry.created() >= LatestChange(filePath)) {
-            const auto head = ReadModelRecordHead(entry.bytes());
+            const auto head = ReadModelRecordHead(entry.stream());
             damaged = !head || head->version != kModelRecordVersion;
             if (!damaged && head->sourceSize == *size) {
-                if (ReadModelRecord(entry.bytes(), data)) return true;
+                if (ReadModelRecord(entry.stream(), data)) return true;
                 damaged = true;
             }
         }

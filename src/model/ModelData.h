@@ -1,5 +1,6 @@
 #pragma once
 
+#include "services/LargePages.h"
 #include "services/NxMath.h"
 
 #include <array>
@@ -22,10 +23,12 @@ struct ModelVertex {
     friend bool operator==(const ModelVertex&, const ModelVertex&) = default;
 };
 static_assert(sizeof(ModelVertex) == 48);
+using ModelVertices = LargeArray<ModelVertex>;
 
 // Three positions in ModelData::vertices. (b - a) x (c - a) points out of the solid: seen from outside, the
 // corners run counter-clockwise in world space (x right, y down, z away, right-handed).
 using Triangle = std::array<std::uint32_t, 3>;
+using ModelTriangles = LargeArray<Triangle>;
 
 // One key of a layer's track; keys stand one a frame from the layer's start frame on.
 struct LayerKey {
@@ -34,11 +37,13 @@ struct LayerKey {
     friend bool operator==(const LayerKey&, const LayerKey&) = default;
 };
 
+using LayerKeys = LargeArray<LayerKey>;
+
 // A named piece of skeleton animation: for each joint's name the keys of its track.
 struct AnimationLayer {
     std::string name;
     std::uint32_t frameRate = 0, startFrame = 0, endFrame = 0;
-    std::unordered_map<std::string, std::vector<LayerKey>> tracks;
+    std::unordered_map<std::string, LayerKeys> tracks;
 };
 
 struct ModelJoint {
@@ -78,7 +83,7 @@ struct MeshTrack {
 struct ModelGroup {
     std::uint32_t materialIndex = 0; // into ModelData::materials
     bool useLayerAsUV = false;       // the texture coordinates stay whatever mapping is chosen
-    std::vector<Triangle> triangles;
+    ModelTriangles triangles;
 };
 
 struct ModelMesh {
@@ -123,7 +128,7 @@ struct ModelMaterial {
 };
 
 struct ModelData {
-    std::vector<ModelVertex> vertices;
+    ModelVertices vertices;
     std::vector<ModelMesh> meshes;
     std::vector<ModelMaterial> materials;
     float size = 0;                      // half of the largest extent before normalisation

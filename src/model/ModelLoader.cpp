@@ -60,7 +60,7 @@ bool LoadBundleEntry(const BundlePath& place, const std::string& dataFolder, Mod
     PackFile pack;
     pack.Open(ResolveModelPath(place.bundle, dataFolder), true, false);
     const PackEntry entry = pack.Get(place.entry);
-    if (ReadModelRecord(entry.bytes(), data)) return true;
+    if (ReadModelRecord(entry.stream(), data)) return true;
     const char* const reason = !entry ? "is not in its bundle" : "is no model record";
     Log("Failed to load model: %s", (place.bundle + ">" + place.entry).c_str());
     ReportWarning("Model " + place.bundle + ">" + place.entry + " " + reason + ".");

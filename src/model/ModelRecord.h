@@ -1,7 +1,7 @@
 #pragma once
 
 #include "model/ModelData.h"
-#include "services/ByteReader.h"
+#include "services/ByteStream.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -21,12 +21,13 @@ inline constexpr std::uint32_t kModelRecordVersion = 12;
 // Replaces `model` by a record of any version from 3 on; one of 13 and above is read as version 3. A triangle
 // with a vertex that is not there is dropped. False, with an empty model, when the record ends too early.
 [[nodiscard]] bool ReadModelRecord(Bytes record, ModelData& model);
+[[nodiscard]] bool ReadModelRecord(ByteStream record, ModelData& model);
 
 // The two fields that tell whether a record still stands for its source.
 struct ModelRecordHead {
     std::uint32_t version = 0;
     std::uint32_t sourceSize = 0;
 };
-[[nodiscard]] std::optional<ModelRecordHead> ReadModelRecordHead(Bytes record);
+[[nodiscard]] std::optional<ModelRecordHead> ReadModelRecordHead(ByteStream record);
 
 } // namespace velorin

@@ -32,19 +32,19 @@ struct MeshRange {
 // corner c % 3 of triangle c / 3; the corners at its position are corners[first[place[c]]] to
 // corners[first[place[c] + 1] - 1] in ascending order, c among them.
 struct EdgeList {
-    std::vector<std::uint32_t> place;   // one a corner
-    std::vector<std::uint32_t> first;   // one a place, and one behind the last
-    std::vector<std::uint32_t> corners; // one a corner
+    LargeArray<std::uint32_t> place;   // one a corner
+    LargeArray<std::uint32_t> first;   // one a place, and one behind the last
+    LargeArray<std::uint32_t> corners; // one a corner
     [[nodiscard]] bool empty() const { return place.empty(); }
 };
 
 // A mesh as the renderer uploads it: the result of PrepareMesh, without any GL object.
 struct PreparedMesh {
-    std::vector<ModelVertex> vertices;
-    std::vector<Triangle> triangles; // all groups of all meshes, in order
+    ModelVertices vertices;
+    ModelTriangles triangles; // all groups of all meshes, in order
     // One a vertex: the smooth surface normal that vertices split at an edge share with EdgeMode::Connected,
     // else a copy of the vertex's normal.
-    std::vector<Point3> adjacentNormals;
+    LargeArray<Point3> adjacentNormals;
     std::vector<MeshRange> meshes;
     std::vector<ModelMaterial> materials;
     std::vector<AnimationLayer> layers;

@@ -148,6 +148,14 @@ void PackEntry::Release() {
     bytes_ = {};
 }
 
+ByteStream PackEntry::stream() const {
+    if (!pack_) return ByteStream(Bytes());
+    const auto first = static_cast<std::uint64_t>(bytes_.data() - pack_->mapping_.bytes().data());
+    return {bytes_.size(), [this, first](std::uint64_t at, std::span<std::byte> to) {
+                return pack_->mapping_.Read(first + at, to);
+            }};
+}
+
 PackFile::~PackFile() {
     Close();
 }
@@ -273,12 +281,14 @@ PackEntry PackFile::Get(const std::string& name) {
             if (IsCurrent()) {
                 const auto found = entries_.find(name);
                 if (found == entries_.end()) return {};
-                DirectoryEntry& entry = directory()[found->second];
+                DirectoryEntry entry;
+                std::memcpy(&entry, &known_[found->second * sizeof entry], sizeof entry);
                 result.bytes_ =
                     mapping_.bytes().subspan(kDataAt + entry.dataBlock * kDataBlockSize, entry.dataLength);
                 result.created_ = entry.created;
                 if (!readOnly_)
-                    std::atomic_ref(entry.lastUsed).store(PackTimeNow(), std::memory_order_relaxed);
+                    std::atomic_ref(directory()[found->second].lastUsed)
+                        .store(PackTimeNow(), std::memory_order_relaxed);
                 return result;
             }
         }
@@ -353,7 +363,7 @@ bool PackFile::Put(const std::string& name, Bytes bytes) {
 
     Unlink(name);
     std::byte* const base = mapping_.writableData();
-    std::memcpy(base + kDataAt + place->dataBlock * kDataBlockSize, bytes.data(), bytes.size());
+    if (!mapping_.Write(kDataAt + place->dataBlock * kDataBlockSize, bytes)) return false;
     std::memcpy(base + kNamesAt + place->nameBlock * kNameBlockSize, name.data(), name.size());
     DirectoryEntry& entry = directory()[place->index];
     entry.nameBlock = static_cast<std::uint16_t>(place->nameBlock);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "services/ByteReader.h"
+#include "services/ByteStream.h"
 #include "services/FileLock.h"
 #include "services/MappedFile.h"
 
@@ -31,6 +31,9 @@ public:
 
     explicit operator bool() const { return pack_ != nullptr; }
     [[nodiscard]] Bytes bytes() const { return bytes_; } // in the mapping; empty when there is no such entry
+    // The same bytes without touching the mapping, whose pages a cut file or a failing disk takes away: the
+    // way to large ones. Dies before the entry.
+    [[nodiscard]] ByteStream stream() const;
     [[nodiscard]] double created() const { return created_; } // milliseconds since 1601, UTC
     void Release();
 

@@ -87,7 +87,7 @@ private:
     }
 
     void AddGroup(MeshRange& range, ModelGroup& group) {
-        std::vector<Triangle> triangles = std::move(group.triangles);
+        ModelTriangles triangles = std::move(group.triangles);
         if (triangles.empty()) return;
         if (options_.normalMode != NormalMode::FromModel) {
             AutoNormals(model_.vertices, triangles, options_.normalThreshold);
@@ -121,7 +121,7 @@ private:
         if (levels < options_.subdivision)
             Log("Subdivision stops at level %u: %zu triangles", levels,
                 mesh_.triangles.size() << (2 * levels));
-        std::vector<Triangle> divided;
+        ModelTriangles divided;
         divided.reserve(mesh_.triangles.size() << (2 * levels));
         for (MeshRange& range : mesh_.meshes) {
             for (GroupRange& group : range.groups) {

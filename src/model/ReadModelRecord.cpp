@@ -4,9 +4,7 @@
 #include "services/LargePages.h"
 
 #include <algorithm>
-#include <compare>
-#include <cstring>
-#include <iterator>
+#include <span>
 #include <utility>
 
 namespace velorin {
@@ -16,48 +14,9 @@ namespace {
 // A record without properties names a material in four bytes; in memory one takes hundreds.
 constexpr std::uint32_t kMostMaterials = 100'000;
 
-// Walks over records of T that lie in bytes without alignment. A vector that is filled from it writes its
-// memory once, where a resize and a copy would write it twice.
-template <class T>
-class UnalignedIterator {
-public:
-    using iterator_category = std::random_access_iterator_tag;
-    using value_type = T;
-    using difference_type = std::ptrdiff_t;
-    using pointer = const T*;
-    using reference = T;
-
-    explicit UnalignedIterator(const std::byte* at) : at_(at) {}
-    T operator*() const {
-        T value;
-        std::memcpy(static_cast<void*>(&value), at_, sizeof value);
-        return value;
-    }
-    T operator[](difference_type n) const { return *(*this + n); }
-    UnalignedIterator& operator+=(difference_type n) {
-        at_ += n * kSize;
-        return *this;
-    }
-    UnalignedIterator& operator-=(difference_type n) { return *this += -n; }
-    UnalignedIterator& operator++() { return *this += 1; }
-    UnalignedIterator& operator--() { return *this += -1; }
-    UnalignedIterator operator++(int) { return std::exchange(*this, *this + 1); }
-    UnalignedIterator operator--(int) { return std::exchange(*this, *this - 1); }
-    friend UnalignedIterator operator+(UnalignedIterator a, difference_type n) { return a += n; }
-    friend UnalignedIterator operator-(UnalignedIterator a, difference_type n) { return a -= n; }
-    friend difference_type operator-(UnalignedIterator a, UnalignedIterator b) {
-        return (a.at_ - b.at_) / kSize;
-    }
-    friend auto operator<=>(UnalignedIterator, UnalignedIterator) = default;
-
-private:
-    static constexpr difference_type kSize = sizeof(T);
-    const std::byte* at_;
-};
-
 class RecordReader {
 public:
-    RecordReader(Bytes record, ModelData& model) : bytes_(record), model_(model) {}
+    RecordReader(ByteStream record, ModelData& model) : bytes_(std::move(record)), model_(model) {}
 
     bool Read() {
         return ReadHeader() && (version_ < record::kLayers || (ReadLayers() && ReadJoints())) &&
@@ -68,9 +27,7 @@ public:
 private:
     template <class T>
     bool Get(T& value) {
-        const auto part = bytes_.Take(sizeof value);
-        if (part) std::memcpy(static_cast<void*>(&value), part->data(), sizeof value);
-        return part.has_value();
+        return bytes_.Read(value);
     }
 
     bool Flag(bool& flag) {
@@ -81,9 +38,9 @@ private:
     }
 
     bool Text(std::string& text, std::uint32_t length) {
-        const auto part = bytes_.Take(length);
-        if (part) text.assign(reinterpret_cast<const char*>(part->data()), part->size());
-        return part.has_value();
+        if (!bytes_.Holds(length, 1)) return false;
+        text.resize(length);
+        return bytes_.Read(std::as_writable_bytes(std::span(text)));
     }
     bool Text(std::string& text) {
         std::uint32_t length = 0;
@@ -91,12 +48,10 @@ private:
     }
 
     template <class T>
-    bool Array(std::uint32_t count, std::vector<T>& values) {
-        const auto part = bytes_.Take(std::uint64_t{count} * sizeof(T));
-        if (!part) return false;
-        ReserveLarge(values, count);
-        values.assign(UnalignedIterator<T>(part->data()), UnalignedIterator<T>(part->data() + part->size()));
-        return true;
+    bool Array(std::uint32_t count, LargeArray<T>& values) {
+        if (!bytes_.Holds(count, sizeof(T))) return false;
+        ResizeUnwritten(values, count);
+        return bytes_.Read(std::as_writable_bytes(std::span(values)));
     }
 
     bool ReadHeader() {
@@ -245,26 +200,28 @@ private:
         return version_ < record::kSamplePadding || bytes_.Skip(4);
     }
 
-    ByteReader bytes_;
+    ByteStream bytes_;
     ModelData& model_;
     std::uint32_t version_ = 0, vertexCount_ = 0, materialCount_ = 0, meshCount_ = 0, layerCount_ = 0;
 };
 
 } // namespace
 
-bool ReadModelRecord(Bytes record, ModelData& model) {
+bool ReadModelRecord(ByteStream record, ModelData& model) {
     model = {};
-    if (RecordReader(record, model).Read()) return true;
+    if (RecordReader(std::move(record), model).Read()) return true;
     model = {};
     return false;
 }
 
-std::optional<ModelRecordHead> ReadModelRecordHead(Bytes record) {
-    ByteReader reader(record);
-    const auto version = reader.Read<std::uint32_t>();
-    const auto sourceSize = reader.Read<std::uint32_t>();
-    if (!version || !sourceSize) return std::nullopt;
-    return ModelRecordHead{*version, *sourceSize};
+bool ReadModelRecord(Bytes record, ModelData& model) {
+    return ReadModelRecord(ByteStream(record), model);
+}
+
+std::optional<ModelRecordHead> ReadModelRecordHead(ByteStream record) {
+    ModelRecordHead head;
+    if (!record.Read(head.version) || !record.Read(head.sourceSize)) return std::nullopt;
+    return head;
 }
 
 } // namespace velorin

@@ -30,4 +30,12 @@ struct FileMapping {
                                    std::uint64_t size, FileMapping& mapping, std::string& reason);
 void CloseFileMapping(FileMapping& mapping);
 
+// `count` bytes from or to `offset` of the mapped file, past the mapping, of which both sides see the same
+// bytes. False where the file does not have them all (any more) or the disk fails, which would be a fault
+// when the mapping is touched. Many bytes in one call are also cheaper than fresh pages of a mapping.
+[[nodiscard]] bool ReadMappedFile(const FileMapping& mapping, std::uint64_t offset, std::byte* to,
+                                  std::size_t count);
+[[nodiscard]] bool WriteMappedFile(const FileMapping& mapping, std::uint64_t offset, const std::byte* from,
+                                   std::size_t count);
+
 } // namespace velorin

@@ -31,19 +31,20 @@ bool IndicesFit(const PreparedMesh& mesh) {
 }
 
 template <class T>
-gl::Buffer UploadArray(GLenum target, std::vector<T>& data) {
+gl::Buffer UploadArray(GLenum target, LargeArray<T>& data) {
     gl::Buffer buffer = gl::Buffer::New();
     glBindBuffer(target, buffer.name());
     glBufferData(target, static_cast<GLsizeiptr>(data.size() * sizeof(T)), data.data(), GL_STATIC_DRAW);
     glBindBuffer(target, 0);
-    std::vector<T>().swap(data);
+    LargeArray<T>().swap(data);
     return buffer;
 }
 
 template <class T>
-std::vector<T> ReadArray(gl::Name buffer, std::size_t count) {
+LargeArray<T> ReadArray(gl::Name buffer, std::size_t count) {
     if (!buffer) return {};
-    std::vector<T> data(count);
+    LargeArray<T> data;
+    ResizeUnwritten(data, count);
     glBindBuffer(GL_COPY_READ_BUFFER, buffer);
     glGetBufferSubData(GL_COPY_READ_BUFFER, 0, static_cast<GLsizeiptr>(count * sizeof(T)), data.data());
     glBindBuffer(GL_COPY_READ_BUFFER, 0);
@@ -80,12 +81,12 @@ bool MeshBuffers::Upload(RenderStatistics& statistics) const {
     return true;
 }
 
-std::vector<ModelVertex> MeshBuffers::ReadVertices() const {
+ModelVertices MeshBuffers::ReadVertices() const {
     if (!prepared_.vertices.empty()) return prepared_.vertices;
     return ReadArray<ModelVertex>(vertexBuffer_.name(), vertexCount_);
 }
 
-std::vector<Triangle> MeshBuffers::ReadTriangles() const {
+ModelTriangles MeshBuffers::ReadTriangles() const {
     if (!prepared_.triangles.empty()) return prepared_.triangles;
     return ReadArray<Triangle>(indexBuffer_.name(), triangleCount_);
 }

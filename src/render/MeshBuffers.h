@@ -28,8 +28,8 @@ public:
     [[nodiscard]] bool uploaded() const { return static_cast<bool>(vertexBuffer_); }
     // The data from memory before the upload and from the GPU after it (then the context must be current);
     // slow, for inspection, export and surface sampling. Empty when the context that held them is gone.
-    [[nodiscard]] std::vector<ModelVertex> ReadVertices() const;
-    [[nodiscard]] std::vector<Triangle> ReadTriangles() const;
+    [[nodiscard]] ModelVertices ReadVertices() const;
+    [[nodiscard]] ModelTriangles ReadTriangles() const;
 
     [[nodiscard]] std::uint64_t id() const { return id_; } // running number, unique in the process
     [[nodiscard]] std::uint32_t vertexCount() const { return vertexCount_; }

@@ -3,16 +3,81 @@
 #include "platform/LargePages.h"
 
 #include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <new>
+#include <type_traits>
 #include <vector>
 
 namespace velorin {
 
-// Makes room for `count` values that are about to fill an empty vector, on large pages when they are many.
+// What a row of a LargeArray is made from when whoever adds it fills it next: its memory stays as it is.
+struct Unwritten {};
+
+// Memory for arrays that may be large. From some megabytes on they get whole large pages: the system hands
+// memory out page by page, which for small pages costs more than to fill them.
 template <class T>
-void ReserveLarge(std::vector<T>& values, std::size_t count) {
-    constexpr std::size_t kWorthIt = 4u << 20;
-    values.reserve(count);
-    if (count * sizeof(T) >= kWorthIt) AdviseLargePages(values.data(), count * sizeof(T));
+class LargePageAllocator {
+public:
+    using value_type = T;
+
+    LargePageAllocator() = default;
+    template <class U>
+    LargePageAllocator(const LargePageAllocator<U>&) noexcept {}
+
+    [[nodiscard]] T* allocate(std::size_t count) {
+        if (count > SIZE_MAX / sizeof(T) - kLargePageSize) throw std::bad_array_new_length();
+        if (!IsLarge(count)) return static_cast<T*>(::operator new(count * sizeof(T)));
+        const std::size_t size = (count * sizeof(T) + kLargePageSize - 1) / kLargePageSize * kLargePageSize;
+        void* const memory = ::operator new (size, std::align_val_t{kLargePageSize});
+        AdviseLargePages(memory, size);
+        return static_cast<T*>(memory);
+    }
+    void deallocate(T* memory, std::size_t count) noexcept {
+        if (IsLarge(count))
+            ::operator delete (memory, std::align_val_t{kLargePageSize});
+        else
+            ::operator delete(memory);
+    }
+    template <class U>
+    void construct(U*, Unwritten) noexcept {
+        static_assert(std::is_trivially_copyable_v<U> && std::is_trivially_destructible_v<U>);
+    }
+
+    friend bool operator==(LargePageAllocator, LargePageAllocator) { return true; }
+
+private:
+    // Half of an array's last page lies idle on average, so that it must have several.
+    static constexpr std::size_t kWorthIt = 2 * kLargePageSize;
+    static constexpr bool IsLarge(std::size_t count) { return count * sizeof(T) >= kWorthIt; }
+};
+
+template <class T>
+using LargeArray = std::vector<T, LargePageAllocator<T>>;
+
+// Yields a number of Unwritten.
+class UnwrittenIterator {
+public:
+    using iterator_category = std::forward_iterator_tag;
+    using value_type = Unwritten;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const Unwritten*;
+    using reference = Unwritten;
+
+    explicit UnwrittenIterator(std::size_t at) : at_(at) {}
+    Unwritten operator*() const { return {}; }
+    UnwrittenIterator& operator++() { return ++at_, *this; }
+    UnwrittenIterator operator++(int) { return UnwrittenIterator(at_++); }
+    bool operator==(const UnwrittenIterator&) const = default;
+
+private:
+    std::size_t at_;
+};
+
+// Makes `values` an array of `count` rows that are about to be written, all of them.
+template <class T>
+void ResizeUnwritten(LargeArray<T>& values, std::size_t count) {
+    values = LargeArray<T>(UnwrittenIterator(0), UnwrittenIterator(count));
 }
 
 } // namespace velorin

@@ -30,6 +30,14 @@ MappedFile& MappedFile::operator=(MappedFile&& other) noexcept {
     return *this;
 }
 
+bool MappedFile::Read(std::uint64_t offset, std::span<std::byte> to) const {
+    return valid_ && ReadMappedFile(mapping_, offset, to.data(), to.size());
+}
+
+bool MappedFile::Write(std::uint64_t offset, Bytes from) const {
+    return writable_ && WriteMappedFile(mapping_, offset, from.data(), from.size());
+}
+
 void MappedFile::Close() {
     CloseFileMapping(mapping_);
     valid_ = writable_ = false;

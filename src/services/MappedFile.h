@@ -35,6 +35,10 @@ public:
     [[nodiscard]] Bytes bytes() const { return {mapping_.view, static_cast<std::size_t>(mapping_.size)}; }
     // Null unless the file was opened for writing and holds bytes.
     [[nodiscard]] std::byte* writableData() const { return writable_ ? mapping_.view : nullptr; }
+    // Bytes of the file by way of the system, from `offset` of the file on: unlike in the mapping, a file
+    // that was cut meanwhile or a failing disk only fails here.
+    [[nodiscard]] bool Read(std::uint64_t offset, std::span<std::byte> to) const;
+    [[nodiscard]] bool Write(std::uint64_t offset, Bytes from) const;
     // Why Open failed, as the system says it; empty when valid.
     [[nodiscard]] const std::string& reason() const { return reason_; }
 

@@ -11,13 +11,13 @@ namespace {
 constexpr Point3 kUp{0, 0, 1};
 
 // A unit square in the xy plane whose texture coordinates come from a linear map of the position.
-std::vector<ModelVertex> Square(Point2 uAxis, Point2 vAxis, Point3 normal = kUp) {
-    std::vector<ModelVertex> vertices;
+ModelVertices Square(Point2 uAxis, Point2 vAxis, Point3 normal = kUp) {
+    ModelVertices vertices;
     for (const Point2 p : {Point2{0, 0}, Point2{1, 0}, Point2{0, 1}, Point2{1, 1}})
         vertices.push_back({{p.x, p.y, 0}, uAxis * p.x + vAxis * p.y, normal, {}});
     return vertices;
 }
-const std::vector<Triangle> kSquareTriangles{{0, 1, 2}, {1, 3, 2}};
+const ModelTriangles kSquareTriangles{{0, 1, 2}, {1, 3, 2}};
 
 // The texture coordinates of a square in the plane say where u grows.
 TEST(ComputeTangents, PointsAlongU) {
@@ -38,8 +38,8 @@ TEST(ComputeTangents, PointsAlongU) {
     };
     for (const Case& c : cases) {
         // Shared vertices, and three of its own for each triangle.
-        std::vector<ModelVertex> shared = Square(c.uOfX, c.uOfY), unshared;
-        std::vector<Triangle> own;
+        ModelVertices shared = Square(c.uOfX, c.uOfY), unshared;
+        ModelTriangles own;
         for (const Triangle& t : kSquareTriangles) {
             const auto first = static_cast<std::uint32_t>(unshared.size());
             for (const std::uint32_t i : t) unshared.push_back(shared[i]);
@@ -50,7 +50,7 @@ TEST(ComputeTangents, PointsAlongU) {
         ComputeTangents(unshared, own);
         const float determinant = c.uOfX.x * c.uOfY.y - c.uOfX.y * c.uOfY.x;
         const Point3 along = Normalized(Point3{c.uOfY.y, -c.uOfX.y, 0} * (1 / determinant));
-        for (const std::vector<ModelVertex>& vertices : {shared, unshared}) {
+        for (const ModelVertices& vertices : {shared, unshared}) {
             for (const ModelVertex& v : vertices) {
                 EXPECT_NEAR(v.tangent.x, along.x, 1e-6f) << c.name;
                 EXPECT_NEAR(v.tangent.y, along.y, 1e-6f) << c.name;
@@ -82,7 +82,7 @@ TEST(ComputeTangents, FallsBackToTheNormal) {
         {"infinite texture coordinates", {inf, 0}, {0, 1}, {0, 0, 1}, {-1, 0, 0}},
     };
     for (const Case& c : cases) {
-        std::vector<ModelVertex> vertices = Square(c.uOfX, c.uOfY, c.normal);
+        ModelVertices vertices = Square(c.uOfX, c.uOfY, c.normal);
         ComputeTangents(vertices, kSquareTriangles);
         for (const ModelVertex& v : vertices) {
             EXPECT_NEAR(v.tangent.x, c.tangent.x, 1e-6f) << c.name;
@@ -91,7 +91,7 @@ TEST(ComputeTangents, FallsBackToTheNormal) {
             EXPECT_EQ(std::abs(v.tangent.w), 1) << c.name;
         }
     }
-    std::vector<ModelVertex> unused(1);
+    ModelVertices unused(1);
     unused[0].normal = {0, 1, 0};
     ComputeTangents(unused, {});
     EXPECT_EQ(unused[0].tangent, (Point4{1, 0, 0, 1}));
@@ -100,13 +100,13 @@ TEST(ComputeTangents, FallsBackToTheNormal) {
 TEST(ComputeTangents, AreUnitAndSquareToTheNormal) {
     std::mt19937 random(5);
     std::uniform_real_distribution<float> any(-1, 1);
-    std::vector<ModelVertex> vertices(3000);
+    ModelVertices vertices(3000);
     for (ModelVertex& v : vertices)
         v = {{any(random), any(random), any(random)},
              {any(random), any(random)},
              Normalized({any(random), any(random), any(random)}),
              {}};
-    std::vector<Triangle> triangles(5000);
+    ModelTriangles triangles(5000);
     for (Triangle& t : triangles)
         for (std::uint32_t& index : t) index = static_cast<std::uint32_t>(random() % 3000);
     ComputeTangents(vertices, triangles);

@@ -28,8 +28,8 @@ TEST(ImportFile, GroupsOfOneMaterialAreMerged) {
     const ModelMesh& a = model.meshes[0];
     ASSERT_EQ(a.groups.size(), 2u);
     EXPECT_EQ(a.groups[0].materialIndex, 0u);
-    EXPECT_EQ(a.groups[0].triangles, (std::vector<Triangle>{{0, 1, 2}, {6, 7, 8}, {9, 10, 11}}));
-    EXPECT_EQ(a.groups[1].triangles, (std::vector<Triangle>{{3, 4, 5}}));
+    EXPECT_EQ(a.groups[0].triangles, (ModelTriangles{{0, 1, 2}, {6, 7, 8}, {9, 10, 11}}));
+    EXPECT_EQ(a.groups[1].triangles, (ModelTriangles{{3, 4, 5}}));
     ASSERT_EQ(model.meshes[1].groups.size(), 2u);
     EXPECT_EQ(model.meshes[1].groups[0].materialIndex, 1u);
     EXPECT_EQ(TriangleCount(model), 6u);

@@ -52,7 +52,7 @@ TEST(LayerFile, GoldenBytes) {
     EXPECT_EQ(walk.startFrame, 1u);
     EXPECT_EQ(walk.endFrame, 10u);
     ASSERT_EQ(walk.tracks.size(), 1u);
-    const std::vector<LayerKey>& keys = walk.tracks.at("hip");
+    const LayerKeys& keys = walk.tracks.at("hip");
     ASSERT_EQ(keys.size(), 2u);
     EXPECT_EQ(keys[0], (LayerKey{{1, 3, 2, 4}, {-5, -7, -6}}));
     EXPECT_EQ(keys[1], (LayerKey{{-1, -3, -2, -4}, {5, 7, 6}}));

@@ -12,8 +12,8 @@ namespace velorin {
 namespace {
 
 struct Mesh {
-    std::vector<ModelVertex> vertices;
-    std::vector<Triangle> triangles;
+    ModelVertices vertices;
+    ModelTriangles triangles;
 };
 // Three vertices of its own for each triangle, without normals.
 Mesh Unshared(std::initializer_list<std::array<Point3, 3>> triangles) {
@@ -104,9 +104,9 @@ TEST(OptimizeMesh, KeepsTheOrderOfFirstUse) {
     ModelData cube = Cube();
     UnshareVertices(cube);
     ASSERT_EQ(cube.vertices.size(), 36u);
-    std::vector<Triangle>& triangles = cube.meshes[0].groups[0].triangles;
-    const std::vector<ModelVertex> before = cube.vertices;
-    const std::vector<Triangle> old = triangles;
+    ModelTriangles& triangles = cube.meshes[0].groups[0].triangles;
+    const ModelVertices before = cube.vertices;
+    const ModelTriangles old = triangles;
     OptimizeMesh(cube.vertices, triangles);
     EXPECT_EQ(cube.vertices.size(), 24u) << "four a face";
     std::uint32_t next = 0;
@@ -122,15 +122,15 @@ TEST(OptimizeMesh, KeepsTheOrderOfFirstUse) {
 
 TEST(OptimizeMesh, ComparesTheFieldsAndDropsTheUnused) {
     const ModelVertex v{{1, 2, 3}, {4, 5}, {6, 7, 8}, {9, 9, 9, 1}};
-    std::vector<ModelVertex> vertices(7, v);
+    ModelVertices vertices(7, v);
     vertices[1].tangent = {0, 0, 0, 1}; // computed later: does not count
     vertices[2].texCoord.y = 6;
     vertices[3].normal.z = 9;
     vertices[4].tangent.w = -1;
     vertices[5].position.x = 0;
-    std::vector<Triangle> triangles{{0, 1, 2}, {3, 4, 2}};
+    ModelTriangles triangles{{0, 1, 2}, {3, 4, 2}};
     OptimizeMesh(vertices, triangles);
-    EXPECT_EQ(triangles, (std::vector<Triangle>{{0, 0, 1}, {2, 3, 1}}));
+    EXPECT_EQ(triangles, (ModelTriangles{{0, 0, 1}, {2, 3, 1}}));
     EXPECT_EQ(vertices.size(), 4u);
     vertices.assign(2, v);
     vertices[0].position.x = 0.0f;
@@ -142,10 +142,10 @@ TEST(OptimizeMesh, ComparesTheFieldsAndDropsTheUnused) {
 
 TEST(Subdivide, GivesFourForOne) {
     const ModelData cube = Cube();
-    const std::vector<Triangle>& coarse = cube.meshes[0].groups[0].triangles;
+    const ModelTriangles& coarse = cube.meshes[0].groups[0].triangles;
     ASSERT_EQ(coarse.size(), 12u);
-    std::vector<ModelVertex> vertices = cube.vertices;
-    std::vector<Triangle> fine;
+    ModelVertices vertices = cube.vertices;
+    ModelTriangles fine;
     SubdivideGroup(1, vertices, coarse, fine);
     EXPECT_EQ(fine.size(), 48u);
     EXPECT_EQ(vertices.size(), cube.vertices.size() + 36);
@@ -160,7 +160,7 @@ TEST(Subdivide, GivesFourForOne) {
     // The surface stays: each level has the same area, wound the same way.
     Point3 area, fineArea;
     float total = 0, fineTotal = 0;
-    std::vector<Triangle> finest;
+    ModelTriangles finest;
     SubdivideGroup(3, vertices, coarse, finest);
     EXPECT_EQ(finest.size(), 12u * 64);
     for (const Triangle& t : coarse) {
@@ -218,7 +218,7 @@ TEST(Edges, HardOnesAreFilledBelowAQuarterTurn) {
 
 TEST(Edges, AdjacentNormalsAreSharedAtAPosition) {
     ModelData cube = Cube();
-    const std::vector<Point3> normals = AdjacentNormals(cube.vertices);
+    const LargeArray<Point3> normals = AdjacentNormals(cube.vertices);
     for (std::size_t i = 0; i < normals.size(); ++i) {
         // The three faces of a corner: towards the corner.
         ExpectNear(Normalized(normals[i]), Normalized(cube.vertices[i].position), 1e-5f, "corner");
@@ -228,7 +228,7 @@ TEST(Edges, AdjacentNormalsAreSharedAtAPosition) {
 
 TEST(Edges, TheListHasAllCornersOfAPlace) {
     ModelData cube = Cube();
-    const std::vector<Triangle>& triangles = cube.meshes[0].groups[0].triangles;
+    const ModelTriangles& triangles = cube.meshes[0].groups[0].triangles;
     const EdgeList list = BuildEdgeList(cube.vertices, triangles);
     ASSERT_EQ(list.first.size(), 8u + 1);
     ASSERT_EQ(list.corners.size(), 36u);
@@ -249,8 +249,8 @@ TEST(Edges, TheListHasAllCornersOfAPlace) {
 TEST(MeshSteps, TheOrderOfVerticesChangesNothing) {
     std::mt19937 random(9);
     std::uniform_int_distribution<int> step(0, 4);
-    std::vector<ModelVertex> ordered;
-    std::vector<Triangle> triangles, backwards;
+    ModelVertices ordered;
+    ModelTriangles triangles, backwards;
     for (std::uint32_t i = 0; i < 3 * 700; ++i) {
         const Point3 p{static_cast<float>(step(random)), static_cast<float>(step(random)),
                        static_cast<float>(step(random))};
@@ -259,7 +259,7 @@ TEST(MeshSteps, TheOrderOfVerticesChangesNothing) {
     }
     const auto last = static_cast<std::uint32_t>(ordered.size() - 1);
     for (const Triangle& t : triangles) backwards.push_back({last - t[0], last - t[1], last - t[2]});
-    std::vector<ModelVertex> reversed(ordered.rbegin(), ordered.rend());
+    ModelVertices reversed(ordered.rbegin(), ordered.rend());
     AutoNormals(ordered, triangles, 60);
     AutoNormals(reversed, backwards, 60);
     for (std::uint32_t i = 0; i <= last; ++i)
@@ -267,8 +267,8 @@ TEST(MeshSteps, TheOrderOfVerticesChangesNothing) {
 
     for (ModelVertex& v : ordered) v.normal = {};
     for (ModelVertex& v : reversed) v.normal = {};
-    std::vector<ModelVertex> before = ordered;
-    const std::vector<Triangle> corners = triangles;
+    ModelVertices before = ordered;
+    const ModelTriangles corners = triangles;
     OptimizeMesh(ordered, triangles);
     OptimizeMesh(reversed, backwards);
     EXPECT_EQ(triangles, backwards);
@@ -287,7 +287,7 @@ TEST(PositionPlaces, NumbersDecide) {
     const std::vector<Point3> points{{0, 0, 0},   {-0.0f, 0, 0}, {nan, 0, 0},
                                      {nan, 0, 0}, {1, 0, 0},     {0, 0, -0.0f}};
     const Places places = FindPlaces(points.size(), [&](std::uint32_t i) { return points[i]; });
-    EXPECT_EQ(places.place, (std::vector<std::uint32_t>{0, 0, 1, 2, 3, 0}));
+    EXPECT_EQ(places.place, (LargeArray<std::uint32_t>{0, 0, 1, 2, 3, 0}));
     EXPECT_EQ(places.count(), 4u);
     // Many that are no number do not search for one another.
     const Places many = FindPlaces(300000, [&](std::uint32_t) { return Point3{nan, 0, 0}; });

@@ -114,6 +114,32 @@ TEST_F(ModelCacheTest, SparesTheParserTheSecondTime) {
     EXPECT_FALSE(LoadModelData(ModelAt("a.obj"), folder_.path(), third)) << "without the cache";
 }
 
+// Names between arrays, so that the small parts lie across the windows in which a file is read.
+TEST_F(ModelCacheTest, ReadsARecordFromItsFileAsFromMemory) {
+    ModelData data;
+    data.vertices.resize(9'000);
+    for (std::size_t i = 0; i < 9'000; ++i) data.vertices[i].position.x = static_cast<float>(i);
+    for (std::uint32_t i = 0; i < 900; ++i) {
+        data.materials.emplace_back().name = std::string(i, 'm') + "end";
+        ModelMesh& mesh = data.meshes.emplace_back();
+        mesh.name = std::to_string(i);
+        mesh.groups.resize(1);
+        mesh.groups[0].triangles.assign(i == 500 ? 20'000 : i, Triangle{i, 2 * i, 3 * i});
+    }
+    const Buffer record = WriteModelRecord(data, 1);
+    PackFile pack;
+    pack.Open(folder_.file("p"), false, false);
+    ASSERT_TRUE(pack.Put("a", record));
+    const PackEntry entry = pack.Get("a");
+    ModelData read;
+    ASSERT_TRUE(ReadModelRecord(entry.stream(), read));
+    EXPECT_EQ(WriteModelRecord(read, 1), record);
+    // A file that somebody cuts while it is read is a record that ends too early, and nothing worse.
+    std::filesystem::resize_file(folder_.file("p"), 0x30008 + record.size() - 40'000);
+    EXPECT_FALSE(ReadModelRecord(entry.stream(), read));
+    EXPECT_TRUE(read.vertices.empty() && read.meshes.empty());
+}
+
 TEST_F(ModelCacheTest, LoadsBundlesAndTheDefaultModel) {
     std::filesystem::create_directories(folder_.file("c/ships/old"));
     folder_.Put("c/ships/one.obj", kTriangle);

@@ -50,7 +50,7 @@ TEST(ModelLoader, TheLayerPlaneFacesTheViewer) {
     ASSERT_EQ(data.vertices.size(), 4u);
     EXPECT_EQ(data.vertices[3].position, (Point3{1, 1, 0}));
     EXPECT_EQ(data.vertices[2].texCoord, (Point2{0, 1}));
-    EXPECT_EQ(data.meshes[0].groups[0].triangles, (std::vector<Triangle>{{0, 1, 2}, {1, 3, 2}}));
+    EXPECT_EQ(data.meshes[0].groups[0].triangles, (ModelTriangles{{0, 1, 2}, {1, 3, 2}}));
     EXPECT_EQ(data.materials[0].name, "Default");
     EXPECT_EQ(data.size, 1);
     EXPECT_EQ(data.vertices[0].tangent.x, 1);

@@ -87,7 +87,7 @@ void ExpectGeometry(const ModelData& model) {
     EXPECT_EQ(mesh.name, "plane");
     ASSERT_EQ(mesh.groups.size(), 2u);
     EXPECT_EQ(mesh.groups[0].materialIndex, 1u);
-    EXPECT_EQ(mesh.groups[0].triangles, (std::vector<Triangle>{{0, 1, 2}, {1, 3, 2}}));
+    EXPECT_EQ(mesh.groups[0].triangles, (ModelTriangles{{0, 1, 2}, {1, 3, 2}}));
     EXPECT_TRUE(mesh.groups[1].triangles.empty());
     EXPECT_EQ(mesh.boundsMin, (Point3{-1, -1, 0}));
     EXPECT_EQ(mesh.boundsMax, (Point3{1, 1, 0}));
@@ -162,11 +162,11 @@ TEST(ModelRecord, WritesTheNewestVersionByteForByte) {
     ModelData model;
     ASSERT_TRUE(ReadModelRecord(Record(12), model));
     EXPECT_EQ(WriteModelRecord(model, 777), Record(12));
-    const auto head = ReadModelRecordHead(Record(12));
+    const auto head = ReadModelRecordHead(ByteStream(Record(12)));
     ASSERT_TRUE(head);
     EXPECT_EQ(head->version, 12u);
     EXPECT_EQ(head->sourceSize, 777u);
-    EXPECT_FALSE(ReadModelRecordHead(Bytes(Record(12)).first(7)));
+    EXPECT_FALSE(ReadModelRecordHead(ByteStream(Bytes(Record(12)).first(7))));
 }
 
 TEST(ModelRecord, TakesNewerVersionsForTheOldest) {
@@ -228,7 +228,7 @@ TEST(ModelRecord, SurvivesWrongNumbers) {
     *at = std::byte{4};
     ModelData model;
     ASSERT_TRUE(ReadModelRecord(record, model));
-    EXPECT_EQ(model.meshes[0].groups[0].triangles, (std::vector<Triangle>{{0, 1, 2}}));
+    EXPECT_EQ(model.meshes[0].groups[0].triangles, (ModelTriangles{{0, 1, 2}}));
 }
 
 TEST(DefaultModel, IsAClosedTubeThatLooksOutward) {

@@ -78,8 +78,8 @@ TEST(PrepareMesh, ThirdBufferAndEdgeList) {
 TEST(PrepareMesh, ALayerKeepsItsTextureCoordinates) {
     ModelData model = Cube();
     model.meshes[0].groups[0].useLayerAsUV = true;
-    const std::vector<ModelVertex> before = model.vertices;
-    const std::vector<Triangle> triangles = model.meshes[0].groups[0].triangles;
+    const ModelVertices before = model.vertices;
+    const ModelTriangles triangles = model.meshes[0].groups[0].triangles;
     ImportOptions options;
     options.textureMapping = TextureMapping::Box;
     const PreparedMesh mesh = PrepareMesh(std::move(model), options);
@@ -92,8 +92,7 @@ TEST(PrepareMesh, ALayerKeepsItsTextureCoordinates) {
 TEST(PrepareMesh, SurvivesBrokenMeshes) {
     const float nan = std::numeric_limits<float>::quiet_NaN(), inf = std::numeric_limits<float>::infinity();
     std::vector<ModelData> models(8);
-    const auto fill = [](ModelData& model, std::initializer_list<Point3> points,
-                         std::vector<Triangle> triangles) {
+    const auto fill = [](ModelData& model, std::initializer_list<Point3> points, ModelTriangles triangles) {
         for (const Point3 p : points) model.vertices.push_back({p, {}, {0, 0, 1}, {}});
         model.meshes.emplace_back().groups.push_back({0, false, std::move(triangles)});
         NormaliseModel(model);
@@ -130,7 +129,7 @@ TEST(PrepareMesh, SurvivesBrokenMeshes) {
 TEST(PrepareMesh, CrowdedPlacesTakeNoLonger) {
     for (const bool onePoint : {true, false}) {
         ModelData model;
-        std::vector<Triangle> triangles;
+        ModelTriangles triangles;
         for (std::uint32_t i = 0; i < 40000; ++i) {
             const float a = static_cast<float>(i) * 1e-6f;
             for (const Point3 p : {Point3{0, 0, 0}, {1e-3f + a, 0, 0}, {0, 1e-3f, a}})

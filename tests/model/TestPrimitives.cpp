@@ -17,7 +17,7 @@ ModelData Build(PrimitiveKind kind, const PrimitiveParameters& parameters) {
     BuildPrimitive(model, kind, parameters);
     return model;
 }
-const std::vector<Triangle>& Triangles(const ModelData& model) {
+const ModelTriangles& Triangles(const ModelData& model) {
     return model.meshes.at(0).groups.at(0).triangles;
 }
 

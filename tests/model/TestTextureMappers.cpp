@@ -12,9 +12,9 @@ constexpr Point3 kHalf{1, 0.5f, 0.25f};
 
 // Texture coordinates of one triangle.
 std::array<Point2, 3> Map(TextureMapping mapping, const std::array<Point3, 3>& corners, Point3 half = kHalf) {
-    std::vector<ModelVertex> vertices;
+    ModelVertices vertices;
     for (const Point3 p : corners) vertices.push_back({p, {7, 7}, {}, {}});
-    std::vector<Triangle> triangles{{0, 1, 2}};
+    ModelTriangles triangles{{0, 1, 2}};
     VertexOptimizer optimizer(3);
     MapTexture({vertices, triangles, half, optimizer}, mapping);
     return {vertices[0].texCoord, vertices[1].texCoord, vertices[2].texCoord};
@@ -103,7 +103,7 @@ TEST(TextureMappers, SphereAndCylinderJoinAtTheirSeam) {
                           Case{PrimitiveKind::Cylinder, TextureMapping::CylinderY, 2}}) {
         ModelData model;
         BuildPrimitive(model, c.kind, p);
-        std::vector<Triangle>& triangles = model.meshes[0].groups[0].triangles;
+        ModelTriangles& triangles = model.meshes[0].groups[0].triangles;
         VertexOptimizer optimizer(model.vertices.size());
         MapTexture({model.vertices, triangles, (model.boundsMax - model.boundsMin) * 0.5f, optimizer},
                    c.mapping);
@@ -132,13 +132,13 @@ TEST(TextureMappers, SphereAndCylinderJoinAtTheirSeam) {
 }
 
 TEST(TextureMappers, ASharedVertexIsCopiedForItsSecondTriangle) {
-    std::vector<ModelVertex> vertices(4);
+    ModelVertices vertices(4);
     for (std::size_t i = 0; i < 4; ++i) vertices[i].position = {static_cast<float>(i), 0, 0};
-    std::vector<Triangle> triangles{{0, 1, 2}, {2, 1, 3}};
+    ModelTriangles triangles{{0, 1, 2}, {2, 1, 3}};
     VertexOptimizer optimizer(4);
     UvPolygon({vertices, triangles, {1, 1, 1}, optimizer});
     optimizer.Append(vertices);
-    EXPECT_EQ(triangles, (std::vector<Triangle>{{0, 1, 2}, {4, 5, 3}}));
+    EXPECT_EQ(triangles, (ModelTriangles{{0, 1, 2}, {4, 5, 3}}));
     ASSERT_EQ(vertices.size(), 6u);
     EXPECT_EQ(vertices[4].position, vertices[2].position);
     EXPECT_EQ(vertices[4].texCoord, (Point2{0, 0}));

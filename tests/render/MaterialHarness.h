@@ -20,8 +20,8 @@ namespace velorin::test {
 
 // Triangles as the material programs take them, in world space unless a matrix says otherwise.
 struct Surface {
-    std::vector<ModelVertex> vertices;
-    std::vector<Triangle> triangles;
+    ModelVertices vertices;
+    ModelTriangles triangles;
 };
 
 // A rectangle around the origin in a plane of constant z that faces the viewer (-z); u grows with x, v with

@@ -53,9 +53,9 @@ public:
           limit_(std::cos(thresholdDegrees * kRadiansPerDegree)),
           unshared_(IsUnshared(triangles)),
           byPlace_(SortCorners(vertices, triangles)) {
-        ReserveLarge(planes_, triangles.size());
+        planes_.reserve(triangles.size());
         // The places' positions lie closer together than the vertices'.
-        const std::vector<Point3>& at = byPlace_.positions;
+        const LargeArray<Point3>& at = byPlace_.positions;
         for (std::size_t c = 0; c < 3 * triangles.size(); c += 3)
             planes_.push_back(
                 PlaneOf(at[byPlace_.place[c]], at[byPlace_.place[c + 1]], at[byPlace_.place[c + 2]]));
@@ -79,7 +79,7 @@ public:
 private:
     // The vertices' own sums, in place of their normals, and then of their corners beside.
     void SumShared() {
-        ReserveLarge(own_, 3 * triangles_.size());
+        own_.reserve(3 * triangles_.size());
         for (const Triangle& t : triangles_)
             for (const std::uint32_t index : t) vertices_[index].normal = {};
         for (std::size_t t = 0; t < triangles_.size(); ++t)
@@ -133,8 +133,8 @@ private:
     float limit_;   // cosine of the threshold
     bool unshared_; // every vertex has one corner
     CornersByPlace byPlace_;
-    std::vector<Plane> planes_;
-    std::vector<Point3> own_; // one a corner; empty for an unshared mesh
+    LargeArray<Plane> planes_;
+    LargeArray<Point3> own_; // one a corner; empty for an unshared mesh
 };
 
 } // namespace

@@ -93,7 +93,7 @@ std::vector<HardEdge> FindHardEdges(std::span<const ModelVertex> vertices,
 }
 
 void FillEdges(std::span<const ModelVertex> vertices, std::span<const HardEdge> edges,
-               std::vector<Triangle>& triangles) {
+               ModelTriangles& triangles) {
     for (const HardEdge& e : edges) {
         // Less than 1.5707964, a quarter turn.
         if (!(Dot(vertices[e.a1].normal, vertices[e.a2].normal) > 0) ||
@@ -104,7 +104,7 @@ void FillEdges(std::span<const ModelVertex> vertices, std::span<const HardEdge> 
     }
 }
 
-std::vector<Point3> AdjacentNormals(std::span<const ModelVertex> vertices) {
+LargeArray<Point3> AdjacentNormals(std::span<const ModelVertex> vertices) {
     const Places places = FindPlaces(vertices.size(), [&](std::uint32_t i) { return vertices[i].position; });
     std::vector<Point3> sums(places.count());
     std::vector<std::uint32_t> counts(places.count());
@@ -112,7 +112,7 @@ std::vector<Point3> AdjacentNormals(std::span<const ModelVertex> vertices) {
         sums[places.place[i]] += vertices[i].normal;
         ++counts[places.place[i]];
     }
-    std::vector<Point3> normals;
+    LargeArray<Point3> normals;
     normals.reserve(vertices.size());
     for (const std::uint32_t place : places.place)
         normals.push_back(sums[place] * (1 / static_cast<float>(counts[place])));

@@ -43,19 +43,19 @@ struct HardEdge {
 // Two triangles without area along each hard edge whose normals differ by less than a quarter turn: displaced
 // along the normals they close the crack.
 void FillEdges(std::span<const ModelVertex> vertices, std::span<const HardEdge> edges,
-               std::vector<Triangle>& triangles);
+               ModelTriangles& triangles);
 
 // Makes one of vertices that are equal in position, texture coordinates, normal and handedness, drops those
 // that no triangle uses and renumbers, in the order of first use. Tangents are computed afterwards and do not
 // count.
-void OptimizeMesh(std::vector<ModelVertex>& vertices, std::span<Triangle> triangles);
+void OptimizeMesh(ModelVertices& vertices, std::span<Triangle> triangles);
 
 // Appends the result to `out` and its midpoints to `vertices`: each triangle becomes four, `levels` times.
-void SubdivideGroup(std::uint32_t levels, std::vector<ModelVertex>& vertices,
-                    std::span<const Triangle> triangles, std::vector<Triangle>& out);
+void SubdivideGroup(std::uint32_t levels, ModelVertices& vertices, std::span<const Triangle> triangles,
+                    ModelTriangles& out);
 
 // For each vertex the mean of the normals of all vertices at its position.
-[[nodiscard]] std::vector<Point3> AdjacentNormals(std::span<const ModelVertex> vertices);
+[[nodiscard]] LargeArray<Point3> AdjacentNormals(std::span<const ModelVertex> vertices);
 
 [[nodiscard]] EdgeList BuildEdgeList(std::span<const ModelVertex> vertices,
                                      std::span<const Triangle> triangles);

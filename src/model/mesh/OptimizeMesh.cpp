@@ -24,12 +24,12 @@ std::uint32_t Hash(const Key& key) {
 
 } // namespace
 
-void OptimizeMesh(std::vector<ModelVertex>& vertices, std::span<Triangle> triangles) {
+void OptimizeMesh(ModelVertices& vertices, std::span<Triangle> triangles) {
     // Where every corner has a vertex of its own, in order, those that are kept move only down, so that they
     // need no room of their own and a vertex is met once.
     const bool inPlace = IsUnshared(triangles);
-    std::vector<ModelVertex> apart;
-    std::vector<ModelVertex>& kept = inPlace ? vertices : apart;
+    ModelVertices apart;
+    ModelVertices& kept = inPlace ? vertices : apart;
     std::vector<std::uint32_t> number; // of a vertex among the kept
     if (!inPlace) number.assign(vertices.size(), IndexTable::kNone);
     std::uint32_t count = 0;
@@ -76,8 +76,8 @@ void OptimizeMesh(std::vector<ModelVertex>& vertices, std::span<Triangle> triang
     if (!inPlace) vertices = std::move(apart);
 }
 
-void SubdivideGroup(std::uint32_t levels, std::vector<ModelVertex>& vertices,
-                    std::span<const Triangle> triangles, std::vector<Triangle>& out) {
+void SubdivideGroup(std::uint32_t levels, ModelVertices& vertices, std::span<const Triangle> triangles,
+                    ModelTriangles& out) {
     const auto middle = [&vertices](std::uint32_t a, std::uint32_t b) {
         const ModelVertex &p = vertices[a], &q = vertices[b];
         const ModelVertex m{(p.position + q.position) * 0.5f,
@@ -88,7 +88,7 @@ void SubdivideGroup(std::uint32_t levels, std::vector<ModelVertex>& vertices,
         vertices.push_back(m);
         return static_cast<std::uint32_t>(vertices.size() - 1);
     };
-    std::vector<Triangle> coarse(triangles.begin(), triangles.end()), fine;
+    ModelTriangles coarse(triangles.begin(), triangles.end()), fine;
     for (std::uint32_t level = 0; level < levels; ++level) {
         fine.clear();
         fine.reserve(4 * coarse.size());

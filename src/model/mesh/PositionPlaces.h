@@ -61,9 +61,7 @@ private:
         std::uint32_t index, hash;
     };
     void Grow() {
-        std::vector<Entry> old;
-        ReserveLarge(old, 2 * entries_.size());
-        old.assign(2 * entries_.size(), Entry{kNone, 0});
+        LargeArray<Entry> old(2 * entries_.size(), Entry{kNone, 0});
         old.swap(entries_);
         for (const Entry& entry : old) {
             if (entry.index == kNone) continue;
@@ -73,13 +71,13 @@ private:
         }
     }
 
-    std::vector<Entry> entries_;
+    LargeArray<Entry> entries_;
     std::size_t count_ = 0;
 };
 
 struct Places {
-    std::vector<std::uint32_t> place; // one a thing: numbers from 0 in the order of first appearance
-    std::vector<Point3> positions;    // one a place
+    LargeArray<std::uint32_t> place; // one a thing: numbers from 0 in the order of first appearance
+    LargeArray<Point3> positions;    // one a place
 
     [[nodiscard]] std::uint32_t count() const { return static_cast<std::uint32_t>(positions.size()); }
 };
@@ -88,7 +86,6 @@ struct Places {
 template <class Position>
 [[nodiscard]] Places FindPlaces(std::size_t count, Position&& position) {
     Places places;
-    ReserveLarge(places.place, count);
     places.place.resize(count);
     IndexTable table;
     std::array<std::uint32_t, IndexTable::kTogether> hashes;
@@ -127,10 +124,10 @@ template <class Position>
 
 // The corners of triangles by their place: corner c is corner c % 3 of triangle c / 3.
 struct CornersByPlace {
-    std::vector<std::uint32_t> place;   // one a corner
-    std::vector<std::uint32_t> first;   // one a place, and one behind the last: into `corners`
-    std::vector<std::uint32_t> corners; // ascending within a place
-    std::vector<Point3> positions;      // one a place
+    LargeArray<std::uint32_t> place;   // one a corner
+    LargeArray<std::uint32_t> first;   // one a place, and one behind the last: into `corners`
+    LargeArray<std::uint32_t> corners; // ascending within a place
+    LargeArray<Point3> positions;      // one a place
 };
 [[nodiscard]] CornersByPlace SortCorners(std::span<const ModelVertex> vertices,
                                          std::span<const Triangle> triangles);

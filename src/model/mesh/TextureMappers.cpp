@@ -54,7 +54,7 @@ float ShareOf(float position, float half, float extent) {
 VertexOptimizer::VertexOptimizer(std::size_t vertexCount) : vertexCount_(vertexCount), written_(vertexCount) {
 }
 
-void VertexOptimizer::Write(std::vector<ModelVertex>& vertices, std::uint32_t& index, Point2 texCoord) {
+void VertexOptimizer::Write(ModelVertices& vertices, std::uint32_t& index, Point2 texCoord) {
     if (!written_[index]) {
         written_[index] = true;
         vertices[index].texCoord = texCoord;
@@ -65,7 +65,7 @@ void VertexOptimizer::Write(std::vector<ModelVertex>& vertices, std::uint32_t& i
     index = static_cast<std::uint32_t>(vertexCount_ + extras_.size() - 1);
 }
 
-void VertexOptimizer::Append(std::vector<ModelVertex>& vertices) {
+void VertexOptimizer::Append(ModelVertices& vertices) {
     vertices.insert(vertices.end(), extras_.begin(), extras_.end());
     extras_.clear();
 }

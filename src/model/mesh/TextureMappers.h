@@ -15,18 +15,18 @@ class VertexOptimizer {
 public:
     explicit VertexOptimizer(std::size_t vertexCount);
     // May change `index` to that of a copy.
-    void Write(std::vector<ModelVertex>& vertices, std::uint32_t& index, Point2 texCoord);
-    void Append(std::vector<ModelVertex>& vertices);
+    void Write(ModelVertices& vertices, std::uint32_t& index, Point2 texCoord);
+    void Append(ModelVertices& vertices);
 
 private:
     std::size_t vertexCount_;
     std::vector<bool> written_;
-    std::vector<ModelVertex> extras_;
+    ModelVertices extras_;
 };
 
 // What the mappers know of the model: half the extent of its bounds, centred.
 struct MappedMesh {
-    std::vector<ModelVertex>& vertices;
+    ModelVertices& vertices;
     std::span<Triangle> triangles;
     Point3 half;
     VertexOptimizer& optimizer;

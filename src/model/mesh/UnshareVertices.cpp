@@ -21,7 +21,7 @@ bool IsUnshared(const ModelData& model) {
 
 void UnshareVertices(ModelData& model) {
     if (IsUnshared(model)) return;
-    std::vector<ModelVertex> vertices;
+    ModelVertices vertices;
     vertices.reserve(3 * TriangleCount(model));
     for (ModelMesh& mesh : model.meshes) {
         for (ModelGroup& group : mesh.groups) {

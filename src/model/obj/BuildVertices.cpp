@@ -1,6 +1,5 @@
 #include "model/obj/ByteMasks.h"
 #include "model/obj/ObjText.h"
-#include "services/LargePages.h"
 #include "services/Log.h"
 
 #include <algorithm>
@@ -17,10 +16,10 @@ public:
     Builder(const ObjText& text, std::vector<std::uint32_t>& triangleCounts)
         : text_(text), counts_(triangleCounts), hasFaces_(text.groups.size(), false) {
         counts_.assign(text.groups.size(), 0);
-        ReserveLarge(vertices_, 3 * std::min(text.faceEstimate, kMaximumTriangles));
+        vertices_.reserve(3 * std::min(text.faceEstimate, kMaximumTriangles));
     }
 
-    std::vector<ModelVertex> Run() {
+    ModelVertices Run() {
         for (const FaceRun& run : text_.runs) ReadRun(run);
         if (dropped_ > 0)
             Log("Obj: %zu faces refer outside the lists of the file and are left out", dropped_);
@@ -83,18 +82,18 @@ private:
     const ObjText& text_;
     std::vector<std::uint32_t>& counts_;
     std::vector<bool> hasFaces_; // whole or broken
-    std::vector<ModelVertex> vertices_;
+    ModelVertices vertices_;
     FaceLineReader reader_;
     std::size_t dropped_ = 0;
 };
 
 } // namespace
 
-std::vector<ModelVertex> BuildVertices(ObjText& text, std::vector<std::uint32_t>& triangleCounts) {
+ModelVertices BuildVertices(ObjText& text, std::vector<std::uint32_t>& triangleCounts) {
     if (text.texCoords.empty()) text.texCoords.push_back({0, 1}); // (0, 0) of the file
     if (text.normals.empty()) text.normals.push_back({0, 0, 0});
     Builder builder(text, triangleCounts);
-    std::vector<ModelVertex> vertices = builder.Run();
+    ModelVertices vertices = builder.Run();
     if (!text.groups.empty() && text.meshes.back().groupCount > 0 &&
         !builder.HasFaces(text.groups.size() - 1)) {
         text.groups.pop_back();

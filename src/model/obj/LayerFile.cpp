@@ -42,7 +42,7 @@ bool ReadTrack(ByteReader& reader, AnimationLayer& layer) {
     const auto name = ReadName(reader);
     const auto keyCount = reader.Read<std::uint32_t>();
     if (!name || !keyCount) return false;
-    std::vector<LayerKey>& keys = layer.tracks[*name];
+    LayerKeys& keys = layer.tracks[*name];
     const std::uint64_t present = std::min<std::uint64_t>(*keyCount, reader.remaining() / sizeof(StoredKey));
     keys.reserve(keys.size() + present);
     for (std::uint64_t i = 0; i < present; ++i)

@@ -2,7 +2,6 @@
 
 #include "model/ModelPaths.h"
 #include "model/obj/ObjText.h"
-#include "services/LargePages.h"
 #include "services/Log.h"
 #include "services/MappedFile.h"
 
@@ -75,9 +74,9 @@ void ModelObj::Build(obj::ObjText& text) {
     for (std::size_t i = 0; i < materials_.size(); ++i) materials_[i].name = std::move(text.materialNames[i]);
 }
 
-std::vector<Triangle> ModelObj::GroupObj::CopyTriangles() const {
-    std::vector<Triangle> triangles;
-    ReserveLarge(triangles, triangleCount);
+ModelTriangles ModelObj::GroupObj::CopyTriangles() const {
+    ModelTriangles triangles;
+    triangles.reserve(triangleCount);
     for (std::uint32_t i = 0, v = firstVertex; i < triangleCount; ++i, v += 3)
         triangles.push_back({v, v + 1, v + 2});
     return triangles;

@@ -30,7 +30,7 @@ public:
     [[nodiscard]] const FileMesh& Mesh(std::uint32_t index) const override { return meshes_[index]; }
     [[nodiscard]] std::uint32_t VertexCount() const override;
     [[nodiscard]] const ModelVertex* Vertices() const override { return vertices_.data(); }
-    [[nodiscard]] std::vector<ModelVertex> TakeVertices() override { return std::move(vertices_); }
+    [[nodiscard]] ModelVertices TakeVertices() override { return std::move(vertices_); }
     [[nodiscard]] bool HasLayers() const override { return hasLayers_; }
     [[nodiscard]] const std::vector<AnimationLayer>& Layers() const override { return layers_.layers; }
     [[nodiscard]] const std::list<ModelJoint>& Joints() const override { return layers_.joints; }
@@ -47,11 +47,11 @@ private:
         std::uint32_t triangleCount = 0;
         [[nodiscard]] std::uint32_t TriangleCount() const override { return triangleCount; }
         [[nodiscard]] const Triangle* Indices() const override; // by one thread at a time
-        [[nodiscard]] std::vector<Triangle> CopyTriangles() const override;
+        [[nodiscard]] ModelTriangles CopyTriangles() const override;
         [[nodiscard]] std::uint32_t MaterialIndex() const override { return materialIndex; }
 
     private:
-        mutable std::vector<Triangle> triangles_;
+        mutable ModelTriangles triangles_;
     };
     class MeshObj final : public FileMesh {
     public:
@@ -73,7 +73,7 @@ private:
     std::vector<obj::MaterialObj> materials_;
     std::vector<MeshObj> meshes_;
     std::vector<GroupObj> groups_;
-    std::vector<ModelVertex> vertices_;
+    ModelVertices vertices_;
     bool hasLayers_ = false;
     obj::LayerFile layers_;
 };

@@ -48,7 +48,6 @@ struct ObjText {
 // Three new vertices for each triangle of the faces, in the order of the file; the tangents are zero. A face
 // that refers outside a list is left out as a whole. Ends the lists and runs of `text`. `triangleCounts` gets
 // the number of triangles of each group. A last group without any face is taken from `text`.
-[[nodiscard]] std::vector<ModelVertex> BuildVertices(ObjText& text,
-                                                     std::vector<std::uint32_t>& triangleCounts);
+[[nodiscard]] ModelVertices BuildVertices(ObjText& text, std::vector<std::uint32_t>& triangleCounts);
 
 } // namespace velorin::obj

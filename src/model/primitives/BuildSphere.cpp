@@ -68,8 +68,8 @@ private:
     std::map<std::pair<int, int>, std::vector<std::uint32_t>> edges_;
 };
 
-std::vector<Triangle> Divide(Points& points, int segments) {
-    std::vector<Triangle> triangles;
+ModelTriangles Divide(Points& points, int segments) {
+    ModelTriangles triangles;
     for (const auto& face : kFaces) {
         const std::vector<std::uint32_t> left = points.Edge(face[0], face[1]),
                                          right = points.Edge(face[0], face[2]),
@@ -153,7 +153,7 @@ private:
 void BuildSphere(ModelData& model, const SphereParameters& p) {
     const int segments = Count(p.segments, 1, 200);
     Points points(segments);
-    const std::vector<Triangle> triangles = Divide(points, segments);
+    const ModelTriangles triangles = Divide(points, segments);
     PrimitiveMesh mesh(model);
     Wrapping wrapping(mesh, points.directions, Limit(p.diameter, 0.01f, 100) * 100 * 0.5f);
     for (const Triangle& triangle : triangles) wrapping.Add(triangle);

@@ -50,7 +50,7 @@ void PrimitiveMesh::Reverse(std::size_t count) {
 }
 
 void PrimitiveMesh::MakeFlat() {
-    std::vector<ModelVertex> vertices;
+    ModelVertices vertices;
     vertices.reserve(3 * triangles_.size());
     for (Triangle& triangle : triangles_) {
         ModelVertex corners[3];

@@ -71,7 +71,7 @@ private:
     void MakeFlat();
 
     ModelData& model_;
-    std::vector<Triangle> triangles_;
+    ModelTriangles triangles_;
 };
 
 // A surface of revolution around y. The profile runs such that its left side is outward when x is the radius

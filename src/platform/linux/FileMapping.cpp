@@ -72,6 +72,37 @@ bool OpenFileMapping(const std::string& path, FileAccess access, std::uint64_t o
     return false;
 }
 
+namespace {
+
+// `transfer` moves up to so many bytes at an offset and returns how many it did, as pread does.
+template <class Byte, class Transfer>
+bool TransferAll(std::uint64_t offset, Byte* bytes, std::size_t count, Transfer&& transfer) {
+    while (count > 0) {
+        const ssize_t done = transfer(bytes, count, static_cast<off_t>(offset));
+        if (done < 0 && errno == EINTR) continue;
+        if (done <= 0) return false;
+        offset += static_cast<std::uint64_t>(done);
+        bytes += done;
+        count -= static_cast<std::size_t>(done);
+    }
+    return true;
+}
+
+} // namespace
+
+bool ReadMappedFile(const FileMapping& mapping, std::uint64_t offset, std::byte* to, std::size_t count) {
+    return TransferAll(offset, to, count, [&](std::byte* bytes, std::size_t size, off_t at) {
+        return pread(mapping.file, bytes, size, at);
+    });
+}
+
+bool WriteMappedFile(const FileMapping& mapping, std::uint64_t offset, const std::byte* from,
+                     std::size_t count) {
+    return TransferAll(offset, from, count, [&](const std::byte* bytes, std::size_t size, off_t at) {
+        return pwrite(mapping.file, bytes, size, at);
+    });
+}
+
 void CloseFileMapping(FileMapping& mapping) {
     if (mapping.mappingBase) munmap(mapping.mappingBase, mapping.mappingLength);
     if (mapping.file >= 0) close(mapping.file);
