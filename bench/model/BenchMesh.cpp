@@ -5,7 +5,6 @@
 
 #include "model/ModelTools.h"
 #include "model/mesh/MeshSteps.h"
-#include "services/LargePages.h"
 
 #include <algorithm>
 #include <cmath>
@@ -35,7 +34,7 @@ ModelData MakeGlobe(std::size_t triangles) {
     };
     ModelData model;
     ModelTriangles list;
-    ReserveLarge(model.vertices, 6 * rows * columns); // as readers do
+    model.vertices.reserve(6 * rows * columns); // as readers do
     const auto add = [&](const ModelVertex& a, const ModelVertex& b, const ModelVertex& c) {
         const auto first = static_cast<std::uint32_t>(model.vertices.size());
         for (const ModelVertex& v : {a, b, c}) model.vertices.push_back(v);
@@ -56,7 +55,7 @@ ModelData MakeGlobe(std::size_t triangles) {
 
 ModelData Copy(const ModelData& source) {
     ModelData copy;
-    ReserveLarge(copy.vertices, source.vertices.size());
+    copy.vertices.reserve(source.vertices.size());
     copy.vertices = source.vertices;
     copy.meshes = source.meshes;
     copy.boundsMin = source.boundsMin, copy.boundsMax = source.boundsMax;

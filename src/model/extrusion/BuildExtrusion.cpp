@@ -5,7 +5,6 @@
 #include "model/extrusion/Contours.h"
 #include "model/extrusion/FlattenPath.h"
 #include "model/extrusion/ShellWriter.h"
-#include "services/LargePages.h"
 #include "services/Warnings.h"
 
 #include <algorithm>
@@ -371,7 +370,7 @@ void BuildExtrusion(ModelData& model, const PathSet& pathSet, const ExtrusionOpt
                       " triangles is too large to be built; lower its depth segments or path resolution.");
         return;
     }
-    ReserveLarge(model.vertices, corners);
+    model.vertices.reserve(corners);
     BuildObjects(model, contours, objectCount, options,
                  {scale.x, scale.y, options.realWorldScale ? kRealWorldDepth : 1}, budget);
     if (!budget.spent()) return;

@@ -81,9 +81,9 @@ void ShellWriter::finish(std::size_t most) {
     finished_ = model_.vertices.size();
 }
 
-std::vector<Triangle> ShellWriter::takeTriangles() {
+ModelTriangles ShellWriter::takeTriangles() {
     finish(0);
-    std::vector<Triangle> triangles((model_.vertices.size() - taken_) / 3);
+    ModelTriangles triangles((model_.vertices.size() - taken_) / 3);
     for (Triangle& triangle : triangles) {
         const auto first = static_cast<std::uint32_t>(taken_);
         triangle = {first, first + 1, first + 2};

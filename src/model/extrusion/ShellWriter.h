@@ -45,7 +45,7 @@ public:
     void capTriangle(std::uint32_t a, std::uint32_t b, std::uint32_t c);
 
     // Hands out the triangles since the last call.
-    [[nodiscard]] std::vector<Triangle> takeTriangles();
+    [[nodiscard]] ModelTriangles takeTriangles();
     // Bounds of everything placed since the last call, low and high.
     [[nodiscard]] std::pair<Point3, Point3> takeBounds();
 
@@ -56,7 +56,7 @@ private:
 
     ModelData& model_;
     SolidFrame frame_;
-    std::vector<ModelVertex> cap_;
+    ModelVertices cap_;
     std::size_t taken_ = 0, finished_ = 0; // vertices that have a triangle, and tangents
     Point3 low_{1e6f, 1e6f, 1e6f}, high_{-1e6f, -1e6f, -1e6f};
 };
