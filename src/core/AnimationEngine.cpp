@@ -128,6 +128,7 @@ void MakeSweepKeys(const AnimationEngineParams& engine, std::uint32_t side, cons
 
 float MeshProgress(const AnimationEngineParams& engine, std::size_t instances, float startKey,
                    float finishKey) {
+    if (engine.animation >= 1) return 1; // by the formula too, but for its rounding
     const float s = engine.smoothness;
     const float c = (1 - 1 / static_cast<float>(std::max<std::size_t>(instances, 1))) * (1 - s);
     const float a = c * startKey, b = c * finishKey;
@@ -151,8 +152,11 @@ float Eased(Ease ease, float u) {
 ChannelValues ChannelsAt(const AnimationEngineParams& engine, float progress) {
     ChannelValues values;
     for (std::size_t c = 0; c < values.size(); ++c) {
+        // The end of every channel's share is at most 1, where rounding would leave the last of an offset one
+        // open.
         const ChannelTiming& timing = engine.channels[c];
-        values[c] = Eased(engine.ease, Limited((progress - timing.offset) * timing.scale));
+        const float u = progress >= 1 ? 1 : Limited((progress - timing.offset) * timing.scale);
+        values[c] = Eased(engine.ease, u);
     }
     return values;
 }

@@ -26,14 +26,26 @@ DrawBuilder::DrawBuilder(const FrameParams& params, DrawScratch& scratch, Point3
     }
 }
 
-std::uint64_t DrawBuilder::GroupBytes(std::size_t groupIndex) const {
-    std::uint64_t bytes = 0;
+std::uint64_t DrawBuilder::Needs::bytes() const {
+    return records * sizeof(DrawRecord) + instances * sizeof(InstanceRecord) +
+           deforms * (sizeof(DeformParameters) + sizeof(const DeformParameters*));
+}
+
+DrawBuilder::Needs DrawBuilder::GroupNeeds(std::size_t groupIndex) const {
+    Needs needs;
     const GroupPlans& plans = scratch_.plans[groupIndex];
     for (const SlotModel& slot : scratch_.slots[groupIndex].slots) {
         const ModelPlan& plan = plans.models[slot.plan];
-        if (plan.geometry) bytes += sizeof(DrawRecord) + plan.meshCount * sizeof(InstanceRecord);
+        if (!plan.geometry) continue;
+        ++needs.records;
+        needs.instances += plan.meshCount;
     }
-    return bytes;
+    return needs;
+}
+
+void DrawBuilder::Reserve(const Needs& needs) {
+    list_.records.reserve(list_.records.size() + static_cast<std::size_t>(needs.records));
+    list_.instances.reserve(list_.instances.size() + static_cast<std::size_t>(needs.instances));
 }
 
 DrawBuilder::SlotView DrawBuilder::ViewSlot(std::size_t groupIndex, std::size_t particle,

@@ -32,8 +32,16 @@ public:
     DrawBuilder(const FrameParams& params, DrawScratch& scratch, Point3 cameraPosition, DrawList& list,
                 std::deque<DeformParameters>& deforms);
 
-    // Bytes that the records of a group will take.
-    [[nodiscard]] std::uint64_t GroupBytes(std::size_t groupIndex) const;
+    // What the records of a group will take.
+    struct Needs {
+        std::uint64_t records = 0, instances = 0, deforms = 0;
+        [[nodiscard]] std::uint64_t bytes() const;
+    };
+    [[nodiscard]] Needs GroupNeeds(std::size_t groupIndex) const;
+    // Of the animation engine's two groups at most.
+    [[nodiscard]] Needs EngineNeeds() const;
+    // Makes room for records at once, so that the list does not grow while it is filled.
+    void Reserve(const Needs& needs);
     // One record for each model with geometry of each particle, in order.
     void AddGroup(std::size_t groupIndex);
     // The start and the finish group of the animation engine, blended.
@@ -76,6 +84,8 @@ private:
     std::uint32_t layerSet_;
     std::array<std::uint32_t, kGroupCount> firstObject_{};   // number of each group's first particle
     std::array<std::uint32_t, kGroupCount> deformOfGroup_{}; // index plus 1; 0: not asked for yet
+    float blendedAt_ = -1; // material channel of the last blended deformers, and their index
+    std::uint32_t blendedDeform_ = kNoDeform;
 };
 
 } // namespace velorin

@@ -101,7 +101,11 @@ std::uint32_t DrawBuilder::BlendedDeform(const Engine& engine, float material) {
         return DeformIndex(engine.start);
     if (from == DeformFrom::Finish || material == 1) return DeformIndex(engine.finish);
     if (!a.active() && !b.active()) return kNoDeform;
-    return AddDeform(BlendDeformers(a, b, material));
+    if (material != blendedAt_) {
+        blendedAt_ = material;
+        blendedDeform_ = AddDeform(BlendDeformers(a, b, material));
+    }
+    return blendedDeform_;
 }
 
 void DrawBuilder::AddShared(Engine& engine, const SlotView& start, const SlotView& finish, float frame) {
@@ -217,6 +221,8 @@ void DrawBuilder::AddBlended(Engine& engine, std::size_t particle, std::size_t t
         const float frameA = drawA ? static_cast<float>(startSlots[s].frame) : 0;
         const float frameB = drawB ? static_cast<float>(finishSlots[s].frame) : 0;
         if (a.plan) AddReflection(*a.plan, engine.particle, engine.start, particle);
+        if (b.plan && (!a.plan || a.plan->model != b.plan->model))
+            AddReflection(*b.plan, engine.particle, engine.finish, target);
         if (drawA && drawB && a.plan->geometry == b.plan->geometry) {
             AddShared(engine, a, b, frameA);
         } else {
@@ -226,6 +232,18 @@ void DrawBuilder::AddBlended(Engine& engine, std::size_t particle, std::size_t t
         engine.meshBefore[0] += a.meshes.size();
         engine.meshBefore[1] += b.meshes.size();
     }
+}
+
+DrawBuilder::Needs DrawBuilder::EngineNeeds() const {
+    const std::size_t start = params_.engine.start(), finish = params_.engine.finish();
+    Needs needs = GroupNeeds(start);
+    const Needs other = GroupNeeds(finish);
+    needs.records += other.records;
+    needs.instances += other.instances;
+    const DeformParameters &a = params_.groups[start].deform, &b = params_.groups[finish].deform;
+    if (params_.engine.deformFrom == DeformFrom::Blend && (a.active() || b.active()) && !(a == b))
+        needs.deforms = needs.instances;
+    return needs;
 }
 
 void DrawBuilder::AddEngineGroups() {

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <deque>
+#include <iterator>
 #include <unordered_map>
 #include <utility>
 
@@ -118,6 +119,8 @@ struct GeometryCache::State {
     std::deque<std::pair<Source, std::uint64_t>> generated;
     std::uint64_t lastGenerated = 0;
     static constexpr std::size_t kMostGenerated = 64;
+    // Kept over a frame; a sequence can name any number of files that are not there.
+    static constexpr std::size_t kMostFailures = 4096;
 
     // Files that were read but not yet asked for as meshes.
     std::deque<std::pair<Source, ModelData>> fresh;
@@ -134,8 +137,9 @@ struct GeometryCache::State {
     }
 
     Entry* Of(const MeshBuffers* mesh) {
-        for (auto& [path, entry] : byPath)
-            if (entry.mesh.get() == mesh) return &entry;
+        const auto [first, last] = byPath.equal_range(mesh->sourcePath);
+        for (auto at = first; at != last; ++at)
+            if (at->second.mesh.get() == mesh) return &at->second;
         return nullptr;
     }
 };
@@ -150,10 +154,11 @@ MeshBuffers* GeometryCache::Find(const SceneModel& model, const std::string& pat
     const auto [first, last] = state_->byPath.equal_range(source.path);
     for (auto at = first; at != last; ++at)
         if (at->second.source == source) return at->second.mesh.get();
-    // A failure that the file has outlived.
-    std::erase_if(state_->byPath, [&](const auto& item) {
-        return !item.second.mesh && item.first == source.path && item.second.source.kind == source.kind;
-    });
+    // Failures that the file has outlived.
+    for (auto at = first; at != last;) {
+        const bool outlived = !at->second.mesh && at->second.source.kind == source.kind;
+        at = outlived ? state_->byPath.erase(at) : std::next(at);
+    }
     std::unique_ptr<MeshBuffers> mesh;
     {
         VELORIN_PROFILE("Velorin::FindGeometry", "LoadModel");
@@ -210,7 +215,10 @@ MeshBuffers* GeometryCache::FindId(std::uint64_t id) const {
 }
 
 void GeometryCache::FreeUnused() {
-    std::erase_if(state_->byPath, [](const auto& item) { return item.second.mesh && item.second.uses == 0; });
+    const std::size_t failures = state_->byPath.size() - size();
+    std::erase_if(state_->byPath, [&](const auto& item) {
+        return item.second.mesh ? item.second.uses == 0 : failures > State::kMostFailures;
+    });
     state_->fresh.clear();
 }
 

@@ -33,9 +33,10 @@ std::vector<std::uint32_t> SortedByKey(std::span<const Particle> particles) {
 }
 
 std::uint64_t SurfaceCount(const FrameParams& params, SurfaceSampler& surfaces, std::size_t groupIndex) {
-    const auto points = static_cast<double>(surfaces.CountPoints(params, groupIndex));
-    const double count = points * static_cast<double>(params.groups[groupIndex].objectPercentage);
-    return count > 0 ? static_cast<std::uint64_t>(std::min(count, 1e18)) : 0;
+    // In single precision, where 0.7f of 1000 is 700; the exact product would lose one.
+    const auto points = static_cast<float>(surfaces.CountPoints(params, groupIndex));
+    const float count = points * params.groups[groupIndex].objectPercentage;
+    return count > 0 ? static_cast<std::uint64_t>(std::min(count, 1e18f)) : 0;
 }
 
 } // namespace
@@ -67,8 +68,11 @@ std::array<std::uint64_t, kGroupCount> ParticleCounts(const FrameParams& params,
 void GenerateParticles(FrameParams& params, std::size_t groupIndex, std::size_t count,
                        SurfaceSampler& surfaces, Point3 cameraPosition) {
     std::vector<Particle>& particles = params.particles[groupIndex];
+    if (count == 0) {
+        particles = {}; // a group that is off keeps no memory from the ones that are on
+        return;
+    }
     particles.resize(count);
-    if (count == 0) return;
     const GroupParams& group = params.groups[groupIndex];
     std::vector<SurfacePoint> surface;
     if (group.shape == ReplicatorShape::Object3D) surface = surfaces.Points(params, groupIndex, count);
@@ -95,18 +99,23 @@ void BuildParticles(FrameParams& params, SurfaceSource& source, Point3 cameraPos
     refused.clear();
     if (!params.surfaces) params.surfaces = std::make_shared<SurfaceCache>();
     SurfaceSampler surfaces(*params.surfaces, source);
-    auto counts = ParticleCounts(params, surfaces, group);
+    const auto counts = ParticleCounts(params, surfaces, group);
+    std::uint64_t room = std::min<std::uint64_t>(memory / sizeof(Particle), 0xffffffffu);
     for (std::size_t g = 0; g < kGroupCount; ++g) {
-        const bool fits = counts[g] <= memory / sizeof(Particle) && counts[g] <= 0xffffffffu;
+        const bool selected = group < 0 || static_cast<std::size_t>(group) == g;
+        const std::uint64_t count = selected ? counts[g] : 0;
+        const bool fits = count <= room;
         try {
-            GenerateParticles(params, g, fits ? static_cast<std::size_t>(counts[g]) : 0, surfaces,
+            GenerateParticles(params, g, fits ? static_cast<std::size_t>(count) : 0, surfaces,
                               cameraPosition);
-            if (fits) continue;
+            if (fits) {
+                room -= count;
+                continue;
+            }
         } catch (const std::bad_alloc&) {
             params.particles[g] = {};
         }
-        if (refused.empty()) refused = RefusedSentence(g, counts[g]);
-        counts[g] = 0;
+        refused += (refused.empty() ? "" : " ") + RefusedSentence(g, count);
     }
     surfaces.DropUnused();
     if (params.engine.enabled) MatchParticles(params);

@@ -51,8 +51,9 @@ void GenerateParticles(FrameParams& params, std::size_t groupIndex, std::size_t 
 // Sets `target` of the engine's start particles.
 void MatchParticles(FrameParams& params);
 
-// All groups, or one when `group` is not negative. `memory` is how many bytes the particles of one group may
-// take; a group that would take more gets none, and `refused` one sentence that says how much it would take.
+// All groups, or one when `group` is not negative. `memory` is how many bytes the particles of all groups may
+// take together; a group that would take more than the groups before it leave gets none, and `refused` a
+// sentence that says how much it would take.
 void BuildParticles(FrameParams& params, SurfaceSource& source, Point3 cameraPosition, int group,
                     std::uint64_t memory, std::string& refused);
 

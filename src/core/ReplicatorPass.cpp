@@ -16,6 +16,7 @@ namespace {
 
 constexpr std::uint32_t kScatterSeed = 1000, kSurfaceSeed = 5000, kNoiseSeed = 10000, kKeySeed = 500,
                         kFinishKeySeed = 1235;
+constexpr float kHalfRoot = 0.70710678f; // sine and cosine of half a quarter turn
 
 bool IsZero(Point3 v) {
     return v.x == 0 && v.y == 0 && v.z == 0;
@@ -150,7 +151,8 @@ float SweepPlace(const AnimationBlock& block, Point3 position) {
 Quaternion LookRotation(Point3 direction) {
     if (IsZero(direction)) return {};
     const Point3 side = Normalized(Cross({0, 1, 0}, direction));
-    if (IsZero(side)) return {};
+    // Straight up or down no side axis is given; a quarter turn about x reaches the direction.
+    if (IsZero(side)) return {std::copysign(kHalfRoot, direction.y), 0, 0, kHalfRoot};
     const Point3 up = Cross(direction, side);
     // The inverse of ToMatrix for the rows side, up, direction, over the largest component when the trace is
     // small. K. Shoemake, "Quaternions", 1994.

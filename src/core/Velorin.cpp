@@ -39,9 +39,15 @@ constexpr const char* kBuildFile = "velorin2_build";
 // Memory that nobody asks the system about.
 constexpr std::uint64_t kSmall = 64u << 20;
 
-// Of what is free, the share that one array of a frame may take: the frame needs several beside it.
-std::uint64_t MemoryForArrays() {
-    return std::max(AvailableMemory() / 3, kSmall);
+// Of what is free, the share that one kind of array of a frame may take: the frame needs several beside it.
+// `held` are the bytes that the arrays have from the frame before, so that every frame has the same room.
+std::uint64_t MemoryForArrays(std::uint64_t held) {
+    return std::max((AvailableMemory() + held) / 3, kSmall);
+}
+
+template <class T>
+std::uint64_t HeldBy(const std::vector<T>& array) {
+    return array.capacity() * sizeof(T);
 }
 
 void RefuseGroup(std::size_t groupIndex, std::uint64_t bytes, const char* what) {
@@ -156,7 +162,8 @@ void Velorin::State::AssignGroup(FrameParams& params, std::size_t groupIndex, co
     plans.Clear();
     const auto models = GroupModels(params, groupIndex);
     const std::uint64_t refused =
-        AssignModels(group, models, params.particles[groupIndex].size(), MemoryForArrays(), slots);
+        AssignModels(group, models, params.particles[groupIndex].size(),
+                     MemoryForArrays(HeldBy(slots.slots) + HeldBy(slots.first)), slots);
     if (refused > 0) RefuseGroup(groupIndex, refused, "models");
 
     constexpr std::uint32_t kNone = 0xffffffffu;
@@ -240,7 +247,9 @@ bool Velorin::BuildFrame(FrameParams& params, Point3 cameraPosition, int group) 
     VELORIN_PROFILE("Velorin::BuildFrame", "BuildFrame");
     std::string refused;
     state_->pathLayers = params.pathLayers;
-    BuildParticles(params, *state_, cameraPosition, group, MemoryForArrays(), refused);
+    std::uint64_t held = 0;
+    for (const auto& particles : params.particles) held += HeldBy(particles);
+    BuildParticles(params, *state_, cameraPosition, group, MemoryForArrays(held), refused);
     if (refused.empty()) return true;
     ReportWarning(refused);
     return false;
@@ -268,19 +277,26 @@ void Velorin::SetRender(std::uint32_t, FrameParams& params, Point3 cameraPositio
 
     DrawBuilder builder(params, state_->scratch, cameraPosition, drawList_, state_->deforms);
     const AnimationEngineParams& engine = params.engine;
-    const std::uint64_t memory = MemoryForArrays();
-    const auto fits = [&](std::size_t g, std::uint64_t bytes) {
-        if (bytes <= memory) return true;
-        RefuseGroup(g, bytes, "models");
-        return false;
+    const std::uint64_t memory = MemoryForArrays(HeldBy(drawList_.records) + HeldBy(drawList_.instances));
+    std::uint64_t taken =
+        DrawBuilder::Needs{drawList_.records.size(), drawList_.instances.size(), drawList_.deforms.size()}
+            .bytes(); // by the instances before this one
+    const auto fits = [&](std::size_t g, const DrawBuilder::Needs& needs) {
+        if (needs.bytes() > memory - std::min(taken, memory)) {
+            RefuseGroup(g, needs.bytes(), "models");
+            return false;
+        }
+        taken += needs.bytes();
+        builder.Reserve(needs);
+        return true;
     };
     try {
         if (engine.enabled && engine.start() < kGroupCount && engine.finish() < kGroupCount &&
-            fits(engine.start(), builder.GroupBytes(engine.start()) + builder.GroupBytes(engine.finish())))
+            fits(engine.start(), builder.EngineNeeds()))
             builder.AddEngineGroups();
         for (std::size_t g = 0; g < kGroupCount; ++g) {
             if (engine.enabled && SideOf(engine, g) != EngineSide::None) continue;
-            if (fits(g, builder.GroupBytes(g))) builder.AddGroup(g);
+            if (fits(g, builder.GroupNeeds(g))) builder.AddGroup(g);
         }
     } catch (const std::bad_alloc&) {
         drawList_.Clear();

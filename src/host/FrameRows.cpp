@@ -19,15 +19,15 @@ struct Values {
     [[nodiscard]] bool On(std::uint32_t id) const { return rows.Check(id); }
     [[nodiscard]] int Popup(std::uint32_t id) const { return rows.Popup(id); }
     [[nodiscard]] float Float(std::uint32_t id) const { return rows.Float(id); }
-    [[nodiscard]] float Percent(std::uint32_t id) const { return rows.Float(id) * 0.01f; }
+    [[nodiscard]] float Percent(std::uint32_t id) const { return rows.Percent(id); }
     [[nodiscard]] int Whole(std::uint32_t id) const { return RoundedSigned(rows.Float(id)); }
     [[nodiscard]] float Degrees(std::uint32_t id) const { return rows.Angle(id) / kRadiansPerDegree; }
     [[nodiscard]] Point3 Colour(std::uint32_t id) const {
         const Point4 colour = rows.Color(id);
         return {colour.x, colour.y, colour.z};
     }
-    [[nodiscard]] Point3 Angles(std::uint32_t x, std::uint32_t y, std::uint32_t z) const {
-        return {rows.Angle(x), rows.Angle(y), rows.Angle(z)};
+    [[nodiscard]] Point3 Turns(std::uint32_t x, std::uint32_t y, std::uint32_t z) const {
+        return {rows.Turn(x), rows.Turn(y), rows.Turn(z)};
     }
 };
 
@@ -104,7 +104,7 @@ void ReadEnvironment(const Values& v, RenderSettings& s) {
     e.tint = v.Colour(RowId("Physical Environment/Tint"));
     e.lightingInfluence = v.Percent(RowId("Lighting Influence"));
     e.showBackground = s.output == Output::Composite && v.On(RowId("Show in BG"));
-    e.rotation = ToMatrix(ReadRotation(v.Angles(
+    e.rotation = ToMatrix(ReadRotation(v.Turns(
         RowId("X Rotation Environment"), RowId("Y Rotation Environment"), RowId("Z Rotation Environment"))));
 }
 
@@ -267,7 +267,7 @@ void ReadLighting(PluginCall& call, const Values& v, RenderSettings& s) {
     const int rig = v.Popup(RowId("Add Lighting"));
     if (rig <= 1 && !(useComp && s.lights.empty())) return;
     const Point3 angles =
-        v.Angles(RowId("X Rotation Lighting"), RowId("Y Rotation Lighting"), RowId("Z Rotation Lighting"));
+        v.Turns(RowId("X Rotation Lighting"), RowId("Y Rotation Lighting"), RowId("Z Rotation Lighting"));
     const Matrix rotation = angles == Point3{} ? Matrix{} : ToMatrix(ReadRotation(angles));
     const std::vector<SceneLight> lights = PlacePreset(
         rig, static_cast<float>(call.in_data->width * LayerPixelAspect(*call.in_data)),

@@ -14,7 +14,7 @@ struct Rows {
 
     [[nodiscard]] bool On(std::uint32_t id) const { return rows.Check(base + id); }
     [[nodiscard]] float Float(std::uint32_t id) const { return rows.Float(base + id); }
-    [[nodiscard]] float Percent(std::uint32_t id) const { return rows.Float(base + id) * 0.01f; }
+    [[nodiscard]] float Percent(std::uint32_t id) const { return rows.Percent(base + id); }
     [[nodiscard]] float Angle(std::uint32_t id) const { return rows.Angle(base + id); }
     [[nodiscard]] std::uint32_t Whole(std::uint32_t id) const {
         return RoundedUnsigned(rows.Float(base + id));
@@ -31,6 +31,9 @@ struct Rows {
     }
     [[nodiscard]] Point3 Angles(std::uint32_t x, std::uint32_t y, std::uint32_t z) const {
         return {Angle(x), Angle(y), Angle(z)};
+    }
+    [[nodiscard]] Point3 Turns(std::uint32_t x, std::uint32_t y, std::uint32_t z) const {
+        return {rows.Turn(base + x), rows.Turn(base + y), rows.Turn(base + z)};
     }
     [[nodiscard]] Point3 Position(std::uint32_t xy, std::uint32_t z) const {
         const Point2 p = rows.PointXY(base + xy);
@@ -54,7 +57,7 @@ void ReadReplicator(const Rows& r, GroupParams& g) {
     g.shapeScale = r.Float(GroupRow("Shape Scale"));
     g.scale = r.Floats(GroupRow("X Scale"), GroupRow("Y Scale"), GroupRow("Z Scale"));
     g.rotation =
-        ReadRotation(r.Angles(GroupRow("X Rotation"), GroupRow("Y Rotation"), GroupRow("Z Rotation")));
+        ReadRotation(r.Turns(GroupRow("X Rotation"), GroupRow("Y Rotation"), GroupRow("Z Rotation")));
     g.order = static_cast<ParticleOrder>(r.Choice(GroupRow("Particle Order"), 1, 3));
     g.particleRepeat = r.Whole(GroupRow("Particle Repeat"));
     g.particleOffset = RoundedAway(r.Float(GroupRow("Particle Offset")));
@@ -81,7 +84,7 @@ void ReadLook(const Rows& r, GroupParams& g) {
     g.particleSizeRandom = r.Percent(GroupRow("Particle Size Random"));
     g.sizeAxes = r.Floats(GroupRow("X Size"), GroupRow("Y Size"), GroupRow("Z Size"));
     g.orientation = static_cast<Orientation>(r.Choice(GroupRow("Orientation"), 1, 2) + 1);
-    g.particleRotation = ReadRotation(r.Angles(
+    g.particleRotation = ReadRotation(r.Turns(
         GroupRow("X Rotation Particle"), GroupRow("Y Rotation Particle"), GroupRow("Z Rotation Particle")));
     g.rotationRandom = r.Angles(GroupRow("X Rotation Random"), GroupRow("Y Rotation Random"),
                                 GroupRow("Z Rotation Random")) +
@@ -105,7 +108,7 @@ void ReadMulti(const Rows& r, MultiObjectParams& m) {
     m.size = r.Float(GroupRow("Multi-Object/Size"));
     m.sizeRandom = r.Percent(GroupRow("Multi-Object/Size Random"));
     m.rotation = ReadRotation(
-        r.Angles(GroupRow("X Rotation Multi"), GroupRow("Y Rotation Multi"), GroupRow("Z Rotation Multi")),
+        r.Turns(GroupRow("X Rotation Multi"), GroupRow("Y Rotation Multi"), GroupRow("Z Rotation Multi")),
         static_cast<RotationOrder>(r.Choice(GroupRow("Rotation Order"), 1, 5)));
     m.rotationRandom = r.Angle(GroupRow("Rotation Random Multi"));
     m.displace = r.Floats(GroupRow("X Displace"), GroupRow("Y Displace"), GroupRow("Z Displace")) +
@@ -273,7 +276,7 @@ void ReadWorld(const ParamReader& reader, WorldTransform& w) {
     w.anchor = r.Position(RowId("World Anchor Point XY"), RowId("World Anchor Point Z"));
     w.scale = r.Float(RowId("World Scale"));
     w.rotation = ReadRotation(
-        r.Angles(RowId("X Rotation World"), RowId("Y Rotation World"), RowId("Z Rotation World")));
+        r.Turns(RowId("X Rotation World"), RowId("Y Rotation World"), RowId("Z Rotation World")));
     constexpr std::uint32_t kFirst = RowId("Exclude Groups/Group 1");
     static_assert(RowId("Exclude Groups/Group 5") == kFirst + 4);
     for (std::uint32_t group = 0; group < kGroupCount; ++group) w.exclude[group] = r.On(kFirst + group);

@@ -1,11 +1,21 @@
 #include "host/ParamReader.h"
 
 #include "host/HostMemory.h"
+#include "host/ParamTable.h"
+
+#include <algorithm>
+#include <cmath>
 
 namespace velorin {
 namespace {
 
 constexpr double kFixedOne = 1.5258789e-5; // 1 / 65536
+constexpr double kRadians = 0.017453292519943295;
+constexpr double kFarthest = 1e9; // of values that no row's range holds: degrees, pixels
+
+double Held(double value) {
+    return std::isfinite(value) ? std::clamp(value, -kFarthest, kFarthest) : 0;
+}
 
 } // namespace
 
@@ -31,16 +41,28 @@ bool ParamReader::Check(std::uint32_t diskId) const {
 
 float ParamReader::Float(std::uint32_t diskId) const {
     const ParamCheckout row(*call_.in_data, Index(diskId), time_);
-    return static_cast<float>(row.def.u.fs_d.value);
+    const double value = row.def.u.fs_d.value;
+    const ParamRow* const known = FindParam(diskId);
+    if (!known) return static_cast<float>(Held(value));
+    if (std::isnan(value)) return known->row->value;
+    return static_cast<float>(std::clamp(value, double{known->row->minimum}, double{known->row->maximum}));
 }
 
-float ParamReader::Angle(std::uint32_t diskId) const {
+double ParamReader::Degrees(std::uint32_t diskId) const {
     const ParamCheckout row(*call_.in_data, Index(diskId), time_);
     A_FpLong degrees = 0;
     if (!call_.angleSuite || call_.angleSuite->PF_GetFloatingPointValueFromAngleDef(
                                  call_.in_data->effect_ref, &row.def, &degrees) != PF_Err_NONE)
         degrees = row.def.u.ad.value * kFixedOne;
-    return static_cast<float>(degrees * 0.017453292519943295);
+    return Held(degrees);
+}
+
+float ParamReader::Angle(std::uint32_t diskId) const {
+    return static_cast<float>(Degrees(diskId) * kRadians);
+}
+
+float ParamReader::Turn(std::uint32_t diskId) const {
+    return static_cast<float>(std::fmod(Degrees(diskId), 360.0) * kRadians);
 }
 
 Point2 ParamReader::PointXY(std::uint32_t diskId) const {
@@ -51,8 +73,8 @@ Point2 ParamReader::PointXY(std::uint32_t diskId) const {
         point = {row.def.u.td.x_value * kFixedOne, row.def.u.td.y_value * kFixedOne};
     // The host counts in pixels of the reduced buffer.
     const PF_InData& in = *call_.in_data;
-    return {static_cast<float>(point.x * InverseDownsample(in.downsample_x) * LayerPixelAspect(in)),
-            static_cast<float>(point.y * InverseDownsample(in.downsample_y))};
+    return {static_cast<float>(Held(point.x * InverseDownsample(in.downsample_x) * LayerPixelAspect(in))),
+            static_cast<float>(Held(point.y * InverseDownsample(in.downsample_y)))};
 }
 
 Point4 ParamReader::Color(std::uint32_t diskId) const {

@@ -9,7 +9,9 @@
 namespace velorin {
 
 // Values of the effect's rows by disk id, at the time of a call or at another one. Each read takes the row
-// out of the host and gives it back at once.
+// out of the host and gives it back at once. Whatever the host gives, what comes out is finite, and floats
+// are within their row's range (not-a-number gives the default), so that no count or loop behind a row can
+// run away.
 class ParamReader {
 public:
     ParamReader(PluginCall& call, std::span<const std::uint32_t> paramIndex)
@@ -26,12 +28,20 @@ public:
     [[nodiscard]] int Popup(std::uint32_t diskId) const;
     [[nodiscard]] bool Check(std::uint32_t diskId) const;
     [[nodiscard]] float Float(std::uint32_t diskId) const; // as the host shows it
+    // A row that shows percent, as a factor: 10 percent are the float next to 0.1.
+    [[nodiscard]] float Percent(std::uint32_t diskId) const {
+        return static_cast<float>(static_cast<double>(Float(diskId)) * 0.01);
+    }
     [[nodiscard]] float Angle(std::uint32_t diskId) const; // radians
+    // Radians without whole turns, for what only turns: 360 degrees are exactly 0.
+    [[nodiscard]] float Turn(std::uint32_t diskId) const;
     // World space: square pixels of the layer at full resolution.
     [[nodiscard]] Point2 PointXY(std::uint32_t diskId) const;
     [[nodiscard]] Point4 Color(std::uint32_t diskId) const; // red, green, blue, alpha in 0..1
 
 private:
+    [[nodiscard]] double Degrees(std::uint32_t diskId) const;
+
     PluginCall& call_;
     std::span<const std::uint32_t> paramIndex_;
     A_long time_;

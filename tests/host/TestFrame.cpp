@@ -6,9 +6,11 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <limits>
 #include <memory>
 #include <unistd.h>
 
@@ -202,6 +204,42 @@ TEST_F(Frame, AnInstanceStoredAsNothingStillDraws) {
     EXPECT_EQ(frame.Render(), PF_Err_NONE);
     EXPECT_GT(frame.PixelsDrawn(), 0u);
     host.in.sequence_data = kept;
+}
+
+// Values that no row allows, as a broken project or expression may give them, in every row at once. The
+// counts are bounded by their rows; particles and grids stay small here, since a million is a honest wish.
+TEST_F(Frame, RowsBeyondTheirRangesAreHeldWithin) {
+    AddCube();
+    host.in.width = 64, host.in.height = 36;
+    const auto rows = host.rows;
+    FakeFrame before(host, 64, 36, 8);
+    ASSERT_EQ(before.Render(), PF_Err_NONE);
+    ASSERT_GT(before.PixelsDrawn(), 0u);
+    const double infinity = std::numeric_limits<double>::infinity();
+    const double values[] = {1e300, -1e300, std::nan(""), infinity, -infinity, -1e9, 1e9};
+    const A_long shapes[] = {4, 8, 7, 6, 2, 3, 5}; // a shape a value, on every group
+    for (std::size_t i = 0; i < std::size(values); ++i) {
+        host.rows = rows;
+        for (PF_ParamDef& row : host.rows) {
+            const std::string name = row.PF_DEF_NAME;
+            if (row.param_type == PF_Param_FLOAT_SLIDER) row.u.fs_d.value = values[i];
+            if (row.param_type == PF_Param_ANGLE) row.u.ad.value = i % 2 ? 0x7fffffff : -0x7fffffff;
+            if (row.param_type == PF_Param_POINT)
+                row.u.td.x_value = row.u.td.y_value = i % 2 ? 0x7fffffff : -1;
+            if (name.ends_with(". Replicator Shape")) row.u.pd.value = shapes[i];
+            if (name.ends_with(". Particle Count")) row.u.fs_d.value = 200;
+            if (name.ends_with(". Grid X") || name.ends_with(". Grid Y")) row.u.fs_d.value = 5;
+            if (name == "Enable" || name.ends_with("Enable Multi-Object")) row.u.bd.value = 1;
+        }
+        host.Row(129).u.bd.value = 1;
+        FakeFrame hostile(host, 64, 36, 8);
+        EXPECT_EQ(hostile.Render(), PF_Err_NONE) << values[i];
+        EXPECT_EQ(host.out.return_msg[0], 0) << values[i];
+    }
+    host.rows = rows;
+    FakeFrame after(host, 64, 36, 8);
+    ASSERT_EQ(after.Render(), PF_Err_NONE);
+    EXPECT_EQ(after.Coverage(), before.Coverage());
 }
 
 } // namespace
