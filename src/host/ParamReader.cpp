@@ -9,7 +9,7 @@
 namespace velorin {
 namespace {
 
-constexpr double kFixedOne = 1.5258789e-5; // 1 / 65536
+constexpr double kFixedOne = 1.0 / 65536; // exact, so that whole turns stay whole
 constexpr double kRadians = 0.017453292519943295;
 constexpr double kFarthest = 1e9; // of values that no row's range holds: degrees, pixels
 

@@ -4,6 +4,7 @@
 #include "core/Replicator.h"
 #include "core/document/Scene.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -45,6 +46,9 @@ private:
 
 // Rotation of a row vector by a quaternion from the definition: conj(q) * (v, 0) * q, that is q* v q.
 [[nodiscard]] Point3 Turned(Point3 v, Quaternion q);
+
+// Calls of operator new so far.
+[[nodiscard]] std::size_t Allocations();
 
 void ExpectNear(Point3 actual, Point3 expected, float tolerance, const std::string& what);
 

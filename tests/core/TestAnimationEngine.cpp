@@ -77,6 +77,8 @@ TEST(MeshProgress, RunsFromTheStartToTheFinish) {
                 engine.animation = 0;
                 EXPECT_EQ(MeshProgress(engine, 50, a, b), 0) << smoothness;
                 engine.animation = 1;
+                EXPECT_EQ(MeshProgress(engine, 50, a, b), 1) << smoothness << " " << a << " " << b;
+                engine.animation = std::nextafter(1.0f, 0.0f); // no jump at the end
                 EXPECT_NEAR(MeshProgress(engine, 50, a, b), 1, 2e-5) << smoothness << " " << a << " " << b;
             }
     // All at once.
@@ -112,6 +114,10 @@ TEST(Channels, AreEasedInTheirShareOfTheTime) {
     EXPECT_EQ(values[kMaterialChannel], 1) << "jumps at its offset";
     EXPECT_EQ(ChannelsAt(engine, 0.4f)[kMaterialChannel], 0);
     EXPECT_EQ(ChannelsAt(engine, 0.4f)[kScaleChannel], 0);
+    for (int duration = 0; duration <= 100; ++duration) { // each share ends with the animation
+        engine.channels[kScaleChannel] = ReadChannelTiming(static_cast<float>(duration), 100);
+        EXPECT_EQ(ChannelsAt(engine, 1)[kScaleChannel], 1) << duration;
+    }
 }
 
 TEST(Blending, MixesEachPropertyByItsChannel) {

@@ -305,6 +305,30 @@ TEST_F(Draws, MultiObjectMovesTheMeshesApart) {
     ExpectNear(Place(Frame().instances[0], {0, 0, 0}), {75, 0, 0}, 1e-3f, "a single mesh");
 }
 
+// What a frame allocates once does not grow with its particles, whatever moves them.
+TEST_F(Draws, AParticleAllocatesNothingAfterTheFirstFrame) {
+    Add("two.obj").groups = {true, true, false, false, false};
+    for (const bool engine : {false, true})
+        for (const bool multi : {false, true}) {
+            params.engine.enabled = engine;
+            params.engine.startGroup = 0, params.engine.finishGroup = 1;
+            params.engine.animation = 0.3f;
+            std::size_t perFrame[2]{};
+            for (const std::uint32_t large : {0u, 1u}) {
+                params.groups[0] = PlainGroup(ReplicatorShape::Sphere, large ? 4000 : 1000);
+                params.groups[0].multi.enabled = multi;
+                params.groups[0].scatter = params.groups[0].positionNoiseAmount = {5, 5, 5};
+                params.groups[1] = params.groups[0];
+                Frame();
+                const std::size_t before = test::Allocations();
+                EXPECT_EQ(Frame().records.size(), (large ? 4000u : 1000u) * (engine ? 1 : 2));
+                perFrame[large] = test::Allocations() - before;
+            }
+            EXPECT_EQ(perFrame[0], perFrame[1]) << engine << multi;
+            EXPECT_LT(perFrame[0], 200u) << engine << multi;
+        }
+}
+
 TEST_F(Draws, DeformersComeAlongWhereTheModelTakesThem) {
     SceneModel& model = Add("two.obj");
     params.groups[0].deform.twist.enabled = true;

@@ -332,6 +332,17 @@ TEST(Replicator, RefusesWhatMemoryCannotHold) {
     EXPECT_EQ(refused, "Group 1 is not drawn: its 1000000000 particles would take 64.0 GB of memory.");
     EXPECT_TRUE(params.particles[0].empty());
     EXPECT_EQ(params.particles[1].size(), 2u) << "the others are drawn";
+
+    // One budget for all groups: 60 of 100 are taken, then 50 are too many and 40 are not.
+    const std::uint32_t wishes[] = {60, 50, 40, 1, 0};
+    for (std::size_t g = 0; g < 5; ++g) params.groups[g] = PlainGroup(ReplicatorShape::Point, wishes[g]);
+    BuildParticles(params, none, {}, -1, 100 * sizeof(Particle), refused);
+    const std::size_t given[] = {60, 0, 40, 0, 0};
+    for (std::size_t g = 0; g < 5; ++g) EXPECT_EQ(params.particles[g].size(), given[g]) << g;
+    EXPECT_NE(refused.find("Group 2 is not drawn: its 50 particles"), std::string::npos) << refused;
+    EXPECT_NE(refused.find("Group 4 is not drawn"), std::string::npos) << refused;
+    BuildParticles(params, none, {}, 2, 100 * sizeof(Particle), refused);
+    EXPECT_EQ(params.particles[0].size() + params.particles[2].size(), 40u) << "one group alone";
 }
 
 } // namespace

@@ -159,6 +159,8 @@ TEST_F(FrameRows, GroupsReadTheirOwnRows) {
     SetFloat(188, 2);           // Scatter, added to each axis
     SetFloat(353, 3);           // Y Scatter
     SetAngle(206, 90);          // Z Rotation
+    SetAngle(3005, -720);       // group 3: Y Rotation, two whole turns
+    SetAngle(2992, 720);        // and Rotation Random, an amount
     SetPopup(2904, 5);          // group 3: Ring
     SetCheck(529, false);       // group 2: Enable
     SetFloat(303, 15);          // Scatter Multi
@@ -192,6 +194,9 @@ TEST_F(FrameRows, GroupsReadTheirOwnRows) {
     EXPECT_EQ(p.groups[0].sizeAxes, (Point3{1, 1, 1}));
     // A quarter turn about z, the angle negated: x goes to -y or y, never anywhere else.
     EXPECT_NEAR(std::abs(TransformDirection({1, 0, 0}, ToMatrix(p.groups[0].rotation)).y), 1, 1e-5);
+    EXPECT_EQ(p.groups[2].rotation, Quaternion{}) << "no turn at all, to the last bit";
+    EXPECT_FLOAT_EQ(p.groups[2].rotationRandom.x, 4 * kPi);
+    EXPECT_EQ(p.groups[2].objectPercentage, 0.1f);
     EXPECT_EQ(p.engine.finishGroup, 3u);
     EXPECT_EQ(p.engine.dual.type, AnimationBlock::ShapeOrder);
     EXPECT_EQ(p.engine.dual.shapeOrderOffset, -3);

@@ -1,0 +1,29 @@
+#include "core/CoreSamples.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+// Stands in for the library's allocation in this program, and counts.
+
+namespace {
+std::atomic<std::size_t> count{0};
+}
+
+namespace velorin::test {
+std::size_t Allocations() {
+    return count;
+}
+} // namespace velorin::test
+
+void* operator new(std::size_t size) {
+    ++count;
+    if (void* const memory = std::malloc(size)) return memory;
+    throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
