@@ -24,6 +24,7 @@ struct CapMesh {
     std::vector<Point2> crossings;
     std::vector<std::array<std::uint32_t, 3>> triangles;
     std::vector<std::array<std::uint32_t, 3>> turned; // those of negative area
+    bool plain = false; // the contours touch nowhere: the triangles close with them wherever they are moved
 };
 
 // Steps that triangulating the contours takes: the tessellator sweeps along x and walks all edges under the

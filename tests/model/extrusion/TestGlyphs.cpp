@@ -165,6 +165,21 @@ double DistanceTo(const std::vector<Outline>& outlines, Vec p) {
     return best;
 }
 
+// Whether outlines of a symbol keep apart, and wind as they nest: holes against what they lie in.
+bool ApartAndNested(const std::vector<Outline>& outlines) {
+    for (const Outline& o : outlines) {
+        int around = 0;
+        for (const Outline& other : outlines) {
+            if (&other == &o) continue;
+            for (const Vec p : o)
+                if (DistanceTo({other}, p) < 0.02) return false;
+            around += Scan({other}, Fill::EvenOdd, 1).inside(o[0]);
+        }
+        if ((ShoelaceArea(o) > 0) != (around % 2 == 0)) return false;
+    }
+    return true;
+}
+
 // What a solid is, in the units that it was built in.
 struct Solid {
     std::size_t triangles = 0, vertices = 0;
@@ -293,14 +308,16 @@ void Check(const std::vector<std::vector<PathPoint>>& paths, const Setting& sett
     const Reference reference = ReferenceOf(paths, kSteps[setting.resolution], Wide(set.scale));
     const ShellMeasures shell = MeasureShells(options)[0];
     const double cap = Wide(setting.depth == 0 ? shell.wall : shell.cap), wall = Wide(shell.wall);
-    std::vector<Outline> capOutlines, wallOutlines;
+    std::vector<Outline> capOutlines, wallOutlines, widerOutlines; // the last a hair further out
     bool fits = !reference.overlapping;
     for (const Outline& o : reference.outlines) {
         capOutlines.push_back(Mitred(o, cap));
         wallOutlines.push_back(Mitred(o, wall));
+        widerOutlines.push_back(Mitred(o, wall + 0.05));
         fits = fits && !AnyReversed(o, capOutlines.back()) && !AnyReversed(o, wallOutlines.back());
     }
-    fits = fits && !AnyCrossing(capOutlines) && !AnyCrossing(wallOutlines);
+    for (const auto* outlines : {&capOutlines, &wallOutlines, &widerOutlines})
+        fits = fits && !AnyCrossing(*outlines) && ApartAndNested(*outlines);
     tally.overlapping += reference.overlapping;
     const auto fault = [&](int& count, const std::string& what) {
         if (++count <= 3)
