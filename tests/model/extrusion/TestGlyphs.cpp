@@ -314,7 +314,8 @@ void Check(const std::vector<std::vector<PathPoint>>& paths, const Setting& sett
         capOutlines.push_back(Mitred(o, cap));
         wallOutlines.push_back(Mitred(o, wall));
         widerOutlines.push_back(Mitred(o, wall + 0.05));
-        fits = fits && !AnyReversed(o, capOutlines.back()) && !AnyReversed(o, wallOutlines.back());
+        for (const auto* outlines : {&capOutlines, &wallOutlines, &widerOutlines})
+            fits = fits && !AnyReversed(o, outlines->back());
     }
     for (const auto* outlines : {&capOutlines, &wallOutlines, &widerOutlines})
         fits = fits && !AnyCrossing(*outlines) && ApartAndNested(*outlines);
