@@ -8,6 +8,7 @@ namespace {
 
 namespace reference = test::reference;
 using test::Ball;
+using test::ExpectColour;
 using test::MaterialHarness;
 using test::Wall;
 using test::Written;
@@ -284,10 +285,7 @@ TEST_F(MaterialShading, ChannelsAreGraded) {
                     want = {std::max(0.0f, 1 - want.x), std::max(0.0f, 1 - want.y),
                             std::max(0.0f, 1 - want.z)};
                 const auto amount = static_cast<float>(row.amount);
-                want = want * amount + Point3{1, 1, 1} * (1 - amount);
-                EXPECT_NEAR(out.x, want.x, 1e-3);
-                EXPECT_NEAR(out.y, want.y, 1e-3);
-                EXPECT_NEAR(out.z, want.z, 1e-3);
+                ExpectColour({out.x, out.y, out.z}, want * amount + Point3{1, 1, 1} * (1 - amount), 1e-3f);
             }
     }
 }
@@ -348,35 +346,27 @@ TEST_F(MaterialShading, AlphaThresholdCutsHoles) {
 }
 
 TEST_F(MaterialShading, DataPasses) {
-    h->settings.depthOutput.start = 950, h->settings.depthOutput.end = 1010;
+    h->settings.depthOutput = {950, 951, false, false}; // behind the end it grows on
     h->material.forceOpacity = 0.5f;
     Expect(MaterialPass::ZDepth, [&](const Point& p) {
-        const float depth = std::clamp((Length(p.position - h->eye) - 950) / 60, 0.0f, 1.0f);
+        const float depth = std::max(0.0f, Length(p.position - h->eye) - 950);
         return Point3{depth, depth, depth};
     });
-    h->settings.depthOutput.clamp = false;
-    h->settings.depthOutput.end = 951;
-    const Written depth = h->Draw(MaterialPass::ZDepth, surface);
-    EXPECT_GT(depth.at(kSide / 2, kSide / 2).x, 20);
-    EXPECT_NEAR(depth.at(kSide / 2, kSide / 2).w, 0.5f, 1e-5);
+    EXPECT_NEAR(h->Draw(MaterialPass::ZDepth, surface).at(kMiddle, kMiddle).w, 0.5f, 1e-5);
 
     h->manager.state().objectId = 77;
     const Written property = h->Draw(MaterialPass::Property, surface);
-    const Written positions = h->Draw(MaterialPass::WorldPosition, surface);
-    const int x = kSide / 2 + 9, y = kSide / 2 - 5;
-    const Point4 world = positions.at(x, y), n = property.at(x, y), view = property.at(x, y, 1);
-    // The pixel's own ray: 1 unit a pixel at the distance of the origin.
+    const int x = kMiddle + 9, y = kMiddle - 5;
+    const Point4 n = property.at(x, y), view = property.at(x, y, 1);
+    // The pixel's own ray, 1 unit a pixel at the distance of the origin, meets the ball of 22 units.
+    const Point3 world{view.y, view.z, -view.w - kEye};
     const Point3 ray = Normalized(
         {static_cast<float>(x) + 0.5f - kSide / 2.0f, static_cast<float>(y) + 0.5f - kSide / 2.0f, kEye});
-    const Point3 along = Normalized(Point3{world.x, world.y, world.z} - h->eye);
-    EXPECT_NEAR(Length(along - ray), 0, 1e-5);
-    EXPECT_NEAR(Length(Point3{world.x, world.y, world.z}), 22, 0.05);
     EXPECT_EQ(view.x, 77);
-    EXPECT_NEAR(view.y, world.x, 1e-3);
-    EXPECT_NEAR(view.z, world.y, 1e-3);
-    EXPECT_NEAR(view.w, -(world.z + kEye), 1e-2);
-    EXPECT_NEAR(n.w, 1 / (world.z + kEye), 1e-6);
-    EXPECT_NEAR(Length(Point3{n.x, n.y, n.z} - Normalized({world.x, world.y, world.z})), 0, 5e-3);
+    EXPECT_NEAR(Length(Normalized(world - h->eye) - ray), 0, 1e-5);
+    EXPECT_NEAR(Length(world), 22, 0.05);
+    EXPECT_NEAR(n.w, -1 / view.w, 1e-6);
+    EXPECT_NEAR(Length(Point3{n.x, n.y, n.z} - Normalized(world)), 0, 5e-3);
 
     h->material.glowAmount = 0.75f;
     h->material.illuminationIntensity = 2, h->material.illuminationColor = {51, 255, 0, 255};
@@ -394,75 +384,45 @@ TEST_F(MaterialShading, NormalMaps) {
     struct Row {
         const char* what;
         Point4 texel;
-        std::function<void(MaterialHarness&)> set;
-        Point3 expected; // world
+        Point3 expected;                                              // world
+        bool MaterialSettings::*flag = &MaterialSettings::legacyFlag; // set for the row
+        float amount = 1;
+        bool twoChannel = false, modelFlip = false;
+        Point3 scale{1, 1, 1};
     };
-    const auto none = [](MaterialHarness&) {};
     const float z = -std::sqrt(1 - 0.36f);
+    const Point4 u{0.8f, 0.5f, 1, 1}, v{0.5f, 0.8f, 1, 1};
+    using M = MaterialSettings;
     const Row rows[] = {
-        {"along u", {0.8f, 0.5f, 1, 1}, none, {0.6f, 0, z}},
-        {"along v", {0.5f, 0.8f, 1, 1}, none, {0, 0.6f, z}},
-        {"blue is rebuilt", {0.8f, 0.5f, 0, 1}, none, {0.6f, 0, z}},
-        {"two channels",
-         {0, 0.5f, 0, 0.8f},
-         [](MaterialHarness& m) { m.fill.twoChannelNormals = true; },
-         {0.6f, 0, z}},
-        {"swapped", {0.8f, 0.5f, 1, 1}, [](MaterialHarness& m) { m.material.swapXY = true; }, {0, 0.6f, z}},
-        {"inverted x",
-         {0.8f, 0.5f, 1, 1},
-         [](MaterialHarness& m) { m.material.invertX = true; },
-         {-0.6f, 0, z}},
-        {"inverted y",
-         {0.5f, 0.8f, 1, 1},
-         [](MaterialHarness& m) { m.material.invertY = true; },
-         {0, -0.6f, z}},
-        {"inverted depth",
-         {0.8f, 0.5f, 1, 1},
-         [](MaterialHarness& m) { m.material.invertDepth = true; },
-         {-0.6f, 0, z}},
-        {"half",
-         {0.8f, 0.5f, 1, 1},
-         [](MaterialHarness& m) { m.material.channels[4].amount = 0.5f; },
-         {0.3f, 0, -std::sqrt(1 - 0.09f)}},
-        {"mirrored by a flip",
-         {0.8f, 0.5f, 1, 1},
-         [](MaterialHarness& m) { m.model.flip[0] = true, m.mirrored = true; },
-         {-0.6f, 0, z}},
-        {"mirrored by its matrix",
-         {0.5f, 0.8f, 1, 1},
-         [](MaterialHarness& m) {
-             m.modelMatrix = Matrix::Scale({1, -1, 1});
-             m.mirrored = true;
-             m.manager.state().renderState.flipNormals = 1;
-         },
-         {0, -0.6f, z}},
-        {"turned and scaled unevenly",
-         {0.5f, 0.5f, 1, 1},
-         [](MaterialHarness& m) {
-             m.modelMatrix = Matrix::Scale({1, 1, 3});
-         },
-         {0, 0, -1}},
-    };
-    const Matrix plain;
-    const MaterialSettings before = h->material;
+        {"along u", u, {0.6f, 0, z}},
+        {"along v", v, {0, 0.6f, z}},
+        {"blue is rebuilt", {0.8f, 0.5f, 0, 1}, {0.6f, 0, z}},
+        {.what = "two channels", .texel = {0, 0.5f, 0, 0.8f}, .expected = {0.6f, 0, z}, .twoChannel = true},
+        {"swapped", u, {0, 0.6f, z}, &M::swapXY},
+        {"inverted x", u, {-0.6f, 0, z}, &M::invertX},
+        {"inverted y", v, {0, -0.6f, z}, &M::invertY},
+        {"inverted depth", u, {-0.6f, 0, z}, &M::invertDepth},
+        {.what = "half", .texel = u, .expected = {0.3f, 0, -std::sqrt(1 - 0.09f)}, .amount = 0.5f},
+        {.what = "mirrored by a flip", .texel = u, .expected = {-0.6f, 0, z}, .modelFlip = true},
+        {.what = "mirrored by its matrix", .texel = v, .expected = {0, -0.6f, z}, .scale = {1, -1, 1}},
+        {.what = "scaled unevenly", .texel = {0.5f, 0.5f, 1, 1}, .expected = {0, 0, -1}, .scale = {1, 1, 3}}};
+    h->cull = true; // the face must be the one that is drawn
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
-        static_cast<MaterialSettings&>(h->material) = before;
-        h->fill.twoChannelNormals = false;
-        h->model.flip = {};
-        h->mirrored = false;
-        h->cull = true; // the face must be the one that is drawn
-        h->modelMatrix = plain;
-        h->manager.state().renderState.flipNormals = 0;
         h->SetTexture(TextureUnit::Normal, 1, 1, {row.texel});
-        row.set(*h);
+        channel.amount = row.amount;
+        h->fill.twoChannelNormals = row.twoChannel;
+        h->model.flip[0] = row.modelFlip;
+        h->modelMatrix = Matrix::Scale(row.scale);
+        state().flipNormals = row.scale.y < 0;
+        h->mirrored = row.modelFlip || row.scale.y < 0;
+        h->material.*row.flag = true;
         for (const bool twoSided : {true, false}) {
             h->material.twoSidedLighting = twoSided;
-            const Point4 c = h->Draw(MaterialPass::Property, surface).at(kSide / 2, kSide / 2);
-            EXPECT_NEAR(c.x, row.expected.x, 1e-4);
-            EXPECT_NEAR(c.y, row.expected.y, 1e-4);
-            EXPECT_NEAR(c.z, row.expected.z, 1e-4);
+            const Point4 c = h->Draw(MaterialPass::Property, surface).at(kMiddle, kMiddle);
+            ExpectColour({c.x, c.y, c.z}, row.expected, 1e-4f);
         }
+        h->material.*row.flag = false;
     }
 }
 
