@@ -1,6 +1,5 @@
 // Lines along the edges of the triangles.
 in WireframeData {
-    noperspective vec3 edgeA;
     flat vec4 lineA;
     flat vec4 lineB;
     flat int wireframeCase;
@@ -12,12 +11,11 @@ float distance_to_line(vec2 offset, vec2 direction) { return abs(offset.x * dire
 
 // Pixels to the nearest edge of the triangle.
 float edge_distance() {
-    if (wire.wireframeCase == 0) return min(wire.edgeA.x, min(wire.edgeA.y, wire.edgeA.z));
     vec2 position = place_in_viewport(projectionMatrix * base.viewPosition);
     vec2 fromA = position - wire.lineA.xy, fromB = position - wire.lineB.xy;
     float nearest = min(distance_to_line(fromA, wire.lineA.zw), distance_to_line(fromB, wire.lineB.zw));
-    // Two corners are in front: the edge between them is seen whole.
-    if (wire.wireframeCase == 1 || wire.wireframeCase == 2 || wire.wireframeCase == 4)
+    // At least two corners are in front: the edge between them is seen whole.
+    if (wire.wireframeCase == 0 || wire.wireframeCase == 1 || wire.wireframeCase == 2 || wire.wireframeCase == 4)
         nearest = min(nearest, distance_to_line(fromA, safe_normalize(vec3(wire.lineB.xy - wire.lineA.xy, 0.0)).xy));
     return nearest;
 }
