@@ -3,9 +3,12 @@
 #include "model/ModelData.h"
 #include "model/extrusion/PathSet.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <map>
+#include <set>
+#include <utility>
 #include <vector>
 
 // Outlines to extrude and measures of the solids that come out, all worked out without the code under test.
@@ -32,51 +35,62 @@ inline std::vector<PathPoint> Round(Point2 center, float r) {
 
 struct Measures {
     std::size_t triangles = 0;
-    std::size_t openEdges = 0; // edges not shared by exactly two triangles that run it in opposite directions
-    double volume = 0;         // by the divergence theorem; positive when wound outward
-    double frontArea = 0;      // of triangles that face -z
+    std::size_t openEdges = 0;    // welded edges with an odd number of triangles
+    std::size_t turnedEdges = 0;  // that triangles do not run as often one way as the other
+    std::size_t crowdedEdges = 0; // without exactly one triangle on each side
+    double volume = 0;            // by the divergence theorem; positive when wound outward
+    double capArea = 0;           // of flat triangles whose normal faces -z, less those that are turned over
+    double shownArea = 0;         // the same without those
     bool finite = true;
-    double normalError = 0; // largest angle's cosine defect between a face and its vertex normals' side
+    double normalError = 0; // largest cosine defect between a face and its vertices' normals
+    std::set<std::pair<float, float>> places; // of all vertices, in the plane
 };
 
 // In the units of the source: ModelData is normalised, `size` undoes it.
 inline Measures Measure(const ModelData& model) {
     Measures m;
     std::map<std::array<float, 3>, int> welded;
-    std::map<std::pair<int, int>, int> edges;
-    const auto weld = [&](std::uint32_t i) {
-        const Point3 p = model.vertices[i].position;
-        return welded.try_emplace({p.x + 0.0f, p.y + 0.0f, p.z + 0.0f}, static_cast<int>(welded.size()))
-            .first->second;
+    std::map<std::pair<int, int>, std::array<int, 2>> edges; // by their ends in order: runs either way
+    const auto all = [](Point3 v) { return v.x + v.y + v.z; };
+    const auto corner = [&](const Triangle& t) {
+        std::array<Point3, 3> p;
+        std::array<int, 3> id{};
+        for (std::size_t k = 0; k < 3; ++k) {
+            const ModelVertex& v = model.vertices[t[k]];
+            p[k] = v.position * model.size;
+            const std::array<float, 3> place{v.position.x + 0.0f, v.position.y + 0.0f, v.position.z + 0.0f};
+            id[k] = welded.try_emplace(place, static_cast<int>(welded.size())).first->second;
+            m.finite = m.finite && std::isfinite(all(v.position) + all(v.normal) + v.texCoord.x +
+                                                 v.texCoord.y + v.tangent.x + v.tangent.y + v.tangent.z);
+            m.places.emplace(p[k].x, p[k].y);
+        }
+        for (std::size_t k = 0; k < 3; ++k) {
+            const int a = id[k], b = id[(k + 1) % 3];
+            if (a != b) ++edges[{std::min(a, b), std::max(a, b)}][a < b];
+        }
+        return p;
     };
     for (const ModelMesh& mesh : model.meshes)
         for (const ModelGroup& group : mesh.groups)
             for (const Triangle& t : group.triangles) {
                 ++m.triangles;
-                std::array<Point3, 3> p;
-                std::array<int, 3> id;
-                for (std::size_t k = 0; k < 3; ++k) {
-                    const ModelVertex& v = model.vertices[t[k]];
-                    p[k] = v.position * model.size;
-                    id[k] = weld(t[k]);
-                    m.finite =
-                        m.finite && std::isfinite(v.position.x + v.position.y + v.position.z + v.normal.x +
-                                                  v.normal.y + v.normal.z + v.texCoord.x + v.texCoord.y);
-                }
-                for (std::size_t k = 0; k < 3; ++k) {
-                    ++edges[{id[k], id[(k + 1) % 3]}];
-                    --edges[{id[(k + 1) % 3], id[k]}];
-                }
+                const auto p = corner(t);
                 const Point3 cross = Cross(p[1] - p[0], p[2] - p[0]);
                 m.volume += static_cast<double>(Dot(p[0], Cross(p[1], p[2]))) / 6;
-                if (cross.z < -0.999f * Length(cross))
-                    m.frontArea += 0.5 * static_cast<double>(Length(cross));
-                for (std::size_t k = 0; k < 3; ++k)
-                    m.normalError = std::max(
-                        m.normalError,
-                        1.0 - static_cast<double>(Dot(Normalized(cross), model.vertices[t[k]].normal)));
+                if (p[0].z == p[1].z && p[0].z == p[2].z && model.vertices[t[0]].normal.z < 0) {
+                    m.capArea -= static_cast<double>(cross.z) / 2;
+                    m.shownArea += std::max(0.0, -static_cast<double>(cross.z) / 2);
+                }
+                for (const std::uint32_t i : t)
+                    m.normalError =
+                        std::max(m.normalError,
+                                 1 - static_cast<double>(Dot(Normalized(cross), model.vertices[i].normal)));
             }
-    for (const auto& [edge, balance] : edges) m.openEdges += balance != 0;
+    for (const auto& [edge, runs] : edges) {
+        m.openEdges += (runs[0] + runs[1]) % 2 != 0;
+        m.turnedEdges += runs[0] != runs[1];
+        m.crowdedEdges += runs[0] != 1 || runs[1] != 1;
+    }
     return m;
 }
 

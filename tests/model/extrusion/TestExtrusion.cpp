@@ -53,8 +53,8 @@ TEST(BuildExtrusion, PlainSolidHasTheVolumeOfItsArea) {
             ExtrusionOptions options = Flat();
             options.separateObjects = separate;
             const Measures m = Measure(Build(row.paths, options));
-            EXPECT_EQ(m.openEdges, 0u) << row.name;
-            EXPECT_NEAR(m.frontArea, row.area, row.area * 1e-3) << row.name;
+            EXPECT_EQ(m.turnedEdges, 0u) << row.name;
+            EXPECT_NEAR(m.capArea, row.area, row.area * 1e-3) << row.name;
             EXPECT_NEAR(m.volume, row.area * static_cast<double>(depth),
                         row.area * static_cast<double>(depth) * 1e-3)
                 << row.name;
@@ -90,8 +90,8 @@ TEST(BuildExtrusion, EveryKindOfBevelIsClosedAndOutward) {
                             const Measures m = Measure(Build(paths, options));
                             ++count;
                             ASSERT_GT(m.triangles, 0u);
-                            ASSERT_EQ(m.openEdges, 0u) << bevelDepth << " " << curve << " " << outline << " "
-                                                       << backside << " " << rows;
+                            ASSERT_EQ(m.turnedEdges, 0u) << bevelDepth << " " << curve << " " << outline
+                                                         << " " << backside << " " << rows;
                             ASSERT_GT(m.volume, 0);
                             ASSERT_TRUE(m.finite);
                         }
@@ -111,7 +111,7 @@ TEST(BuildExtrusion, BevelledBoxHasTheVolumeOfItsSections) {
     const double frustum = 5.0 / 3 * (10000 + 12100 + 110 * 100);
     const Measures m = Measure(Build({Rectangle(0, 0, 100, 100)}, options));
     EXPECT_NEAR(m.volume, frustum + 12100 * 100, 300);
-    EXPECT_NEAR(m.frontArea, 10000, 5);
+    EXPECT_NEAR(m.capArea, 10000, 5);
 }
 
 TEST(MeasureShells, DepthsFollowTheModes) {
@@ -237,7 +237,7 @@ TEST(BuildExtrusion, HostileOutlinesAreBuiltOrRefused) {
             EXPECT_TRUE(m.finite) << row.name;
             // A tangle's caps are left open.
             if (!std::string_view(row.name).ends_with("star")) {
-                EXPECT_EQ(m.openEdges, 0u) << row.name;
+                EXPECT_EQ(m.turnedEdges, 0u) << row.name;
             }
         }
 }

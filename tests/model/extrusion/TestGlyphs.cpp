@@ -3,14 +3,16 @@
 // VELORIN_ALL_GLYPHS=1 in the environment every glyph at every resolution, bevel and expansion (minutes).
 
 #include "../Coverage.h"
+#include "Shapes.h"
 #include "model/extrusion/BuildExtrusion.h"
 #include "model/extrusion/Contours.h"
-#include "services/Log.h"
+#include "services/Fonts.h"
 
 #include <fontconfig/fontconfig.h>
 #include <ft2build.h>
 #include <gtest/gtest.h>
 #include FT_FREETYPE_H
+#include FT_OUTLINE_H
 
 #include <cstdlib>
 #include <map>
@@ -27,59 +29,52 @@ constexpr int kSteps[] = {2, 5, 10, 20, 40}; // of a curve, by resolution
 constexpr float kDepths[] = {-0.5f, 0, 0.25f, 1};
 constexpr float kExpands[] = {-2, -0.5f, 0, 0.5f, 2};
 
-std::string FontFile(const char* family) {
-    const std::unique_ptr<FcConfig, void (*)(FcConfig*)> config(FcInitLoadConfigAndFonts(), FcConfigDestroy);
-    const std::unique_ptr<FcPattern, void (*)(FcPattern*)> pattern(
-        FcNameParse(reinterpret_cast<const FcChar8*>(family)), FcPatternDestroy);
-    FcConfigSubstitute(config.get(), pattern.get(), FcMatchPattern);
-    FcDefaultSubstitute(pattern.get());
-    FcResult result = FcResultNoMatch;
-    const std::unique_ptr<FcPattern, void (*)(FcPattern*)> match(
-        FcFontMatch(config.get(), pattern.get(), &result), FcPatternDestroy);
-    FcChar8* file = nullptr;
-    if (!match || FcPatternGetString(match.get(), FC_FILE, 0, &file) != FcResultMatch) return {};
-    return reinterpret_cast<const char*>(file);
-}
+struct Sink {
+    std::vector<std::vector<PathPoint>>& paths;
+    float unit;
+    [[nodiscard]] Point2 at(const FT_Vector* v) const {
+        return {static_cast<float>(v->x) * unit, static_cast<float>(v->y) * -unit};
+    }
+    void curve(Point2 out, Point2 in, Point2 end) {
+        paths.back().back().tangentOut = out;
+        paths.back().push_back({end, in, {}});
+    }
+    [[nodiscard]] Point2 last() const { return paths.back().back().position; }
+};
 
-// The outline of a character at 100 units an em, y down. Walks the points and tags of the font's contours
-// itself; quadratic curves become cubic ones.
+// The outline of a character at 100 units an em, y down; quadratic curves become cubic ones.
 std::vector<std::vector<PathPoint>> GlyphPaths(FT_Face face, unsigned long character) {
     std::vector<std::vector<PathPoint>> paths;
     if (FT_Load_Char(face, character, FT_LOAD_NO_SCALE) != 0) return paths;
-    const FT_Outline& outline = face->glyph->outline;
-    const float unit = 100.0f / static_cast<float>(face->units_per_EM);
-    int start = 0;
-    for (int c = 0; c < outline.n_contours; ++c) {
-        const int end = outline.contours[c], count = end - start + 1;
-        const auto at = [&](int k) {
-            const FT_Vector v = outline.points[start + (k + count) % count];
-            return Point2{static_cast<float>(v.x) * unit, static_cast<float>(v.y) * -unit};
-        };
-        const auto tag = [&](int k) { return FT_CURVE_TAG(outline.tags[start + (k + count) % count]); };
-        std::vector<PathPoint> path;
-        for (int k = 0; k < count; ++k) {
-            if (tag(k) == FT_CURVE_TAG_ON) path.push_back({at(k), {}, {}});
-            if (tag(k) != FT_CURVE_TAG_CONIC) continue;
-            if (tag(k + 1) == FT_CURVE_TAG_CONIC) // a point between two controls is only implied
-                path.push_back({(at(k) + at(k + 1)) * 0.5f, {}, {}});
+    Sink sink{paths, 100.0f / static_cast<float>(face->units_per_EM)};
+    using V = const FT_Vector*;
+    FT_Outline_Funcs to{};
+    to.move_to = [](V p, void* s) {
+        auto& out = *static_cast<Sink*>(s);
+        out.paths.push_back({{out.at(p), {}, {}}});
+        return 0;
+    };
+    to.line_to = [](V p, void* s) {
+        auto& out = *static_cast<Sink*>(s);
+        out.curve({}, {}, out.at(p));
+        return 0;
+    };
+    to.conic_to = [](V c, V p, void* s) {
+        auto& out = *static_cast<Sink*>(s);
+        out.curve((out.at(c) - out.last()) * (2.0f / 3), (out.at(c) - out.at(p)) * (2.0f / 3), out.at(p));
+        return 0;
+    };
+    to.cubic_to = [](V c, V d, V p, void* s) {
+        auto& out = *static_cast<Sink*>(s);
+        out.curve(out.at(c) - out.last(), out.at(d) - out.at(p), out.at(p));
+        return 0;
+    };
+    FT_Outline_Decompose(&face->glyph->outline, &to, &sink);
+    for (auto& path : paths)
+        if (path.size() > 1 && path.back().position == path.front().position) { // closed by its last curve
+            path.front().tangentIn = path.back().tangentIn;
+            path.pop_back();
         }
-        const auto corner = [&](Point2 p) {
-            return std::find_if(path.begin(), path.end(), [&](const auto& q) { return q.position == p; });
-        };
-        for (int k = 0; k < count; ++k) {
-            if (tag(k) == FT_CURVE_TAG_CUBIC && tag(k + 1) == FT_CURVE_TAG_CUBIC) {
-                corner(at(k - 1))->tangentOut = at(k) - at(k - 1);
-                corner(at(k + 2))->tangentIn = at(k + 1) - at(k + 2);
-            }
-            if (tag(k) != FT_CURVE_TAG_CONIC) continue;
-            const auto end0 = tag(k - 1) == FT_CURVE_TAG_CONIC ? (at(k - 1) + at(k)) * 0.5f : at(k - 1);
-            const auto end1 = tag(k + 1) == FT_CURVE_TAG_CONIC ? (at(k + 1) + at(k)) * 0.5f : at(k + 1);
-            corner(end0)->tangentOut = (at(k) - end0) * (2.0f / 3);
-            corner(end1)->tangentIn = (at(k) - end1) * (2.0f / 3);
-        }
-        paths.push_back(std::move(path));
-        start = end + 1;
-    }
     return paths;
 }
 
@@ -180,58 +175,6 @@ bool ApartAndNested(const std::vector<Outline>& outlines) {
     return true;
 }
 
-// What a solid is, in the units that it was built in.
-struct Solid {
-    std::size_t triangles = 0, vertices = 0;
-    std::size_t unevenEdges = 0;                   // welded edges without exactly one triangle on each side
-    std::size_t openEdges = 0;                     // those with an odd number of triangles
-    double volume = 0, capArea = 0, shownArea = 0; // of the front cap; of its triangles that face the viewer
-    bool finite = true;
-    std::set<std::pair<float, float>> places; // of all vertices, in the plane
-};
-
-Solid MeasureSolid(const ModelData& model) {
-    Solid solid;
-    std::map<std::array<float, 3>, int> welded;
-    std::map<std::pair<int, int>, int> edges;
-    for (const ModelMesh& mesh : model.meshes)
-        for (const ModelGroup& group : mesh.groups)
-            for (const Triangle& t : group.triangles) {
-                ++solid.triangles;
-                Point3 p[3];
-                int id[3];
-                for (std::size_t k = 0; k < 3; ++k) {
-                    const ModelVertex& v = model.vertices[t[k]];
-                    p[k] = v.position * model.size;
-                    id[k] = welded
-                                .try_emplace({v.position.x + 0.0f, v.position.y + 0.0f, v.position.z + 0.0f},
-                                             static_cast<int>(welded.size()))
-                                .first->second;
-                    solid.finite =
-                        solid.finite && std::isfinite(v.position.x + v.position.y + v.position.z +
-                                                      v.normal.x + v.normal.y + v.normal.z + v.texCoord.x +
-                                                      v.texCoord.y + v.tangent.x + v.tangent.y + v.tangent.z);
-                    solid.places.emplace(p[k].x, p[k].y);
-                }
-                for (std::size_t k = 0; k < 3; ++k) ++edges[{id[k], id[(k + 1) % 3]}];
-                solid.volume += Wide(Dot(p[0], Cross(p[1], p[2]))) / 6;
-                if (p[0].z == p[1].z && p[0].z == p[2].z && model.vertices[t[0]].normal.z < 0) {
-                    const double area = -Wide(Cross(p[1] - p[0], p[2] - p[0]).z) / 2;
-                    solid.capArea += area;
-                    solid.shownArea += std::max(0.0, area);
-                }
-            }
-    for (const auto& [edge, count] : edges) {
-        if (edge.first == edge.second) continue;
-        const auto back = edges.find({edge.second, edge.first});
-        const int others = back == edges.end() ? 0 : back->second;
-        solid.unevenEdges += count != 1 || others != 1;
-        solid.openEdges += (count + others) % 2 != 0;
-    }
-    solid.vertices = welded.size();
-    return solid;
-}
-
 struct Setting {
     int resolution = 0;
     float depth = 0, expand = 0, curve = 0;
@@ -302,7 +245,7 @@ void Check(const std::vector<std::vector<PathPoint>>& paths, const Setting& sett
     const ExtrusionOptions options = OptionsOf(setting);
     ModelData model;
     BuildExtrusion(model, set, options, {1, 1, 1});
-    const Solid solid = MeasureSolid(model);
+    const shapes::Measures solid = shapes::Measure(model);
     ++tally.built;
 
     const Reference reference = ReferenceOf(paths, kSteps[setting.resolution], Wide(set.scale));
@@ -338,7 +281,7 @@ void Check(const std::vector<std::vector<PathPoint>>& paths, const Setting& sett
     }
     ++tally.held;
     if (solid.triangles == 0) return fault(tally.empty, "nothing was built");
-    if (solid.unevenEdges != 0) fault(tally.open, std::to_string(solid.unevenEdges) + " edges are open");
+    if (solid.crowdedEdges != 0) fault(tally.open, std::to_string(solid.crowdedEdges) + " edges are open");
     if (!(solid.volume > 0)) fault(tally.inward, "volume " + std::to_string(solid.volume));
     double expected = 0;
     for (const Outline& o : capOutlines) expected += ShoelaceArea(o);
@@ -377,7 +320,8 @@ std::vector<std::string> FontFiles(bool all) {
         if (!file.empty() && std::find(files.begin(), files.end(), file) == files.end())
             files.push_back(file);
     };
-    for (const char* family : {"serif", "sans-serif", "monospace", "Nimbus Roman"}) add(FontFile(family));
+    for (const char* family : {"serif", "sans-serif", "monospace", "Nimbus Roman"})
+        add(FindFont(family).path);
     if (!all) return files;
     const std::unique_ptr<FcConfig, void (*)(FcConfig*)> config(FcInitLoadConfigAndFonts(), FcConfigDestroy);
     const FcFontSet* fonts = FcConfigGetFonts(config.get(), FcSetSystem);
@@ -387,7 +331,7 @@ std::vector<std::string> FontFiles(bool all) {
         if (FcPatternGetString(fonts->fonts[i], FC_FAMILY, 0, &family) == FcResultMatch)
             families.insert(reinterpret_cast<const char*>(family));
     }
-    for (const std::string& family : families) add(FontFile(family.c_str()));
+    for (const std::string& family : families) add(FindFont(family).path);
     return files;
 }
 

@@ -262,35 +262,6 @@ TEST(VectorFile, StructuresOfRealFiles) {
     EXPECT_EQ(Load(updated).set.paths.size(), 2u);
 }
 
-TEST(VectorFile, ReferenceStreamsAndObjectStreams) {
-    // Objects 1 to 3 stand in an object stream, the table is a stream of rows of 1, 2 and 1 bytes.
-    const std::string inner = "<< /Type /Catalog /Pages 2 0 R >> << /Type /Pages /Kids [3 0 R] >> << /Type "
-                              "/Page /Contents 4 0 R >>";
-    const std::string head = "1 0 2 34 3 67 ";
-    ASSERT_EQ(inner.substr(34, 8), "<< /Type");
-    ASSERT_EQ(inner.substr(67, 8), "<< /Type");
-    std::string file = "%PDF-1.5\n";
-    const std::size_t content = file.size();
-    file += "4 0 obj\n" + Stream("0 0 10 10 re f") + "\nendobj\n";
-    const std::size_t holder = file.size();
-    file += "5 0 obj\n" + Stream(head + inner, "/Type /ObjStm /N 3 /First " + std::to_string(head.size())) +
-            "\nendobj\n";
-    const std::size_t table = file.size();
-    std::string rows;
-    const auto add = [&](int type, std::size_t second, int third) {
-        rows += static_cast<char>(type);
-        rows += static_cast<char>(second >> 8);
-        rows += static_cast<char>(second & 255);
-        rows += static_cast<char>(third);
-    };
-    add(2, 5, 0), add(2, 5, 1), add(2, 5, 2), add(1, content, 0), add(1, holder, 0);
-    file += "6 0 obj\n" + Stream(rows, "/Type /XRef /W [1 2 1] /Index [1 5] /Size 6 /Root 1 0 R") +
-            "\nendobj\nstartxref\n" + std::to_string(table) + "\n%%EOF";
-    const Outcome outcome = Load(file);
-    ASSERT_TRUE(outcome.read) << outcome.reason;
-    EXPECT_EQ(outcome.set.paths.size(), 1u);
-}
-
 TEST(VectorFile, HostileFilesEndInOneSentence) {
     std::string deep = "%PDF-1.4\n1 0 obj\n";
     deep.append(100'000, '[');
@@ -413,37 +384,6 @@ TEST(PdfEncoding, CodesAndNamesAgreeWithTheirCharacters) {
     } names[] = {{"A", 'A'},          {"zero", '0'},       {"zcaron", 0x17E}, {"AE", 0xC6}, {"a.alt", 'a'},
                  {"uni20AC", 0x20AC}, {"u1F600", 0x1F600}, {"nosuch", 0},     {"", 0}};
     for (const auto& row : names) EXPECT_EQ(UnicodeOfGlyphName(row.name), row.character) << row.name;
-}
-
-// Bounds in points, y from the top of the page, as a viewer's rendering at 72 dots per inch shows them.
-TEST(VectorFile, FilesOfOthersLieWhereAViewerShowsThem) {
-    const std::filesystem::path folder = std::filesystem::path(VELORIN_SOURCE_DIR) / "../shared/data/vector";
-    if (!std::filesystem::exists(folder)) GTEST_SKIP() << "test data is not here";
-    const struct {
-        const char* file;
-        float left, top, right, bottom; // above the lower edge of the page
-    } rows[] = {{"american_flag.pdf", 0, -520, 988, 0},
-                {"fonts.pdf", 25, -259, 419, -35},
-                {"inkscape-abc.pdf", 47, -237, 243, -40},
-                {"reportlab-overlay.pdf", 226, -50, 567, -11},
-                {"type1.pdf", 72, -651, 539, -135}};
-    for (const auto& row : rows) {
-        const MappedFile file = MappedFile::Open((folder / row.file).string(), FileAccess::Read);
-        PathSet set;
-        std::string reason;
-        ASSERT_TRUE(LoadVectorBytes(set, file.bytes(), reason)) << row.file << ": " << reason;
-        Point2 low{1e9f, 1e9f}, high{-1e9f, -1e9f};
-        for (const auto& path : set.paths)
-            for (const Point2 p : FlattenPath(path, false, PathResolution::High, 0)) {
-                low = {std::min(low.x, p.x), std::min(low.y, p.y)};
-                high = {std::max(high.x, p.x), std::max(high.y, p.y)};
-            }
-        const float pixels = 2; // edges fade within a pixel
-        EXPECT_NEAR(low.x, row.left, pixels) << row.file;
-        EXPECT_NEAR(low.y, row.top, pixels) << row.file;
-        EXPECT_NEAR(high.x, row.right, pixels) << row.file;
-        EXPECT_NEAR(high.y, row.bottom, pixels) << row.file;
-    }
 }
 
 TEST(VectorFile, BrokenFilesOfOthersEnd) {
