@@ -298,7 +298,7 @@ void PdfContent::ShowGlyph(std::uint32_t code, const Affine& toPage) {
         const State outer = state_;
         const Affine outerText = textMatrix_, outerLine = lineMatrix_;
         state_.matrix = Affine{m[0], m[1], m[2], m[3], m[4], m[5]}.then(toPage);
-        Run(Decoded(*procedure), parser_.Get<PdfDictionary>(font.dictionary(), "Resources"));
+        RunStream(*procedure, parser_.Get<PdfDictionary>(font.dictionary(), "Resources"));
         state_ = outer;
         textMatrix_ = outerText, lineMatrix_ = outerLine;
         return;
@@ -321,6 +321,15 @@ void PdfContent::ShowGlyph(std::uint32_t code, const Affine& toPage) {
     }
 }
 
+// What draws itself, also by way of others, stops where it would begin anew: no picture comes of it, and its
+// work would grow with every level.
+void PdfContent::RunStream(const PdfStream& stream, const PdfDictionary* resources) {
+    if (std::find(running_.begin(), running_.end(), &stream) != running_.end()) return;
+    running_.push_back(&stream);
+    Run(Decoded(stream), resources);
+    running_.pop_back();
+}
+
 // Forms are drawn again and again: each is unpacked once.
 const std::string& PdfContent::Decoded(const PdfStream& stream) {
     const auto [known, fresh] = decoded_.try_emplace(&stream);
@@ -340,7 +349,7 @@ void PdfContent::RunForm(const std::string& name) {
         for (std::size_t k = 0; k < 6; ++k) m[k] = parser_.Number(matrix->items[k], 0);
         state_.matrix = Affine{m[0], m[1], m[2], m[3], m[4], m[5]}.then(state_.matrix);
     }
-    Run(Decoded(*form), parser_.Get<PdfDictionary>(form->dictionary, "Resources"));
+    RunStream(*form, parser_.Get<PdfDictionary>(form->dictionary, "Resources"));
     state_ = outer;
     textMatrix_ = outerText, lineMatrix_ = outerLine;
 }

@@ -62,6 +62,7 @@ private:
     void MoveLine(double x, double y);
     void SelectFont(const std::string& name, double size);
     void RunForm(const std::string& name);
+    void RunStream(const PdfStream& stream, const PdfDictionary* resources);
     void SkipInlineImage(PdfLexer& lexer, std::string_view content);
     void CountPoints(std::size_t more);
     void CountOperator();
@@ -82,6 +83,7 @@ private:
     bool open_ = false;          // path_.back() still grows
     std::unordered_map<const PdfDictionary*, std::unique_ptr<PdfFont>> fonts_;
     int depth_ = 0;
+    std::vector<const PdfStream*> running_; // forms and glyphs, the innermost last
     std::unordered_map<const PdfStream*, std::string> decoded_;
     std::size_t stackBase_ = 0; // states below belong to the stream that runs this one
     std::size_t points_ = 0, operators_ = 0, contentRead_ = 0;
