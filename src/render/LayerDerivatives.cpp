@@ -8,13 +8,13 @@
 namespace velorin {
 
 gl::Name LayerDerivatives::Get(const LayerTexture& layer, Kind kind) {
-    const gl::Name source = layer.texture.name();
     for (Entry& entry : entries_) {
-        if (entry.source != source || entry.revision != layer.revision || entry.kind != kind) continue;
+        if (entry.revision != layer.revision || entry.kind != kind) continue;
         entry.used = true;
         return entry.texture.name();
     }
-    Entry entry{source, layer.revision, kind, true, {}};
+    const gl::Name source = layer.texture.name();
+    Entry entry{layer.revision, kind, true, {}};
     entry.texture = kind == Kind::Cube ? manager_.EnvToCubeMap(source) : manager_.BumpToNormal(source);
     entries_.push_back(std::move(entry));
     return entries_.back().texture.name();

@@ -23,8 +23,7 @@ public:
 private:
     enum class Kind : std::uint8_t { Cube, Normals };
     struct Entry {
-        gl::Name source = 0;
-        std::uint64_t revision = 0;
+        std::uint64_t revision = 0; // of the layer's pixels
         Kind kind = Kind::Cube;
         bool used = false;
         gl::Texture texture;

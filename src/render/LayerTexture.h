@@ -11,8 +11,9 @@ namespace velorin {
 struct LayerTexture {
     gl::Texture texture; // straight RGBA as the host shows it, with mips; empty when there are no pixels
     std::uint32_t width = 0, height = 0, bytesPerChannel = 0;
-    std::uint64_t revision =
-        0; // grows with each upload: part of the identity of what was derived from the pixels
+    // Another with each upload, and of no two layers the same: what is derived from the pixels is known by
+    // it, since the driver gives the name of a deleted texture to the next.
+    std::uint64_t revision = 0;
 
     [[nodiscard]] bool empty() const { return !texture; }
 };

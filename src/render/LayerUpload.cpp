@@ -80,7 +80,7 @@ bool Renderer::UploadTexture(const ImageHeader& image, LayerTexture& layer) {
     if (image.empty()) {
         layer.texture.Reset();
         layer.width = layer.height = layer.bytesPerChannel = 0;
-        ++layer.revision;
+        layer.revision = ++layerRevisions_;
         return true;
     }
     LayerFormat format{};
@@ -129,7 +129,7 @@ bool Renderer::UploadTexture(const ImageHeader& image, LayerTexture& layer) {
     layer.width = image.width;
     layer.height = image.height;
     layer.bytesPerChannel = image.bytesPerChannel;
-    ++layer.revision;
+    layer.revision = ++layerRevisions_;
     ++statistics_.textureUploads;
     if (gl::CheckGLError("Renderer::UploadTexture", __LINE__) == 0) return true;
     (void)UploadTexture(ImageHeader{}, layer);

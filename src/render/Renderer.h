@@ -140,6 +140,7 @@ private:
     std::string contextReason_;
     DriverInfo driver_;
     OutputTarget output_;
+    std::uint64_t layerRevisions_ = 0; // given out by UploadTexture
     int width_ = 0, height_ = 0;
     RenderStatistics statistics_;
     std::unique_ptr<Context> context_;

@@ -307,13 +307,6 @@ gl::Texture TextureManager::EnvToCubeMap(gl::Name texture) {
     return cube;
 }
 
-gl::Name TextureManager::DefaultCube(gl::Name texture) {
-    for (const auto& [source, cube] : defaultCubes_)
-        if (source == texture && cube) return cube.name();
-    std::erase_if(defaultCubes_, [&](const auto& entry) { return entry.first == texture; });
-    return defaultCubes_.emplace_back(texture, EnvToCubeMap(texture)).second.name();
-}
-
 // Each level from the one above, which is the last that may be read while it is drawn. The cube is bound to
 // the source unit.
 void TextureManager::FilterLevels(gl::Name cube, std::uint32_t size, bool quick, int skip) {

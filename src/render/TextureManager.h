@@ -9,7 +9,6 @@
 #include <memory>
 #include <mutex>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace velorin {
@@ -86,8 +85,6 @@ public:
 
     // A cube of 512 a face from a 2D equirectangular texture, with filtered levels 1 to 6 (FilterCubeMap).
     [[nodiscard]] gl::Texture EnvToCubeMap(gl::Name texture);
-    // The cube version of a texture that stands in where none is given; built once a texture name.
-    [[nodiscard]] gl::Name DefaultCube(gl::Name texture);
 
     // Fills the levels of a cube (side `size`, level 0 given, `internalFormat` for the new ones) with
     // increasing roughness: level L from level L - 1 by the GGX distribution of roughness (L / 6)^2.8, six
@@ -163,7 +160,6 @@ private:
     gl::Texture samples_;
     std::array<gl::Program, kFilters> programs_;
     std::array<bool, kFilters> programTried_{};
-    std::vector<std::pair<gl::Name, gl::Texture>> defaultCubes_;
 };
 
 // The textures that one owner (a model, a scene) has on loan from the manager, looked up by slot. The manager
@@ -182,8 +178,8 @@ public:
 
     // The entry for a slot, marked as used. Null when the slot has no file, when the file gives no picture,
     // or when `amount` is exactly 0 and the slot is not the environment's: the caller then takes its default
-    // texture, or TextureManager::DefaultCube of it. Once a frame the file's time is compared: one that
-    // differs by more than a second loads the file again.
+    // texture or cube. Once a frame the file's time is compared: one that differs by more than a second loads
+    // the file again.
     [[nodiscard]] const TextureEntry* Find(const std::string& path, std::uint32_t flags, float amount = 1,
                                            bool environmentSlot = false);
 

@@ -187,6 +187,26 @@ TEST_F(FrameTest, TheBackgroundShowsTheEnvironmentBehindTheScene) {
         }
 }
 
+// The driver gives the name of a deleted texture to the next one.
+TEST_F(FrameTest, WhatWasDerivedFromALayerDiesWithIt) {
+    SceneMaterial& mirror = Add(RectMesh(0, 0, 64, 48));
+    mirror.type = MaterialType::Physical;
+    mirror.pbrDiffuse = mirror.pbrAmbient = mirror.pbrEnvironmentMultiplier = 0;
+    mirror.pbrReflectivity = mirror.pbrGlossiness = 1;
+    TextureChannel channel(Channel::Environment);
+    channel.enabled = true;
+    channel.path = "replaced by the layer";
+    settings.environment.channel = &channel;
+    for (const bool red : {true, false, true}) {
+        std::array<float, 4> argb{1, red ? 1.0f : 0.0f, red ? 0.0f : 1.0f, 0};
+        LayerTexture layer;
+        ASSERT_TRUE(renderer().UploadTexture({1, 1, 4, 16, argb.data()}, layer));
+        settings.environment.overrideLayer = &layer;
+        const Point4 pixel = Draw(64, 48).at(32, 24);
+        EXPECT_GT(red ? pixel.x - pixel.y : pixel.y - pixel.x, 0.5f) << pixel.x << ' ' << pixel.y;
+    }
+}
+
 TEST_F(FrameTest, AMaterialTakesItsPictureFromAHostLayer) {
     std::array<float, 16> argb{1, 1, 0, 0, 1, 0, 1, 0, 1, 0, 0, 1, 1, 1, 1, 0};
     LayerTexture layer;
