@@ -109,7 +109,10 @@ void AEPluginConnection::ReadSample(PluginCall& call, SequenceRecord& record) {
 void AEPluginConnection::SmartRender(PluginCall& call) {
     const std::scoped_lock lock(renderMutex_);
     if (!velorin_ || !velorin_->renderer->ready() || paramIndex.empty()) return;
-    if (renderDepth_ == 0) ProfilerReset();
+    if (renderDepth_ == 0) {
+        ProfilerReset();
+        statisticsBefore_ = velorin_->renderer->statistics();
+    }
     ++renderDepth_;
     const struct Depth {
         int& depth;

@@ -249,7 +249,6 @@ void UnifiedFrame::DrawPass(int pass, float weight) {
 
 void AEPluginConnection::UnifiedRender(PluginCall& call, InstanceList& list, SequenceRecord& own,
                                        const FrameImages& images) {
-    statisticsBefore_ = velorin_->renderer->statistics();
     UnifiedFrame(*this, call, list, own, images).Run();
     statisticsAfter_ = velorin_->renderer->statistics();
     if (call.err == PF_Err_NONE) capture_.Disarm();
