@@ -263,7 +263,9 @@ void ReadGlow(const Values& v, GlowSettings& g) {
 void ReadLighting(PluginCall& call, const Values& v, RenderSettings& s) {
     s.lightFalloff = v.Float(RowId("Light Falloff"));
     const bool useComp = v.On(RowId("Use Comp Lights"));
-    if (useComp) s.lights = ReadCompLights(call, call.in_data->current_time, CompPixelAspect(call));
+    if (useComp)
+        s.lights = ReadCompLights(call, call.in_data->current_time, CompPixelAspect(call),
+                                  v.Popup(RowId("Shadow Mode")) == 2);
     const int rig = v.Popup(RowId("Add Lighting"));
     if (rig <= 1 && !(useComp && s.lights.empty())) return;
     const Point3 angles =

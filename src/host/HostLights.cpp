@@ -10,6 +10,7 @@ struct Walk {
     const AEGP_LayerSuite8* layers;
     const AEGP_LightSuite2* lights;
     const AEGP_StreamSuite4* streams;
+    bool rayTracedShadows;
     A_Time compTime;
 
     [[nodiscard]] AEGP_StreamVal2 Stream(AEGP_LayerH layer, AEGP_LayerStream which) const {
@@ -38,7 +39,10 @@ struct Walk {
             light.coneAngle = Stream(layer, AEGP_LayerStream_CONE_ANGLE).one_d;
             light.coneFeather = Stream(layer, AEGP_LayerStream_CONE_FEATHER).one_d;
         }
-        if (light.type != AEGP_LightType_AMBIENT) {
+        // No map holds what lies around a point.
+        const bool casts =
+            light.type == AEGP_LightType_POINT ? rayTracedShadows : light.type != AEGP_LightType_AMBIENT;
+        if (casts) {
             light.castsShadows = Stream(layer, AEGP_LayerStream_CASTS_SHADOWS).one_d != 0;
             light.shadowDarkness = Stream(layer, AEGP_LayerStream_SHADOW_DARKNESS).one_d;
             light.shadowDiffusion = Stream(layer, AEGP_LayerStream_SHADOW_DIFFUSION).one_d;
@@ -87,12 +91,14 @@ bool MakeSceneLight(const HostLight& host, double compAspect, SceneLight& light)
     return true;
 }
 
-std::vector<SceneLight> ReadCompLights(PluginCall& call, A_long layerTime, double compAspect) {
+std::vector<SceneLight> ReadCompLights(PluginCall& call, A_long layerTime, double compAspect,
+                                       bool rayTracedShadows) {
     std::vector<SceneLight> found;
     const auto* effects = call.suites.Get<AEGP_PFInterfaceSuite1>();
     Walk walk{call.suites.Get<AEGP_LayerSuite8>(),
               call.suites.Get<AEGP_LightSuite2>(),
               call.suites.Get<AEGP_StreamSuite4>(),
+              rayTracedShadows,
               {}};
     if (!effects || !walk.layers || !walk.lights || !walk.streams) return found;
     const PF_ProgPtr effect = call.in_data->effect_ref;

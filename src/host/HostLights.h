@@ -8,8 +8,10 @@
 namespace velorin {
 
 // The switched-on lights of the effect's comp at a layer time, in layer order from the top. World space has
-// square pixels: x counts pixels of the comp times their aspect, `compAspect`.
-[[nodiscard]] std::vector<SceneLight> ReadCompLights(PluginCall& call, A_long layerTime, double compAspect);
+// square pixels: x counts pixels of the comp times their aspect, `compAspect`. Point lights cast shadows only
+// where rays are traced.
+[[nodiscard]] std::vector<SceneLight> ReadCompLights(PluginCall& call, A_long layerTime, double compAspect,
+                                                     bool rayTracedShadows);
 
 // Values of one light as the host gives them.
 struct HostLight {
