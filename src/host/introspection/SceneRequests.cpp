@@ -1,5 +1,6 @@
 #include "core/ImportMaterials.h"
 #include "core/Introspect.h"
+#include "core/SequencePath.h"
 #include "core/Velorin.h"
 #include "core/document/AssetContext.h"
 #include "core/document/Scene.h"
@@ -24,11 +25,20 @@ bool HasNormals(const ModelData& data) {
                        [](const ModelVertex& vertex) { return !(vertex.normal == Point3{}); });
 }
 
-// What importing a file does for the user: a model without bindings gets the materials of its file, and one
-// whose file has no normals is smoothed.
-void ImportMaterials(Scene& scene, Velorin& core) {
+// A sequence whose length nobody has told plays all its files.
+void CountFrames(SceneModel& model, const std::string& dataFolder) {
+    if (model.type != ModelType::Sequence || model.frameCount > 1) return;
+    model.frameCount = CountSequence(ResolveModelPath(model.path, dataFolder));
+    if (!(model.endFrame > model.startFrame)) model.endFrame = static_cast<float>(model.frameCount);
+}
+
+// What importing a file does for the user: a sequence's files are counted, a model without bindings gets the
+// materials of its file, and one whose file has no normals is smoothed.
+void ImportFiles(Scene& scene, const std::string& dataFolder, Velorin& core) {
     for (SceneModel* model : scene.Flatten()) {
-        const bool isFile = model->type == ModelType::File || model->type == ModelType::ImportedFile;
+        CountFrames(*model, dataFolder);
+        const bool isFile = model->type == ModelType::File || model->type == ModelType::ImportedFile ||
+                            model->type == ModelType::Sequence;
         const ModelData* const data = isFile && model->bindings.empty() ? core.ReadGeometry(*model) : nullptr;
         if (!data) continue;
         BindImportedMaterials(scene, *model, data->materials);
@@ -53,7 +63,7 @@ std::string AnswerSceneToFlat(const Request& request) {
     if (json == request.json.end()) return RequestError("the request has no scene", "/scene");
     const std::string folder = request.json.value("folder", std::string());
     if (!SceneFromJsonText(json->dump(), folder, scene, error)) return RequestError(error.message, error.at);
-    if (request.json.value("import", true)) ImportMaterials(scene, *request.core);
+    if (request.json.value("import", true)) ImportFiles(scene, folder, *request.core);
     const std::vector<std::byte> flat = scene.Flat();
     return {reinterpret_cast<const char*>(flat.data()), flat.size()};
 }
