@@ -157,6 +157,22 @@ TEST_F(Presets, BundlesGiveBackWhatWentIn) {
                 HasSubstr("no entry \"Materials/c.qmt\", did you mean \"Materials/a.qmt\"?"));
 }
 
+TEST_F(Presets, ASequencePlaysEachOfItsFilesFromOneRecord) {
+    Write("w9.obj", "v -1 -1 0\nv 1 -1 0\nv 0 1 0\nf 1 3 2\n");
+    Write("w10.obj", Read("wall.obj"));
+    Write("w12.obj", Read("wall.obj")); // not in the row
+    Write("s.json", R"({"effects": [{"parameters": {"1. Particle Size": 40}, "scene": {"models":
+        [{"type": "3D Sequence", "path": "w9.obj"}]}}]})");
+    const json model = Json("inspect scene s.json --json")["models"][0];
+    EXPECT_EQ(model["frameCount"], 2);
+    EXPECT_EQ(model["endFrame"], 2);
+    const json frames = Json("render s.json --size 64x36 --frames 0-3 --json -o s#.png")["frames"];
+    EXPECT_EQ(frames[3]["models"], (json{{"parsed", 1}, {"cached", 2}})) << "w9 was read for its materials";
+    EXPECT_NE(Read("s0.png"), Read("s1.png"));
+    EXPECT_EQ(Read("s0.png"), Read("s2.png")) << "from the start again";
+    EXPECT_EQ(Read("s1.png"), Read("s3.png"));
+}
+
 TEST_F(Presets, TheSecondStartTakesTheModelFromTheCache) {
     const std::string cache = "user/Quenmarworks/model_cache_2";
     const auto models = [&](const char* picture) {

@@ -13,9 +13,6 @@ namespace {
 
 enum Tag : std::uint32_t { kModelStart = 100, kBinding = 200, kBindingEnabled = 201, kMaterialStart = 500 };
 
-// A chunk of five bytes makes a record of a thousand: bounds on what a hostile document can make of its
-// bytes, far above any scene that was made by hand.
-
 TextureChannel EnvironmentChannel(const char* path) {
     TextureChannel channel(Channel::Environment);
     channel.path = path;
