@@ -166,11 +166,11 @@ TEST_F(Presets, ASequencePlaysEachOfItsFilesFromOneRecord) {
     const json model = Json("inspect scene s.json --json")["models"][0];
     EXPECT_EQ(model["frameCount"], 2);
     EXPECT_EQ(model["endFrame"], 2);
-    const json frames = Json("render s.json --size 64x36 --frames 0-3 --json -o s#.png")["frames"];
-    EXPECT_EQ(frames[3]["models"], (json{{"parsed", 1}, {"cached", 2}})) << "w9 was read for its materials";
-    EXPECT_NE(Read("s0.png"), Read("s1.png"));
-    EXPECT_EQ(Read("s0.png"), Read("s2.png")) << "from the start again";
-    EXPECT_EQ(Read("s1.png"), Read("s3.png"));
+    const json frames = Json("render s.json --size 64x36 --frames 0-3 --json -o s####.png")["frames"];
+    EXPECT_EQ(frames[3]["models"], (json{{"parsed", 1}, {"cached", 3}})) << "w9 was parsed for inspect";
+    EXPECT_NE(Read("s0000.png"), Read("s0001.png"));
+    EXPECT_EQ(Read("s0000.png"), Read("s0002.png")) << "from the start again";
+    EXPECT_EQ(Read("s0001.png"), Read("s0003.png"));
 }
 
 TEST_F(Presets, TheSecondStartTakesTheModelFromTheCache) {
