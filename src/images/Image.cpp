@@ -1,9 +1,10 @@
 #include "images/Image.h"
 
+#include "services/StringConversion.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cctype>
 #include <cstring>
 #include <utility>
 
@@ -18,8 +19,7 @@ bool StartsWith(Bytes file, std::string_view magic) {
 }
 
 Decoder DecoderByExtension(std::string_view extension) {
-    std::string lower(extension);
-    for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    const std::string lower = SmallLetters(extension);
     if (lower == ".png") return DecodePng;
     if (lower == ".exr") return DecodeExr;
     if (lower == ".hdr" || lower == ".pic") return DecodeRadiance;

@@ -101,4 +101,17 @@ std::string WideToUtf8(std::wstring_view text) {
     return ToUtf8(text);
 }
 
+std::string SmallLetters(std::string_view text) {
+    std::string small(text);
+    for (char& c : small)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    return small;
+}
+
+std::string SmallExtension(std::string_view path) {
+    const std::size_t name = path.find_last_of("/\\") + 1; // 0 when there is none
+    const std::size_t dot = path.rfind('.');
+    return dot == std::string_view::npos || dot <= name ? std::string() : SmallLetters(path.substr(dot));
+}
+
 } // namespace velorin

@@ -15,4 +15,9 @@ namespace velorin {
 [[nodiscard]] std::wstring Utf8ToWide(std::string_view text);
 [[nodiscard]] std::string WideToUtf8(std::wstring_view text);
 
+// Capital letters of ASCII become small ones; all else stays.
+[[nodiscard]] std::string SmallLetters(std::string_view text);
+// Of a file's name, in small letters with its dot; empty for a name without one.
+[[nodiscard]] std::string SmallExtension(std::string_view path);
+
 } // namespace velorin

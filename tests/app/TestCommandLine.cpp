@@ -86,7 +86,8 @@ TEST_F(CommandLine, BadInputIsStatus1AndOneLineWithItsPlace) {
         {"none.obj -o x.png",
          "velorin: error: none.obj: the model cannot be read: No such file or directory"},
         {"x.txt -o x.png",
-         "velorin: error: x.txt: this is no project (.json), model (.obj) or preset (.qmx, .qmt, .qbv)"},
+         "velorin: error: x.txt: this is no project (.json), model (.obj, .pdf, .ai) or preset (.qmx, "
+         ".qmt, .qbv)"},
         {"broken.json -o x.png", "velorin: error: broken.json:2:19: syntax error"},
         {"key.json -o x.png",
          "velorin: error: key.json:2:3: project: unknown key \"compositon\", did you mean \"composition\"?"},

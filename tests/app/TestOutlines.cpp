@@ -27,10 +27,10 @@ Box BoxOf(const std::vector<Outline>& outlines) {
     return box;
 }
 
-std::vector<Outline> Set(Layer layer) {
+std::vector<Outline> Set(const Layer& layer, double seconds = 0) {
     std::vector<Outline> outlines;
     std::string reason;
-    if (!MakeTextOutlines(layer, outlines, reason)) ADD_FAILURE() << reason;
+    if (!MakeTextOutlines(layer, TextStyleAt(layer, seconds), outlines, reason)) ADD_FAILURE() << reason;
     return outlines;
 }
 
@@ -93,6 +93,8 @@ TEST(Outlines, AlignmentTrackingAndLinesMoveTheLetters) {
     Layer twice = TextOf("HH");
     twice.size = 200;
     EXPECT_NEAR(BoxOf(Set(twice)).right, 2 * width, 1e-6);
+    twice.size.keys = {{0, {100}}, {2, {200}}};
+    EXPECT_NEAR(BoxOf(Set(twice, 1)).right, 1.5 * width, 1e-6);
     EXPECT_TRUE(Set(TextOf("")).empty());
     EXPECT_TRUE(Set(TextOf("  \n\t\r\n ")).empty());
     EXPECT_NO_FATAL_FAILURE((void)Set(TextOf("\xff\xfe"
@@ -106,7 +108,7 @@ TEST(Outlines, AFontThatIsNotInstalledIsToldOf) {
          {std::pair{"Nonesuch Grotesk:bold", true}, {"dejavu sans", false}, {"serif", false}}) {
         std::string reason;
         layer.font = font;
-        EXPECT_TRUE(MakeTextOutlines(layer, outlines, reason));
+        EXPECT_TRUE(MakeTextOutlines(layer, TextStyleAt(layer, 0), outlines, reason));
         EXPECT_EQ(reason.find("the font \"Nonesuch Grotesk:bold\" is not installed") == 0, told) << reason;
         EXPECT_EQ(reason.empty(), !told) << reason;
     }
@@ -145,12 +147,12 @@ TEST(Outlines, CharactersThatTheFontLacksComeFromAnother) {
     layer.font = "DejaVu Serif";
     std::string reason;
     std::vector<Outline> outlines;
-    ASSERT_TRUE(MakeTextOutlines(layer, outlines, reason));
+    ASSERT_TRUE(MakeTextOutlines(layer, TextStyleAt(layer, 0), outlines, reason));
     EXPECT_EQ(reason, "");
     ASSERT_EQ(outlines.size(), sans.size());
     EXPECT_NEAR(BoxOf(outlines).top, BoxOf(sans).top, 1e-6);
     layer.text = "A\xf4\x8f\xbf\xbd"; // the last private character
-    ASSERT_TRUE(MakeTextOutlines(layer, outlines, reason));
+    ASSERT_TRUE(MakeTextOutlines(layer, TextStyleAt(layer, 0), outlines, reason));
     EXPECT_EQ(reason, "no installed font has the character U+10FFFD");
 }
 

@@ -13,9 +13,9 @@ namespace {
 using nlohmann::ordered_json;
 
 std::optional<std::string> AskText(Host& host, const ordered_json& request, Bytes payload,
-                                   const std::string& subject, Console& console) {
+                                   const std::string& subject, Console& console, EffectInstance* effect) {
     std::string reason;
-    auto text = host.Introspect(nullptr, request.dump(-1, ' ', false, ordered_json::error_handler_t::replace),
+    auto text = host.Introspect(effect, request.dump(-1, ' ', false, ordered_json::error_handler_t::replace),
                                 payload, reason);
     if (!text) console.Error((subject.empty() ? "" : subject + ": ") + reason);
     return text;
@@ -39,8 +39,8 @@ void TellRefusal(const ordered_json& answer, const ordered_json& request, const 
 } // namespace
 
 std::optional<ordered_json> Ask(Host& host, const ordered_json& request, Bytes payload,
-                                const std::string& subject, Console& console) {
-    const auto text = AskText(host, request, payload, subject, console);
+                                const std::string& subject, Console& console, EffectInstance* effect) {
+    const auto text = AskText(host, request, payload, subject, console, effect);
     if (!text) return std::nullopt;
     ordered_json answer = ordered_json::parse(*text, nullptr, false);
     if (answer.is_discarded()) {
@@ -56,7 +56,7 @@ std::optional<ordered_json> Ask(Host& host, const ordered_json& request, Bytes p
 
 std::optional<std::string> AskRaw(Host& host, const ordered_json& request, const std::string& subject,
                                   Console& console) {
-    auto text = AskText(host, request, {}, subject, console);
+    auto text = AskText(host, request, {}, subject, console, nullptr);
     if (!text) return std::nullopt;
     if (!text->empty() && text->front() == kRawReplyMark) {
         text->erase(0, 1);

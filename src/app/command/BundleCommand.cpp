@@ -3,6 +3,7 @@
 #include "app/command/Table.h"
 
 #include "services/SafeFile.h"
+#include "services/StringConversion.h"
 
 #include <nlohmann/json.hpp>
 

@@ -15,7 +15,7 @@ constexpr auto& At(Arguments& arguments) {
 }
 
 constexpr bool kRequired = true;
-constexpr const char* kAnyInput = "A project (.json), model (.obj) or preset (.qmx, .qmt, .qbv)";
+constexpr const char* kAnyInput = "A project (.json), model (.obj, .pdf, .ai) or preset (.qmx, .qmt, .qbv)";
 
 constexpr OptionRow kFrame{
     "--frame", "N", "Frame to look at, counted from 0", &At<&Arguments::frame>, false, 0, INT_MAX};
@@ -56,8 +56,8 @@ constexpr OptionRow kInspect[] = {
 };
 
 constexpr OptionRow kNew[] = {
-    {"FILE", nullptr, "Models (.obj) and presets (.qmx, .qmt, .qbv), up to five", &At<&Arguments::files>,
-     kRequired},
+    {"FILE", nullptr, "Models (.obj, .pdf, .ai) and presets (.qmx, .qmt, .qbv), up to five",
+     &At<&Arguments::files>, kRequired},
     Output("PROJECT.json", "The project to write"),
 };
 

@@ -1,6 +1,8 @@
 #include "app/command/Commands.h"
 #include "app/command/Interrupt.h"
 
+#include "services/StringConversion.h"
+
 #include <nlohmann/json.hpp>
 
 #include <filesystem>

@@ -155,17 +155,9 @@ private:
     }
 
     bool Answer(const ordered_json& request, Bytes payload, ordered_json& answer) {
-        std::string reason;
-        const auto text = session_.host->Introspect(
-            Instance(), request.dump(-1, ' ', false, ordered_json::error_handler_t::replace), payload,
-            reason);
-        if (!text) return Fail(reason);
-        answer = ordered_json::parse(*text, nullptr, false);
-        if (answer.is_discarded()) return Fail("the plug-in's answer cannot be read");
-        if (answer.is_object() && answer.contains("error"))
-            return Fail(answer["error"].is_string() ? answer["error"].get<std::string>()
-                                                    : "the request is refused");
-        return true;
+        auto reply = app::Ask(*session_.host, request, payload, Subject(), console_, Instance());
+        if (reply) answer = std::move(*reply);
+        return reply.has_value();
     }
 
     // Looks at the frame that was asked for.
@@ -203,9 +195,12 @@ private:
     }
 
     bool Fail(const std::string& reason) {
-        console_.Error((options_.input.empty() ? "inspect " + options_.what : options_.input) + ": " +
-                       reason);
+        console_.Error(Subject() + ": " + reason);
         return false;
+    }
+    // What errors are about.
+    [[nodiscard]] std::string Subject() const {
+        return options_.input.empty() ? "inspect " + options_.what : options_.input;
     }
 
     const Row& row_;

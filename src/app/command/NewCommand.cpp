@@ -24,7 +24,7 @@ int RunNew(const Arguments& options) {
     for (const std::string& file : options.files) {
         const InputKind kind = KindOfInput(file);
         if (kind != InputKind::Model && kind != InputKind::Preset) {
-            console.Error(file + ": this is no model (.obj) or preset (.qmx, .qmt, .qbv)");
+            console.Error(file + ": this is no " + kModelOrPreset);
             return kFailed;
         }
         if (!IsRegularFile(file)) {

@@ -2,6 +2,8 @@
 #include "app/command/Commands.h"
 #include "app/command/Table.h"
 
+#include "services/StringConversion.h"
+
 #include <nlohmann/json.hpp>
 
 #include <charconv>

@@ -5,6 +5,7 @@
 #include "platform/Clock.h"
 #include "platform/Process.h"
 #include "services/CrashReport.h"
+#include "services/StringConversion.h"
 
 #include <nlohmann/json.hpp>
 
@@ -21,9 +22,7 @@ using nlohmann::ordered_json;
 enum class PictureFormat { Png, Exr };
 
 std::optional<PictureFormat> FormatOf(const std::string& output) {
-    std::string extension = std::filesystem::path(output).extension().string();
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); });
+    const std::string extension = SmallExtension(output);
     if (extension == ".png") return PictureFormat::Png;
     if (extension == ".exr") return PictureFormat::Exr;
     return std::nullopt;

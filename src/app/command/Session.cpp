@@ -9,6 +9,7 @@
 #include "platform/Process.h"
 
 #include "services/MappedFile.h"
+#include "services/StringConversion.h"
 
 #include <nlohmann/json.hpp>
 
@@ -24,10 +25,8 @@ namespace fs = std::filesystem;
 constexpr struct {
     const char* extension;
     InputKind kind;
-} kInputs[] = {{".json", InputKind::Project},
-               {".obj", InputKind::Model},
-               {".qmx", InputKind::Preset},
-               {".qmt", InputKind::Preset},
+} kInputs[] = {{".json", InputKind::Project}, {".obj", InputKind::Model},  {".pdf", InputKind::Model},
+               {".ai", InputKind::Model},     {".qmx", InputKind::Preset}, {".qmt", InputKind::Preset},
                {".qbv", InputKind::Preset}};
 constexpr double kModelDuration = 1; // seconds
 
@@ -186,13 +185,6 @@ bool Session::Close(Console& console) {
     return Tell(console);
 }
 
-std::string SmallExtension(const std::string& path) {
-    std::string extension = fs::path(path).extension().string();
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); });
-    return extension;
-}
-
 InputKind KindOfInput(const std::string& path) {
     const std::string extension = SmallExtension(path);
     for (const auto& input : kInputs)
@@ -221,8 +213,7 @@ std::optional<Project> ReadInput(const std::string& path, SizeOverride size, Con
     }
     case InputKind::Preset: // needs the plug-in
     case InputKind::Unknown:
-        diagnostics.errors.push_back(
-            path + ": this is no project (.json), model (.obj) or preset (.qmx, .qmt, .qbv)");
+        diagnostics.errors.push_back(path + ": this is no project (.json), " + kModelOrPreset);
         break;
     }
     return Tell(diagnostics, console) ? std::move(project) : std::nullopt;

@@ -36,10 +36,10 @@ private:
     std::size_t toldFaults_ = 0, toldMessages_ = 0;
 };
 
-// Of the file's name, in small letters with its dot; empty for a name without one.
-[[nodiscard]] std::string SmallExtension(const std::string& path);
 enum class InputKind { Project, Model, Preset, Unknown };
 [[nodiscard]] InputKind KindOfInput(const std::string& path);
+// The kinds by their extensions, for help and errors.
+inline constexpr const char* kModelOrPreset = "model (.obj, .pdf, .ai) or preset (.qmx, .qmt, .qbv)";
 
 // Reads a project, or makes the default one around a model. Nothing when that fails, with errors on the
 // console.

@@ -2,7 +2,9 @@
 #include "app/command/Commands.h"
 #include "app/host/TextPicture.h"
 #include "app/images/Picture.h"
+
 #include "platform/FileSystem.h"
+#include "services/StringConversion.h"
 
 #include <nlohmann/json.hpp>
 
@@ -76,13 +78,13 @@ void Lay(Picture& sheet, const std::uint8_t* pixels, int width, int height, int 
 void Write(Picture& sheet, std::string text, double size, int left, int room, int baseline, double align,
            double light) {
     Layer layer;
-    layer.size = size;
+    layer.size = AnimatedValue(size);
     std::string reason;
     for (bool cut = false; !text.empty();) {
         layer.text = cut ? text + "..." : text;
         std::vector<Outline> outlines;
         Picture letters;
-        if (!MakeTextOutlines(layer, outlines, reason)) return;
+        if (!MakeTextOutlines(layer, TextStyleAt(layer, 0), outlines, reason)) return;
         const Rect box = DrawOutlines(outlines, letters);
         if (box.right <= room) {
             const int start = left + static_cast<int>((room - box.right) * align);

@@ -197,7 +197,8 @@ public:
     LayerPixels pixels;
     PiplFacts facts;
     std::string modulePath;
-    std::map<int, std::vector<Outline>> textOutlines; // by layer id; the text of a layer does not change
+    // By layer id and style. Those of another style go once none of the layer's are out.
+    std::map<std::pair<int, TextStyle>, std::vector<Outline>> textOutlines;
 
 private:
     Host(const std::string& path, const HostOptions& hostOptions);

@@ -61,51 +61,65 @@ Rect Reduced(Rect r, int factorX, int factorY) {
 
 } // namespace
 
-LayerPixels::Entry& LayerPixels::Load(const HostLayer& layer) {
+LayerPixels::Entry& LayerPixels::Load(const HostLayer& layer, double layerSeconds) {
     Entry& entry = entries_[layer.id];
-    if (entry.loaded) return entry;
+    const TextStyle style =
+        layer.role == LayerRole::Text ? TextStyleAt(layer.source, layerSeconds) : TextStyle();
+    if (entry.loaded && entry.style == style) return entry;
+    entry = {};
     entry.loaded = true;
+    entry.style = style;
     entry.state = Mix(0, static_cast<std::uint64_t>(layer.id));
     const Composition& settings = layer.comp->settings;
-    std::string reason;
-    if (layer.role == LayerRole::Image) {
-        const bool read = ReadPicture(layer.source.file, entry.picture, reason);
-        if (!read) entry.picture = {};
-        if (!reason.empty())
-            warn_(context_, layer.source.file + ": the image of the layer \"" + layer.name + "\"" +
-                                (read ? ": " : " cannot be used: ") + reason);
-        entry.bounds = {0, 0, entry.picture.width, entry.picture.height};
-        if (const auto facts = GetFileFacts(layer.source.file))
-            entry.state = Mix(entry.state, facts->modifiedTime);
-    } else if (layer.role == LayerRole::Text) {
-        std::vector<Outline> outlines;
-        const bool set = MakeTextOutlines(layer.source, outlines, reason);
-        if (set) entry.bounds = DrawOutlines(outlines, entry.picture);
-        if (!set)
-            warn_(context_, "the text of the layer \"" + layer.name + "\" cannot be set: " + reason);
-        else if (!reason.empty())
-            warn_(context_, "the layer \"" + layer.name + "\": " + reason);
-    } else if (layer.role == LayerRole::Solid) {
+    if (layer.role == LayerRole::Image)
+        LoadImage(layer, entry);
+    else if (layer.role == LayerRole::Text)
+        SetText(layer, entry);
+    else if (layer.role == LayerRole::Solid)
         entry.bounds = {0, 0, layer.source.width, layer.source.height};
-    } else if (layer.role == LayerRole::Effect) {
+    else if (layer.role == LayerRole::Effect)
         entry.bounds = {0, 0, settings.width, settings.height};
-    }
     return entry;
+}
+
+void LayerPixels::LoadImage(const HostLayer& layer, Entry& entry) {
+    std::string reason;
+    const bool read = ReadPicture(layer.source.file, entry.picture, reason);
+    if (!read) entry.picture = {};
+    if (!reason.empty())
+        warn_(context_, layer.source.file + ": the image of the layer \"" + layer.name + "\"" +
+                            (read ? ": " : " cannot be used: ") + reason);
+    entry.bounds = {0, 0, entry.picture.width, entry.picture.height};
+    if (const auto facts = GetFileFacts(layer.source.file))
+        entry.state = Mix(entry.state, facts->modifiedTime);
+}
+
+void LayerPixels::SetText(const HostLayer& layer, Entry& entry) {
+    std::vector<Outline> outlines;
+    std::string reason;
+    const bool set = MakeTextOutlines(layer.source, entry.style, outlines, reason);
+    if (set) entry.bounds = DrawOutlines(outlines, entry.picture);
+    if (!set)
+        warn_(context_, "the text of the layer \"" + layer.name + "\" cannot be set: " + reason);
+    else if (!reason.empty())
+        warn_(context_, "the layer \"" + layer.name + "\": " + reason);
+    for (const double part : {entry.style.size, entry.style.tracking, entry.style.leading})
+        entry.state = Mix(entry.state, part);
 }
 
 Rect LayerPixels::Bounds(const HostLayer& layer, double layerSeconds, int factorX, int factorY) {
     if (layerSeconds < 0 || layerSeconds >= layer.duration) return {};
-    const Rect bounds = Load(layer).bounds;
+    const Rect bounds = Load(layer, layerSeconds).bounds;
     return bounds.empty() ? Rect{} : Reduced(bounds, factorX, factorY);
 }
 
-void LayerPixels::ReferenceSize(const HostLayer& layer, int& width, int& height) {
-    const Rect bounds = Load(layer).bounds;
+void LayerPixels::ReferenceSize(const HostLayer& layer, double layerSeconds, int& width, int& height) {
+    const Rect bounds = Load(layer, layerSeconds).bounds;
     width = bounds.width(), height = bounds.height();
 }
 
 std::uint64_t LayerPixels::State(const HostLayer& layer, double layerSeconds) {
-    std::uint64_t state = Load(layer).state;
+    std::uint64_t state = Load(layer, layerSeconds).state;
     if (layerSeconds < 0 || layerSeconds >= layer.duration) return Mix(state, std::uint64_t{1});
     if (layer.role == LayerRole::Solid || layer.role == LayerRole::Text)
         for (const double c : layer.source.color.At(layerSeconds)) state = Mix(state, c);
@@ -116,7 +130,7 @@ std::shared_ptr<const WorldBuffer> LayerPixels::At(const HostLayer& layer, doubl
                                                    int factorX, int factorY) {
     const Rect bounds = Bounds(layer, layerSeconds, factorX, factorY);
     if (bounds.empty()) return nullptr;
-    Entry& entry = Load(layer);
+    Entry& entry = Load(layer, layerSeconds);
     const std::uint64_t state = State(layer, layerSeconds);
     if (entry.world && entry.worldState == state && entry.depth == depth && entry.factorX == factorX &&
         entry.factorY == factorY)

@@ -20,7 +20,7 @@ public:
     // (null, camera, light, a missing file) and outside its time.
     [[nodiscard]] Rect Bounds(const HostLayer& layer, double layerSeconds, int factorX, int factorY);
     // Before effects, at full size.
-    void ReferenceSize(const HostLayer& layer, int& width, int& height);
+    void ReferenceSize(const HostLayer& layer, double layerSeconds, int& width, int& height);
     // Null where Bounds is empty.
     [[nodiscard]] std::shared_ptr<const WorldBuffer> At(const HostLayer& layer, double layerSeconds,
                                                         int depth, int factorX, int factorY);
@@ -30,13 +30,16 @@ public:
 private:
     struct Entry {
         bool loaded = false;
+        TextStyle style; // of texts: what they were set with
         Picture picture; // of images and texts
         Rect bounds;     // at full size
         std::uint64_t state = 0, worldState = 0;
         int depth = 0, factorX = 0, factorY = 0;
         std::shared_ptr<const WorldBuffer> world;
     };
-    Entry& Load(const HostLayer& layer);
+    Entry& Load(const HostLayer& layer, double layerSeconds);
+    void LoadImage(const HostLayer& layer, Entry& entry);
+    void SetText(const HostLayer& layer, Entry& entry);
 
     Warn warn_;
     void* context_;

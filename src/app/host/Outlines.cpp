@@ -76,8 +76,9 @@ int CubicTo(const FT_Vector* a, const FT_Vector* b, const FT_Vector* to, void* u
 
 } // namespace
 
-bool MakeTextOutlines(const Layer& layer, std::vector<Outline>& outlines, std::string& reason) {
-    const std::optional<TextLayout> layout = TextLayout::Make(layer, reason);
+bool MakeTextOutlines(const Layer& layer, const TextStyle& style, std::vector<Outline>& outlines,
+                      std::string& reason) {
+    const std::optional<TextLayout> layout = TextLayout::Make(layer, style, reason);
     if (!layout) return false;
     for (const PlacedGlyph& glyph : layout->glyphs()) {
         const FT_Face face = glyph.font->face();
@@ -85,7 +86,7 @@ bool MakeTextOutlines(const Layer& layer, std::vector<Outline>& outlines, std::s
         if (FT_Load_Glyph(face, glyph.index, FontFace::kLoadFlags) != 0 ||
             face->glyph->format != FT_GLYPH_FORMAT_OUTLINE)
             continue;
-        GlyphPen pen{&outlines, glyph.x, glyph.y, glyph.font->pixelsPerUnit(layer.size)};
+        GlyphPen pen{&outlines, glyph.x, glyph.y, glyph.font->pixelsPerUnit(style.size)};
         FT_Outline_Funcs callbacks{MoveTo, LineTo, ConicTo, CubicTo, 0, 0};
         (void)FT_Outline_Decompose(&face->glyph->outline, &callbacks, &pen);
         pen.CloseLast();

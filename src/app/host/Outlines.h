@@ -23,7 +23,8 @@ struct Outline {
 // The outlines of a text layer: its letters set from the baseline start of the first line, which is the
 // layer's origin, y downward. The font is a fontconfig pattern ("DejaVu Sans:bold"). False with a sentence
 // when no font can be had; true with one when another font stands in.
-[[nodiscard]] bool MakeTextOutlines(const Layer& layer, std::vector<Outline>& outlines, std::string& reason);
+[[nodiscard]] bool MakeTextOutlines(const Layer& layer, const TextStyle& style,
+                                    std::vector<Outline>& outlines, std::string& reason);
 
 // A mask at a time (seconds of the layer).
 [[nodiscard]] Outline MaskOutlineAt(const Mask& mask, double seconds);

@@ -199,10 +199,10 @@ private:
             json["type"] = "text";
             json["text"] = source.text;
             json["font"] = source.font;
-            json["size"] = Number(source.size);
+            json["size"] = Value(source.size, 1);
             json["alignment"] = kAlignmentNames[static_cast<std::size_t>(source.alignment)];
-            json["tracking"] = Number(source.tracking);
-            json["leading"] = Number(source.leading);
+            json["tracking"] = Value(source.tracking, 1);
+            json["leading"] = Value(source.leading, 1);
             json["color"] = Value(source.color, 3);
             break;
         case LayerRole::Solid:

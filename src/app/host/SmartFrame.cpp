@@ -38,12 +38,12 @@ double TimeInLayer(const EffectInstance& instance, const HostLayer& layer, doubl
 void AnswerForLayer(Host& host, const EffectInstance& instance, const HostLayer& layer, double seconds,
                     Rect wanted, PF_CheckoutResult& result) {
     const Composition& settings = instance.comp->settings;
-    const Rect bounds = host.pixels.Bounds(layer, TimeInLayer(instance, layer, seconds), settings.downsampleX,
-                                           settings.downsampleY);
+    const double layerSeconds = TimeInLayer(instance, layer, seconds);
+    const Rect bounds = host.pixels.Bounds(layer, layerSeconds, settings.downsampleX, settings.downsampleY);
     result.max_result_rect = ToHost(bounds);
     result.result_rect = ToHost(Intersect(bounds, wanted));
     int width = 0, height = 0;
-    host.pixels.ReferenceSize(layer, width, height);
+    host.pixels.ReferenceSize(layer, layerSeconds, width, height);
     result.ref_width = width, result.ref_height = height;
 }
 

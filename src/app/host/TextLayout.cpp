@@ -101,13 +101,12 @@ double FontFace::pixelsPerUnit(double size) const {
 
 class TextSetter {
 public:
-    TextSetter(const Layer& layer, TextLayout& layout, std::string& reason)
-        : layer_(layer), layout_(layout), reason_(reason) {}
+    TextSetter(const Layer& layer, const TextStyle& style, TextLayout& layout, std::string& reason)
+        : layer_(layer), style_(style), layout_(layout), reason_(reason) {}
 
     void Set(const std::u32string& text) {
         double y = 0;
-        const double leading = layer_.leading > 0 ? layer_.leading : layer_.size * 1.2;
-        for (std::size_t begin = 0; begin <= text.size(); y += leading) {
+        for (std::size_t begin = 0; begin <= text.size(); y += style_.leading) {
             const std::size_t end = std::min(text.find(U'\n', begin), text.size());
             SetLine(text.substr(begin, end - begin), y);
             begin = end + 1;
@@ -169,24 +168,24 @@ private:
         unsigned count = 0;
         const hb_glyph_info_t* info = hb_buffer_get_glyph_infos(buffer.get(), &count);
         const hb_glyph_position_t* place = hb_buffer_get_glyph_positions(buffer.get(), &count);
-        const double scale = run.font->pixelsPerUnit(layer_.size);
+        const double scale = run.font->pixelsPerUnit(style_.size);
         for (unsigned i = 0; i < count; ++i) {
             layout_.glyphs_.push_back(
                 {run.font, info[i].codepoint, x + place[i].x_offset * scale, y - place[i].y_offset * scale});
             x += place[i].x_advance * scale;
             // Between letters, not between a letter and its accents.
-            if (i + 1 == count || info[i + 1].cluster != info[i].cluster)
-                x += layer_.tracking / 1000 * layer_.size;
+            if (i + 1 == count || info[i + 1].cluster != info[i].cluster) x += style_.tracking;
         }
     }
 
     const Layer& layer_;
+    const TextStyle& style_;
     TextLayout& layout_;
     std::string& reason_;
     std::u32string missing_; // told of once
 };
 
-std::optional<TextLayout> TextLayout::Make(const Layer& layer, std::string& reason) {
+std::optional<TextLayout> TextLayout::Make(const Layer& layer, const TextStyle& style, std::string& reason) {
     const FontFile file = FindFont(layer.font);
     if (file.path.empty()) {
         reason = "no font can be found for \"" + layer.font + "\"";
@@ -208,7 +207,7 @@ std::optional<TextLayout> TextLayout::Make(const Layer& layer, std::string& reas
     if (!file.standIn.empty())
         reason =
             "the font \"" + layer.font + "\" is not installed, \"" + file.standIn + "\" stands in for it";
-    TextSetter(layer, layout, reason).Set(Decode(layer.text));
+    TextSetter(layer, style, layout, reason).Set(Decode(layer.text));
     return layout;
 }
 

@@ -52,7 +52,8 @@ class TextLayout {
 public:
     // Nothing with a sentence when no font can be had; with a layout, `reason` is empty or tells of a font
     // that stands in, or of a character that no font has.
-    [[nodiscard]] static std::optional<TextLayout> Make(const Layer& layer, std::string& reason);
+    [[nodiscard]] static std::optional<TextLayout> Make(const Layer& layer, const TextStyle& style,
+                                                        std::string& reason);
 
     [[nodiscard]] const std::vector<PlacedGlyph>& glyphs() const { return glyphs_; }
 

@@ -1,5 +1,7 @@
 #include "app/project/ProjectReader.h"
 
+#include "services/StringConversion.h"
+
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -27,6 +29,11 @@ void ShortenPaths(nlohmann::ordered_json& node, const std::string& folder) {
         }
     if (node.is_structured())
         for (auto& child : node) ShortenPaths(child, folder);
+}
+
+bool IsVectorFile(const std::string& file) {
+    const std::string extension = SmallExtension(file);
+    return extension == ".pdf" || extension == ".ai";
 }
 
 } // namespace
@@ -70,11 +77,12 @@ std::string ProjectTextForModels(const std::vector<std::string>& files, const st
                                  double durationSeconds, SizeOverride size) {
     // Shown at its normalised size, a model fills a cube whose half edge is 25 pixels times the particle
     // size: the default size of 10 suits one model in 720 lines.
+    constexpr int kImportedFile = 2, kVectorFile = 7;
     nlohmann::ordered_json models = nlohmann::ordered_json::array();
     const std::size_t count = std::min(files.size(), kMostModels);
     for (std::size_t i = 0; i < count; ++i)
         models.push_back({{"name", fs::path(files[i]).stem().string()},
-                          {"type", 2},
+                          {"type", IsVectorFile(files[i]) ? kVectorFile : kImportedFile},
                           {"path", PathForProject(files[i], folder)},
                           {"normalizeSize", true},
                           {"groups", {static_cast<int>(i) + 1}}});

@@ -23,4 +23,9 @@ int Composition::frameCount() const {
     return std::max(1, static_cast<int>(std::lround(duration * frameRate.perSecond())));
 }
 
+TextStyle TextStyleAt(const Layer& layer, double seconds) {
+    const double size = layer.size.NumberAt(seconds), leading = layer.leading.NumberAt(seconds);
+    return {size, layer.tracking.NumberAt(seconds) / 1000 * size, leading > 0 ? leading : size * 1.2};
+}
+
 } // namespace velorin::app

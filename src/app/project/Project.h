@@ -2,6 +2,7 @@
 
 #include "app/project/Keyframes.h"
 
+#include <compare>
 #include <cstddef>
 #include <memory>
 #include <optional>
@@ -93,10 +94,10 @@ struct Layer {
     std::string file; // Image, absolute
     std::string text; // Text, and how it is set
     std::string font = "DejaVu Sans";
-    double size = 72;
+    AnimatedValue size{72};
     TextAlignment alignment = TextAlignment::Left;
-    double tracking = 0; // thousandths of the size between letters
-    double leading = 0;  // pixels from line to line; 0 is 1.2 times the size
+    AnimatedValue tracking; // thousandths of the size between letters
+    AnimatedValue leading;  // pixels from line to line; 0 is 1.2 times the size
     AnimatedValue color{255, 255, 255};
     int width = 0, height = 0; // Solid; 0 is the composition's
     AnimatedValue position, anchorPoint{0, 0, 0}, scale{100, 100, 100}, rotation{0, 0, 0},
@@ -104,6 +105,16 @@ struct Layer {
     AnimatedValue opacity{100};
     std::vector<Mask> masks;
 };
+
+// How a text layer is set at a moment.
+struct TextStyle {
+    double size = 72;    // pixels of the em square
+    double tracking = 0; // pixels between letters
+    double leading = 0;  // pixels from line to line
+    friend auto operator<=>(const TextStyle&, const TextStyle&) = default;
+};
+// At a time of the layer, seconds.
+[[nodiscard]] TextStyle TextStyleAt(const Layer& layer, double seconds);
 
 // One entry of "parameters" or one --set, read against the rows once the module is loaded.
 struct ParameterSetting {

@@ -159,13 +159,13 @@ private:
     void ReadText(ObjectReader& reader, Layer& layer) {
         reader.Read("text", layer.text);
         reader.Read("font", layer.font);
-        reader.Read("size", layer.size, {0.1, 10000});
+        reader.Read("size", layer.size, 1, {0.1, 10000});
         static const std::vector<std::string> kAlignments{"left", "center", "right"};
         int alignment = 0;
         reader.ReadChoice("alignment", alignment, kAlignments);
         layer.alignment = static_cast<TextAlignment>(alignment);
-        reader.Read("tracking", layer.tracking, {-1000, 10000});
-        reader.Read("leading", layer.leading, {0, 30000});
+        reader.Read("tracking", layer.tracking, 1, {-1000, 10000});
+        reader.Read("leading", layer.leading, 1, {0, 30000});
         reader.ReadColor("color", layer.color);
     }
 

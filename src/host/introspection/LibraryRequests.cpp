@@ -57,9 +57,7 @@ std::string AnswerBundleExtract(const Request& request) {
     if (const std::string error = Open(bundle, file); !error.empty()) return RequestError(error, "/file");
     const PackEntry entry = bundle.pack().Get(name);
     if (entry) return RawReply(entry.bytes());
-    return DumpJson(Json{{"error", file + ": the bundle has no entry \"" + name + "\""},
-                         {"at", "/entry"},
-                         {"names", ItemsOf(bundle)}});
+    return RequestUnknown(file + ": the bundle has no entry \"" + name + "\"", "/entry", ItemsOf(bundle));
 }
 
 std::string AnswerLibrary(const Request&) {

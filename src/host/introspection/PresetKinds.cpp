@@ -7,9 +7,9 @@
 #include "model/PackFile.h"
 #include "platform/FileSystem.h"
 #include "services/Library.h"
+#include "services/StringConversion.h"
 
 #include <algorithm>
-#include <cctype>
 #include <iterator>
 #include <span>
 #include <utility>
@@ -46,9 +46,8 @@ template <class List, class NameOf>
 std::string NotThere(const char* kind, const std::string& name, const List& list, NameOf nameOf) {
     Json names = Json::array();
     for (const auto& item : list) names.push_back(nameOf(item));
-    return DumpJson(Json{{"error", "the scene has no " + std::string(kind) + " \"" + name + "\""},
-                         {"at", "/name"},
-                         {"names", names}});
+    return RequestUnknown("the scene has no " + std::string(kind) + " \"" + name + "\"", "/name",
+                          std::move(names));
 }
 
 Bytes AsBytes(const std::vector<std::uint8_t>& pixels) {
@@ -176,11 +175,9 @@ const PresetKind* FindPresetKind(const std::string& name) {
 }
 
 const PresetKind* PresetKindOfFile(const std::string& path) {
-    std::string small = path;
-    std::transform(small.begin(), small.end(), small.begin(),
-                   [](char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); });
+    const std::string extension = SmallExtension(path);
     for (const PresetKind& kind : kKinds)
-        if (small.ends_with(kind.extension)) return &kind;
+        if (extension == kind.extension) return &kind;
     return nullptr;
 }
 

@@ -7,6 +7,7 @@
 #include "model/PackFile.h"
 #include "render/Renderer.h"
 #include "services/Library.h"
+#include "services/StringConversion.h"
 
 #include <span>
 #include <utility>
@@ -27,8 +28,7 @@ bool DrawPicture(const Request& request, const Preset& preset, PresetPicture& pi
 std::string WriteWithPicture(const std::string& file, const Preset& preset, const Scene& scene,
                              const PresetPicture& picture) {
     std::string error;
-    if (!preset.kind->write(file, preset, scene, picture, &error))
-        return RequestError(error.ends_with('.') ? error.substr(0, error.size() - 1) : error);
+    if (!preset.kind->write(file, preset, scene, picture, &error)) return RequestError(error);
     return DumpJson(Json{{"picture", {picture.width, picture.height}}});
 }
 
@@ -52,8 +52,10 @@ void DescribeTree(const SceneModel& model, Json& rows) {
 }
 
 Ref<SceneModel> ImportedModel(const std::string& file, AssetContext& assets) {
-    auto model = Ref<SceneModel>::Make(ModelType::ImportedFile, &assets);
     const std::string name = file.substr(file.find_last_of('/') + 1);
+    const std::string extension = SmallExtension(name);
+    const bool vector = extension == ".pdf" || extension == ".ai";
+    auto model = Ref<SceneModel>::Make(vector ? ModelType::PathExtrusion : ModelType::ImportedFile, &assets);
     model->name = name.substr(0, name.rfind('.'));
     model->path = file;
     model->normalizeSize = true;

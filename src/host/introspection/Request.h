@@ -48,8 +48,11 @@ struct RequestRow {
 
 // One line of JSON; bytes that are no UTF-8 are replaced.
 [[nodiscard]] std::string DumpJson(const Json& json);
-// The reply of a request that cannot be served: a sentence without a full stop, and the place in the request.
+// The reply of a request that cannot be served: a sentence, whose full stop goes, and the place in the
+// request.
 [[nodiscard]] std::string RequestError(const std::string& message, const std::string& at = {});
+// The same where the request names what there is not: with the names that there are.
+[[nodiscard]] std::string RequestUnknown(const std::string& message, const std::string& at, Json names);
 
 // Bytes as they are: a mark that no JSON starts with, and then they.
 [[nodiscard]] std::string RawReply(Bytes bytes);

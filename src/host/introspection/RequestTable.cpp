@@ -47,7 +47,12 @@ std::string RawReply(Bytes bytes) {
 }
 
 std::string RequestError(const std::string& message, const std::string& at) {
-    return DumpJson(Json{{"error", message}, {"at", at}});
+    const std::string sentence = message.ends_with('.') ? message.substr(0, message.size() - 1) : message;
+    return DumpJson(Json{{"error", sentence}, {"at", at}});
+}
+
+std::string RequestUnknown(const std::string& message, const std::string& at, Json names) {
+    return DumpJson(Json{{"error", message}, {"at", at}, {"names", std::move(names)}});
 }
 
 } // namespace velorin

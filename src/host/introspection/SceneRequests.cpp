@@ -84,7 +84,11 @@ std::string AnswerMesh(const Request& request) {
     const auto found = std::find_if(models.begin(), models.end(), [&](const SceneModel* model) {
         return name.empty() || model->name == name;
     });
-    if (found == models.end()) return RequestError("the scene has no model \"" + name + "\"", "/model");
+    if (found == models.end()) {
+        Json names = Json::array();
+        for (const SceneModel* model : models) names.push_back(model->name);
+        return RequestUnknown("the scene has no model \"" + name + "\"", "/model", std::move(names));
+    }
     PathLayers layers;
     if (request.call.in_data->effect_ref)
         ReadPathLayers(request.call, ParamReader(request.call, request.effect.paramIndex),

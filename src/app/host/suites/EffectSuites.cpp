@@ -153,7 +153,7 @@ PF_Err AreStatesIdentical(PF_ProgPtr, const PF_State* a, const PF_State* b, A_Bo
 Outline* PathOf(PF_PathOutlinePtr path) {
     Host& host = *Host::current();
     auto* const outline = reinterpret_cast<Outline*>(path);
-    for (auto& [id, outlines] : host.textOutlines)
+    for (auto& [key, outlines] : host.textOutlines)
         if (!outlines.empty() && !std::less<>()(outline, outlines.data()) &&
             std::less<>()(outline, outlines.data() + outlines.size()))
             return outline;

@@ -139,7 +139,7 @@ A_Err GetItemDimensions(AEGP_ItemH handle, A_long* width, A_long* height) {
     const HostItem* item = ItemOf(handle);
     if (!item) return A_Err_PARAMETER;
     int w = item->comp->settings.width, h = item->comp->settings.height;
-    if (item->layer) Host::current()->pixels.ReferenceSize(*item->layer, w, h);
+    if (item->layer) Host::current()->pixels.ReferenceSize(*item->layer, 0, w, h);
     *width = w, *height = h;
     return A_Err_NONE;
 }

@@ -363,17 +363,21 @@ struct TextOutlinesObject : HostObject {
     std::vector<Outline>* outlines;
 };
 
-A_Err GetNewTextOutlines(AEGP_LayerH handle, const A_Time*, AEGP_TextOutlinesH* out) {
+A_Err GetNewTextOutlines(AEGP_LayerH handle, const A_Time* time, AEGP_TextOutlinesH* out) {
     Host& host = *Host::current();
     *out = nullptr;
     const HostLayer* layer = LayerOf(handle);
     if (!layer) return A_Err_PARAMETER;
     if (layer->role != LayerRole::Text) return A_Err_NONE;
-    auto found = host.textOutlines.find(layer->id);
+    const TextStyle style = TextStyleAt(layer->source, time ? SecondsOf(*time) : 0);
+    auto found = host.textOutlines.find({layer->id, style});
     if (found == host.textOutlines.end()) {
-        found = host.textOutlines.emplace(layer->id, std::vector<Outline>()).first;
+        if (host.objects.Count(ObjectKind::TextOutlines) == 0)
+            std::erase_if(host.textOutlines,
+                          [&](const auto& entry) { return entry.first.first == layer->id; });
+        found = host.textOutlines.emplace(std::pair(layer->id, style), std::vector<Outline>()).first;
         std::string reason;
-        if (!MakeTextOutlines(layer->source, found->second, reason))
+        if (!MakeTextOutlines(layer->source, style, found->second, reason))
             host.Warn("the text of the layer \"" + layer->name + "\" cannot be set: " + reason);
         else if (!reason.empty())
             host.Warn("the layer \"" + layer->name + "\": " + reason);
