@@ -59,4 +59,16 @@ protected:
     std::filesystem::path folder_;
 };
 
+// The real plug-in, where it is built; it stands beside the command.
+inline std::string RealPlugin() {
+    return (std::filesystem::path(VELORIN_COMMAND).parent_path() / "Velorin.aex").string();
+}
+class PluginTest : public CommandTest {
+protected:
+    void SetUp() override {
+        CommandTest::SetUp();
+        if (!std::filesystem::exists(RealPlugin())) GTEST_SKIP() << "the plug-in is not built";
+    }
+};
+
 } // namespace velorin::app

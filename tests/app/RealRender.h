@@ -27,13 +27,11 @@ f 1 5 8 4
 f 2 3 7 6
 )";
 
-class RealRender : public CommandTest {
+class RealRender : public PluginTest {
 protected:
     void SetUp() override {
-        CommandTest::SetUp();
+        PluginTest::SetUp();
         Write("cube.obj", kCube);
-        if (!std::filesystem::exists(std::filesystem::path(VELORIN_COMMAND).parent_path() / "Velorin.aex"))
-            GTEST_SKIP() << "the plug-in is not built";
     }
     // Pixels that are covered at all, and the box around them.
     struct Coverage {
@@ -42,6 +40,9 @@ protected:
     [[nodiscard]] Coverage Covered(const std::string& name, Picture& picture) const {
         std::string reason;
         EXPECT_TRUE(ReadPicture(Path(name), picture, reason)) << name << ": " << reason;
+        return CoverageOf(picture);
+    }
+    [[nodiscard]] static Coverage CoverageOf(const Picture& picture) {
         Coverage covered;
         for (int y = 0; y < picture.height; ++y)
             for (int x = 0; x < picture.width; ++x)

@@ -48,12 +48,10 @@ constexpr const char* kProject = R"({
           { "name": "Nine", "type": 6, "primitive": "Star", "bindings": [1] },
           { "name": "Ten", "type": 6, "primitive": "Gear", "bindings": [1] } ] } ] } } ] })";
 
-class ExportCommand : public CommandTest {
+class ExportCommand : public PluginTest {
 protected:
     void SetUp() override {
-        CommandTest::SetUp();
-        if (!std::filesystem::exists(std::filesystem::path(VELORIN_COMMAND).parent_path() / "Velorin.aex"))
-            GTEST_SKIP() << "the plug-in is not built";
+        PluginTest::SetUp();
         Write("p.json", kProject);
         Write("wood.png", "a picture");
         std::filesystem::create_directory(folder_ / "out");

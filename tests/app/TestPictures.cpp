@@ -97,17 +97,11 @@ TEST_F(Pictures, WhatIsPlacedInTheCompLandsOnItsPixels) {
             left = std::min(left, (x - half) * scale), right = std::max(right, (x + half) * scale);
             top = std::min(top, (y - kHalf) * scale), bottom = std::max(bottom, (y + kHalf) * scale);
         }
-        int covered[4] = {1 << 20, -1, 1 << 20, -1};
-        for (int y = 0; y < picture.height; ++y)
-            for (int x = 0; x < picture.width; ++x)
-                if (Value(picture, x, y, 3) > 0.5) {
-                    covered[0] = std::min(covered[0], x), covered[1] = std::max(covered[1], x + 1);
-                    covered[2] = std::min(covered[2], y), covered[3] = std::max(covered[3], y + 1);
-                }
-        EXPECT_NEAR(covered[0], (left + kWidth / 2.0) * row.scaleX, 0.51);
-        EXPECT_NEAR(covered[1], (right + kWidth / 2.0) * row.scaleX, 0.51);
-        EXPECT_NEAR(covered[2], (top + kHeight / 2.0) * row.scaleY, 0.51);
-        EXPECT_NEAR(covered[3], (bottom + kHeight / 2.0) * row.scaleY, 0.51);
+        const Coverage covered = CoverageOf(picture);
+        EXPECT_NEAR(covered.left, (left + kWidth / 2.0) * row.scaleX, 0.51);
+        EXPECT_NEAR(covered.right + 1, (right + kWidth / 2.0) * row.scaleX, 0.51);
+        EXPECT_NEAR(covered.top, (top + kHeight / 2.0) * row.scaleY, 0.51);
+        EXPECT_NEAR(covered.bottom + 1, (bottom + kHeight / 2.0) * row.scaleY, 0.51);
     }
 }
 

@@ -21,11 +21,10 @@ constexpr const char* kExtrusion =
     R"({"velorin":1,"effects":[{"scene":{"models":[{"name":"Letter","type":7,"bevelCopies":1,"bevels":[{},{"bevelSize":2}],
 "storedPaths":[[{"position":[0,0]},{"position":[100,0]},{"position":[50,80]}]]}]}}]})";
 
-class Presets : public CommandTest {
+class Presets : public PluginTest {
 protected:
     void SetUp() override {
-        CommandTest::SetUp();
-        if (!std::filesystem::exists(plugin_)) GTEST_SKIP() << "the plug-in is not built";
+        PluginTest::SetUp();
         Write("wall.obj", kWall);
         Write("wall.mtl", kColours);
     }
@@ -50,7 +49,6 @@ protected:
         return {std::to_integer<int>(pixel[0]), std::to_integer<int>(pixel[1]),
                 std::to_integer<int>(pixel[2]), std::to_integer<int>(pixel[3])};
     }
-    std::filesystem::path plugin_ = std::filesystem::path(VELORIN_COMMAND).parent_path() / "Velorin.aex";
 };
 
 TEST_F(Presets, AModelIsThePictureThatItWasKeptFrom) {
@@ -207,7 +205,7 @@ TEST_F(Presets, TheSecondStartTakesTheModelFromTheCache) {
 
 TEST_F(Presets, TheShippedLibraryStandsBesideThePlugIn) {
     std::filesystem::create_directories(folder_ / "place/content/Models");
-    std::filesystem::copy_file(plugin_, folder_ / "place/Velorin.aex");
+    std::filesystem::copy_file(RealPlugin(), folder_ / "place/Velorin.aex");
     std::filesystem::rename(folder_ / "wall.obj", folder_ / "place/content/Models/wall.obj");
     const json library = Json("inspect library --plugin place/Velorin.aex --json");
     ASSERT_EQ(library.size(), 3u);

@@ -1,3 +1,4 @@
+#include "app/CommandRunner.h"
 #include "app/HostFixture.h"
 
 #include "app/command/Session.h"
@@ -8,8 +9,6 @@
 
 #include <cmath>
 #include <cstdint>
-#include <filesystem>
-#include <fstream>
 
 // Values of the user's on their whole way: project or --set, host, plug-in, particles. The models are
 // switched off, so that all is computed and nothing is drawn.
@@ -17,27 +16,18 @@
 namespace velorin::app {
 namespace {
 
-namespace fs = std::filesystem;
 using nlohmann::json;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-class ReplicatorInHost : public testing::Test {
+class ReplicatorInHost : public PluginTest {
 protected:
-    void SetUp() override {
-        if (!fs::exists(fs::path(VELORIN_COMMAND).parent_path() / "Velorin.aex"))
-            GTEST_SKIP() << "the plug-in is not built";
-        std::string name = (fs::temp_directory_path() / "velorin_replicator_XXXXXX").string();
-        ASSERT_TRUE(mkdtemp(name.data()));
-        folder_ = name;
-        options_.plugin = (fs::path(VELORIN_COMMAND).parent_path() / "Velorin.aex").string();
-    }
     void TearDown() override {
         if (session_.host) {
             session_.host->Quit();
             EXPECT_EQ(Joined(session_.host->reports.faults()), "");
         }
-        fs::remove_all(folder_);
+        PluginTest::TearDown();
     }
 
     // A project with the composition's, the layers' and the effect's members; its model is a square per frame
@@ -45,18 +35,18 @@ protected:
     bool Open(const std::string& layers, const std::string& parameters,
               std::vector<std::string> settings = {}) {
         for (int frame = 0; frame < 8; ++frame)
-            std::ofstream(folder_ / ("f_0" + std::to_string(frame) + ".obj"))
-                << "v -1 -1 0\nv 1 -1 0\nv 0 1 " << frame << "\nf 1 2 3\n";
-        std::ofstream(folder_ / "p.json")
-            << R"({"composition": {"width": 96, "height": 54, "duration": 1}, "layers": [)" << layers
-            << R"(], "effects": [{"parameters": {)" << parameters
-            << R"(}, "scene": {"models": [{"name": "F", "type": 5, "path": "f_00.obj", "enabled": false,
-                   "frameCount": 8, "startFrame": 1, "endFrame": 8, "groups": [1]}]}}]})";
+            Write("f_0" + std::to_string(frame) + ".obj",
+                  "v -1 -1 0\nv 1 -1 0\nv 0 1 " + std::to_string(frame) + "\nf 1 2 3\n");
+        Write("p.json", R"({"composition": {"width": 96, "height": 54, "duration": 1}, "layers": [)" +
+                            layers + R"(], "effects": [{"parameters": {)" + parameters +
+                            R"(}, "scene": {"models": [{"name": "F", "type": 5, "path": "f_00.obj",
+                   "enabled": false, "frameCount": 8, "startFrame": 1, "endFrame": 8, "groups": [1]}]}}]})");
         if (session_.host) session_.host->Quit();
         session_ = {};
+        options_.plugin = RealPlugin();
         options_.settings = std::move(settings);
         console_ = std::make_unique<Console>(true);
-        return OpenSession((folder_ / "p.json").string(), options_, *console_, session_);
+        return OpenSession(Path("p.json"), options_, *console_, session_);
     }
     json Ask(const json& request) {
         std::string reason;
@@ -83,7 +73,6 @@ protected:
         return warnings;
     }
 
-    fs::path folder_;
     SessionOptions options_;
     std::unique_ptr<Console> console_;
     Session session_;
@@ -109,7 +98,7 @@ TEST_F(ReplicatorInHost, AnImageLayerShapesAGroupAtEveryDepth) {
     for (const auto& [x, y] : {std::pair(0, 0), {2, 2}, {3, 3}})
         std::fill_n(mask.row(y) + 4 * x, 4, std::byte{0xff});
     std::string error;
-    ASSERT_TRUE(WritePng((folder_ / "mask.png").string(), mask, error)) << error;
+    ASSERT_TRUE(WritePng(Path("mask.png"), mask, error)) << error;
     ASSERT_TRUE(Open(
         R"({"name": "Mask", "type": "image", "file": "mask.png"})",
         R"("1. Replicator Shape": "Layer Grid", "1. Custom Layer": "Mask", "1. Grid X": 4, "1. Grid Y": 4)"))

@@ -143,12 +143,10 @@ constexpr const char* kScene = R"({"materials": [{"name": "Red", "type": "Physic
     "models": [{"name": "Wedge", "type": 2, "path": "wedge.obj", "groups": [1], "bindings": [0],
                 "normalizeSize": true}]})";
 
-class Saving : public CommandTest {
+class Saving : public PluginTest {
 protected:
     void SetUp() override {
-        CommandTest::SetUp();
-        if (!std::filesystem::exists(std::filesystem::path(VELORIN_COMMAND).parent_path() / "Velorin.aex"))
-            GTEST_SKIP() << "the plug-in is not built";
+        PluginTest::SetUp();
         Write("wedge.obj", kWedge);
         Write("p.json", std::string(R"({"composition": {"width": 96, "height": 54},
           "layers": [{"name": "Back", "width": 30, "height": 20, "color": "#ff8000"}],

@@ -1,3 +1,4 @@
+#include "app/CommandRunner.h"
 #include "app/HostFixture.h"
 
 #include "app/command/Session.h"
@@ -6,8 +7,6 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <optional>
 #include <random>
@@ -21,7 +20,6 @@
 namespace velorin::app {
 namespace {
 
-namespace fs = std::filesystem;
 using nlohmann::json;
 
 constexpr const char* kRows[] = {"1. Particle Count", "1. Particle Size", "1. Replicator Shape",
@@ -70,20 +68,11 @@ private:
     int loads_ = 0;
 };
 
-class Soak : public testing::Test {
+class Soak : public PluginTest {
 protected:
     void SetUp() override {
-        const fs::path plugin = fs::path(VELORIN_COMMAND).parent_path() / "Velorin.aex";
-        if (!fs::exists(plugin)) GTEST_SKIP() << "the plug-in is not built";
-        std::string name = (fs::temp_directory_path() / "velorin_soak_XXXXXX").string();
-        ASSERT_TRUE(mkdtemp(name.data()));
-        folder_ = name;
-        for (const char* file : {"a.obj", "b.obj"})
-            std::ofstream(folder_ / file) << "v -1 -1 0\nv 1 -1 0\nv 0 1 1\nf 1 2 3\n";
-        plugin_ = plugin.string();
-    }
-    void TearDown() override {
-        if (!folder_.empty()) fs::remove_all(folder_);
+        PluginTest::SetUp();
+        for (const char* file : {"a.obj", "b.obj"}) Write(file, "v -1 -1 0\nv 1 -1 0\nv 0 1 1\nf 1 2 3\n");
     }
 
     void Start(unsigned seed, bool twoCopies) {
@@ -91,7 +80,7 @@ protected:
         std::string error;
         HostOptions options;
         options.twoCopies = twoCopies;
-        session_.host = Host::Start(plugin_, options, error);
+        session_.host = Host::Start(RealPlugin(), options, error);
         ASSERT_TRUE(session_.host) << error;
         Reopen(R"({"composition": {"width": 16, "height": 9}, "effects": [{}]})");
         project_ = {{++lastId_}};
@@ -108,7 +97,7 @@ protected:
 
     // Models of the scenes, and the meshes that a frame of each shows.
     [[nodiscard]] std::vector<std::pair<json, std::vector<std::string>>> Scenes() const {
-        const std::string a = (folder_ / "a.obj").string(), b = (folder_ / "b.obj").string();
+        const std::string a = Path("a.obj"), b = Path("b.obj");
         const auto file = [](const std::string& path, int type) {
             return json{{"name", "M"}, {"type", type}, {"path", path}, {"groups", {1}}};
         };
@@ -350,8 +339,6 @@ protected:
         int scenes = 0;
     };
     std::mt19937 random_;
-    fs::path folder_;
-    std::string plugin_;
     Session session_;
     std::vector<std::string> flat_;               // of the scenes
     std::vector<std::vector<std::string>> shows_; // meshes of each

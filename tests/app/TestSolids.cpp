@@ -1,9 +1,10 @@
 #include "app/CommandRunner.h"
 
+#include "services/Fonts.h"
+
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
-#include <fontconfig/fontconfig.h>
 #include <ft2build.h>
 #include FT_FREETYPE_H
 #include FT_OUTLINE_H
@@ -45,19 +46,11 @@ struct AreaPen {
 };
 
 TextFacts FactsOf(const std::string& pattern, const std::string& text, double size) {
-    // Of the test's own: the global one keeps some memory to the end.
-    const std::unique_ptr<FcConfig, void (*)(FcConfig*)> config(FcInitLoadConfigAndFonts(), FcConfigDestroy);
-    FcPattern* asked = FcNameParse(reinterpret_cast<const FcChar8*>(pattern.c_str()));
-    FcConfigSubstitute(config.get(), asked, FcMatchPattern);
-    FcDefaultSubstitute(asked);
-    FcResult result = FcResultNoMatch;
-    FcPattern* match = FcFontMatch(config.get(), asked, &result);
-    FcChar8* file = nullptr;
-    FcPatternGetString(match, FC_FILE, 0, &file);
+    const FontFile font = FindFont(pattern);
     FT_Library library = nullptr;
     FT_Face face = nullptr;
     FT_Init_FreeType(&library);
-    EXPECT_EQ(FT_New_Face(library, reinterpret_cast<const char*>(file), 0, &face), 0);
+    EXPECT_EQ(FT_New_Face(library, font.path.c_str(), font.index, &face), 0);
     TextFacts facts;
     const double scale = size / face->units_per_EM;
     double origin = 0;
@@ -104,8 +97,6 @@ TextFacts FactsOf(const std::string& pattern, const std::string& text, double si
     }
     FT_Done_Face(face);
     FT_Done_FreeType(library);
-    FcPatternDestroy(match);
-    FcPatternDestroy(asked);
     return facts;
 }
 
@@ -157,13 +148,8 @@ Solid Measure(const json& mesh) {
     return solid;
 }
 
-class Solids : public CommandTest {
+class Solids : public PluginTest {
 protected:
-    void SetUp() override {
-        CommandTest::SetUp();
-        if (!std::filesystem::exists(std::filesystem::path(VELORIN_COMMAND).parent_path() / "Velorin.aex"))
-            GTEST_SKIP() << "the plug-in is not built";
-    }
     // A plain extrusion 40 deep of the one layer: 4 times 10, scale 1, with next to no bevel.
     void Project(const json& layer, const json& parameters = {{"Path Layer 1", "Source"}}) const {
         json source = layer;

@@ -32,20 +32,26 @@ void Spin(double milliseconds) {
     }
 }
 
-// What `body` logs, in a child process, since the log's place is read once.
+// The wait status of a child process that runs `body` and then ends.
 template <class Body>
-std::string LogOf(Body body) {
-    const TemporaryFolder folder;
-    const std::string path = folder.file("log.txt");
+int StatusOf(Body body) {
     const pid_t child = fork();
     if (child == 0) {
-        setenv("VELORIN_LOG", path.c_str(), 1);
         body();
         _exit(0);
     }
     int status = -1;
     waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
+    return status;
+}
+
+// What `body` logs, in a child process, since the log's place is read once.
+template <class Body>
+std::string LogOf(Body body) {
+    const TemporaryFolder folder;
+    const std::string path = folder.file("log.txt");
+    const ScopedVariable place("VELORIN_LOG", path);
+    EXPECT_EQ(StatusOf(body), 0);
     return ReadWhole(path);
 }
 
@@ -129,17 +135,12 @@ template <class Body>
 int StatusOfCrash(const TemporaryFolder& folder, Body crash) {
     const ScopedVariable home("HOME", folder.path()), config("XDG_CONFIG_HOME", folder.path());
     const ScopedVariable temporary("TMPDIR", folder.path());
-    const pid_t child = fork();
-    if (child == 0) {
+    return StatusOf([&] {
         (void)!freopen(folder.file("stderr.txt").c_str(), "w", stderr);
         SetCrashReportGL("Maker", "Card 9", "3.3 test");
         InstallCrashReport();
         crash();
-        _exit(77);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    return status;
+    });
 }
 
 std::vector<std::string> Reports(const std::string& folder) {
@@ -239,25 +240,36 @@ TEST(CrashReport, TheNameHasTheLocalTime) {
     EXPECT_TRUE(before <= found && found <= after) << found << " not in " << before << " to " << after;
 }
 
-TEST(CrashReport, WithoutDocumentsTheTemporaryFolderServes) {
+TEST(CrashReport, ItGoesWhereItCanAndIsWrittenWithoutACrashToo) {
     if (kSanitized) GTEST_SKIP();
-    const TemporaryFolder folder;
-    std::filesystem::create_directory(folder.file("Quenmarworks"));
-    StatusOfCrash(folder, Segfault);
-    EXPECT_EQ(Reports(folder.path()).size(), 1u);
-}
-
-TEST(CrashReport, WithoutTheParentFolderTheReportGoesToStderr) {
-    if (kSanitized) GTEST_SKIP();
-    const TemporaryFolder folder;
-    std::filesystem::create_directory(folder.file("Documents"));
-    const int status = StatusOfCrash(folder, Segfault);
-    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGSEGV);
-    EXPECT_TRUE(std::filesystem::is_empty(folder.file("Documents")));
-    const std::string text = ReadWhole(folder.file("stderr.txt"));
-    EXPECT_NE(text.find("signal: SIGSEGV"), std::string::npos);
-    EXPECT_NE(text.find("back-trace:"), std::string::npos);
-    EXPECT_NE(text.find("unrecoverable error"), std::string::npos);
+    struct Case {
+        const char *there, *reports; // the folder that is made, and the one above the reports
+        void (*crash)();
+        int status; // of the exit; 0: ends by the signal
+        std::size_t count;
+    };
+    const Case cases[] = {
+        {"Documents/Quenmarworks", "Documents", [] { _exit(WriteCrashReport()); }, 1, 1},
+        {"Quenmarworks", "", Segfault, 0, 1}, // no documents: the temporary folder
+        {"Documents", "Documents", Segfault, 0, 0},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.there);
+        const TemporaryFolder folder;
+        std::filesystem::create_directories(folder.file(c.there));
+        const int status = StatusOfCrash(folder, c.crash);
+        EXPECT_TRUE(c.status ? WIFEXITED(status) && WEXITSTATUS(status) == c.status
+                             : WIFSIGNALED(status) && WTERMSIG(status) == SIGSEGV);
+        const auto reports = Reports(folder.file(c.reports));
+        ASSERT_EQ(reports.size(), c.count);
+        const std::string text = ReadWhole(reports.empty() ? folder.file("stderr.txt") : reports[0]);
+        EXPECT_THAT(text, testing::HasSubstr(c.status ? "signal: none" : "signal: SIGSEGV"));
+        EXPECT_THAT(text, testing::HasSubstr("back-trace:"));
+        if (reports.empty()) {
+            EXPECT_TRUE(std::filesystem::is_empty(folder.file(c.there)));
+            EXPECT_THAT(text, testing::HasSubstr("unrecoverable error"));
+        }
+    }
 }
 
 // The message of the first crash cannot be written before the second thread has crashed too: stderr is a full
@@ -301,20 +313,15 @@ TEST(CrashReport, AnEarlierHandlerGetsTheSignalAfterwards) {
     for (void (*crash)() : {+[] { Segfault(); }, +[] { std::abort(); }}) {
         const TemporaryFolder folder;
         std::filesystem::create_directories(folder.file("Documents/Quenmarworks"));
-        const ScopedVariable home("HOME", folder.path()), config("XDG_CONFIG_HOME", folder.path());
-        const pid_t child = fork();
-        if (child == 0) {
-            (void)!freopen("/dev/null", "w", stderr);
+        const int status = StatusOfCrash(folder, [&] {
+            RemoveCrashReport();
             struct sigaction hostHandler {};
             hostHandler.sa_handler = [](int) { _exit(55); };
             sigaction(SIGSEGV, &hostHandler, nullptr);
             sigaction(SIGABRT, &hostHandler, nullptr);
             InstallCrashReport();
             crash();
-            _exit(77);
-        }
-        int status = -1;
-        waitpid(child, &status, 0);
+        });
         EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 55) << status;
         EXPECT_EQ(Reports(folder.file("Documents")).size(), 1u);
     }
@@ -330,15 +337,6 @@ TEST(CrashReport, RemovingPutsTheOldHandlersBack) {
     RemoveCrashReport();
     sigaction(SIGSEGV, nullptr, &after);
     EXPECT_EQ(before.sa_handler, after.sa_handler);
-}
-
-TEST(CrashReport, CanBeWrittenWithoutACrash) {
-    const TemporaryFolder folder;
-    std::filesystem::create_directories(folder.file("Documents/Quenmarworks"));
-    const int status = StatusOfCrash(folder, [] { _exit(WriteCrashReport()); });
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1);
-    ASSERT_EQ(Reports(folder.file("Documents")).size(), 1u);
-    EXPECT_NE(ReadWhole(Reports(folder.file("Documents"))[0]).find("signal: none"), std::string::npos);
 }
 
 } // namespace
