@@ -36,6 +36,7 @@ float CornerDegrees(Point2 before, Point2 corner, Point2 after) {
 } // namespace
 
 int StepsOf(PathResolution resolution) {
+    if (static_cast<std::uint32_t>(resolution) == ~std::uint32_t{0}) return 1; // corners alone
     switch (resolution) {
     case PathResolution::Low:
         return 2;

@@ -10,7 +10,8 @@ namespace velorin {
 // Coordinates beyond it on either axis belong to no outline.
 inline constexpr float kLargestCoordinate = 1e6f;
 
-// Steps a Bezier segment is cut into at a resolution: 2, 5, 10, 20, 40.
+// Steps a Bezier segment is cut into at a resolution: 2, 5, 10, 20, 40 and that for all above; 1 with all
+// bits set.
 [[nodiscard]] int StepsOf(PathResolution resolution);
 
 // The closed polygon of a path: cubic segments evaluated at even parameters, equal neighbours and a repeated

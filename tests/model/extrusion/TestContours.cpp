@@ -26,7 +26,9 @@ TEST(FlattenPath, StepsFollowTheResolution) {
                 {PathResolution::Normal, 20, 20},
                 {PathResolution::High, 40, 40},
                 {PathResolution::Ultra, 80, 80},
-                {PathResolution::Extreme, 160, 160}};
+                {PathResolution::Extreme, 160, 160},
+                {static_cast<PathResolution>(7), 160, 160},
+                {static_cast<PathResolution>(~0u), 4, 4}};
     for (const auto& row : rows) {
         EXPECT_EQ(FlattenPath(Rectangle(0, 0, 100, 100), false, row.resolution, 0).size(), row.square);
         const auto circle = FlattenPath(Round({5, 5}, 50), false, row.resolution, 0);
