@@ -16,12 +16,11 @@ namespace {
 
 // The tessellator keeps half a kilobyte a crossing.
 constexpr std::uint64_t kMostCrossings = 1u << 19;
-constexpr std::size_t kMostClosed = 8192;      // crossings: more of them make a tangle, which stays open
-constexpr int kMostRounds = 32;                // that contours may run round an area
-constexpr std::size_t kMostTries = 10'000'000; // of points that may lie on an edge
-constexpr double kSlitWidth = 1e-4;            // of its length: what divides an edge lies as close to it
-constexpr double kRounding = 1e-6;             // of the largest coordinate: the same for short edges
-constexpr double kLine = 1e-6;                 // of its length: a triangle as narrow is a line
+constexpr std::size_t kMostClosed = 2048; // crossings: more of them make a tangle, which stays open
+constexpr int kMostRounds = 8;            // that contours may run round an area
+constexpr double kSlitWidth = 1e-4;       // of its length: what divides an edge lies as close to it
+constexpr double kRounding = 1e-6;        // of the largest coordinate: the same for short edges
+constexpr double kLine = 1e-6;            // of its length: a triangle as narrow is a line
 
 using Indices = std::array<std::uint32_t, 3>;
 
@@ -222,12 +221,6 @@ public:
         for (const auto& line : edges)
             for (std::size_t i = 0; i < line.size(); ++i)
                 while (walkBack(same_[line[i]], same_[line[(i + 1) % line.size()]], loop)) fill(loop);
-        std::size_t lines = 0;
-        for (const auto& line : edges) lines += line.size();
-        if (lines * out_.size() < kMostTries)
-            for (const auto& line : edges)
-                for (std::size_t i = 0; i < line.size(); ++i)
-                    while (divide(same_[line[i]], same_[line[(i + 1) % line.size()]], loop)) fill(loop);
         Loops others;
         start_ = out_.begin();
         while (walkOn(loop)) {
@@ -277,36 +270,6 @@ private:
         }
         for (std::size_t k = 1; k < loop.size(); ++k) out_[loop[k - 1]].push_back(loop[k]); // not this way
         return false;
-    }
-
-    // The edge from a to b, and back over the points that lie on it: its parts are left in its place, and
-    // what covers some of them takes those away.
-    bool divide(std::uint32_t a, std::uint32_t b, std::vector<std::uint32_t>& loop) {
-        const auto known = out_.find(a);
-        if (known == out_.end() ||
-            std::find(known->second.begin(), known->second.end(), b) == known->second.end())
-            return false;
-        const Point2 d = places_[b] - places_[a];
-        const double width = widthOf(a, b);
-        std::vector<std::pair<float, std::uint32_t>> on;
-        for (const auto& [p, ends] : out_) {
-            if (ends.empty() || p == a || p == b ||
-                std::fabs(Area2(places_[a], places_[b], places_[p])) > width)
-                continue;
-            const Point2 v = places_[p] - places_[a];
-            const float way = v.x * d.x + v.y * d.y;
-            if (way > 0 && way < d.x * d.x + d.y * d.y) on.emplace_back(way, p);
-        }
-        if (on.empty()) return false;
-        std::sort(on.begin(), on.end());
-        take(a, b);
-        loop = {a, b};
-        for (auto point = on.rbegin(); point != on.rend(); ++point) loop.push_back(point->second);
-        for (std::size_t k = loop.size(); k-- > 1;) {
-            const std::uint32_t from = k + 1 == loop.size() ? a : loop[k + 1], to = loop[k];
-            if (!take(to, from)) out_[from].push_back(to);
-        }
-        return true;
     }
 
     // Any loop that is left, cut off where it first meets itself.
