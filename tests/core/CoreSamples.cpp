@@ -1,6 +1,6 @@
 #include "core/CoreSamples.h"
 
-#include <gtest/gtest.h>
+#include "services/Warnings.h"
 
 #include <cstring>
 
@@ -37,6 +37,26 @@ std::vector<Particle> Particles(const GroupParams& group, Point3 camera) {
     BuildParticles(params, none, camera, -1, 1u << 30, refused);
     EXPECT_EQ(refused, "");
     return params.particles[0];
+}
+
+std::string Build(FrameParams& params, SurfaceSource& surfaces, std::uint64_t memory, int group) {
+    std::string refused;
+    BuildParticles(params, surfaces, {}, group, memory, refused);
+    return refused;
+}
+
+CoreFrames::CoreFrames() : scene(&assets) {
+    ResetWarnings();
+    params.scene = &scene;
+    params.groups[0] = PlainGroup(ReplicatorShape::Point, 1);
+    params.engine.startGroup = params.engine.finishGroup = 4;
+}
+
+const DrawList& CoreFrames::Frame(Point3 camera) {
+    core.DropFrame();
+    core.BuildFrame(params, camera);
+    core.SetRender(0, params, camera);
+    return core.drawList();
 }
 
 MaskLayer::MaskLayer(const std::vector<std::string>& rows, std::uint32_t bytesPerChannel) {

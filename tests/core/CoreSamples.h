@@ -2,7 +2,11 @@
 
 #include "core/FrameParams.h"
 #include "core/Replicator.h"
+#include "core/Velorin.h"
+#include "core/document/AssetContext.h"
 #include "core/document/Scene.h"
+
+#include <gtest/gtest.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -32,6 +36,22 @@ public:
 
 // The particles of group 1 with this block, without an engine.
 [[nodiscard]] std::vector<Particle> Particles(const GroupParams& group, Point3 camera = {0, 0, -1000});
+
+// BuildParticles for an eye at the origin; what it refuses.
+std::string Build(FrameParams& params, SurfaceSource& surfaces, std::uint64_t memory = 1u << 20,
+                  int group = -1);
+
+// A core without a context that shows one scene in one instance: one particle of group 1, no engine.
+class CoreFrames : public ::testing::Test {
+protected:
+    CoreFrames();
+    const DrawList& Frame(Point3 camera = {0, 0, -1000});
+
+    AssetContext assets;
+    Scene scene;
+    FrameParams params;
+    Velorin core;
+};
 
 // Pixels of an alpha mask in rows of text, '#' set; channels in the depth asked for, rows padded by 16 bytes.
 class MaskLayer {

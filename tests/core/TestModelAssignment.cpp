@@ -4,6 +4,7 @@
 #include "core/Random.h"
 #include "core/SequencePath.h"
 #include "core/document/SceneModel.h"
+#include "services/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -160,6 +161,13 @@ TEST(SequencePath, CountsInTheWidthOfTheFirstFile) {
     EXPECT_EQ(SequenceFramePath("take.3/still9", 1), "take.3/still10");
     EXPECT_EQ(SequenceFramePath("big99999999999999999999999.obj", 1), "big99999999999999999999999.obj");
     EXPECT_FALSE(ParseSequenceName("").valid);
+
+    const test::TemporaryFolder folder;
+    for (const char* name : {"a098.obj", "a099.obj", "a100.obj", "a102.obj", "b9.obj", "b10.obj", "c.obj"})
+        folder.Put(name, "");
+    const std::pair<const char*, std::uint32_t> inARow[] = {
+        {"a098.obj", 3}, {"a099.obj", 2}, {"a102.obj", 1}, {"b9.obj", 2}, {"c.obj", 1}, {"none1.obj", 1}};
+    for (const auto& [first, count] : inARow) EXPECT_EQ(CountSequence(folder.file(first)), count) << first;
 }
 
 // A track that moves in x with two linear keys and in y with one.

@@ -1,5 +1,4 @@
 #include "core/CoreSamples.h"
-#include "core/Velorin.h"
 #include "core/document/SceneModel.h"
 #include "render/MeshBuffers.h"
 #include "services/Warnings.h"
@@ -19,57 +18,47 @@ std::shared_ptr<const PathSet> Square(float size) {
 }
 
 // One instance that shows the solid of "Path Layer 3", in a core without a context.
-class PathLayerFrames : public ::testing::Test {
+class PathLayerFrames : public test::CoreFrames {
 protected:
     PathLayerFrames() {
-        ResetWarnings();
         auto title = Ref<SceneModel>::Make(ModelType::Extrusion);
         title->name = "Title";
         title->customPath = 2;
         scene.models.push_back(title);
         model = title.get();
-        params.scene = &scene;
-        params.groups[0] = PlainGroup(ReplicatorShape::Point, 1);
-        params.engine.startGroup = params.engine.finishGroup = 4;
     }
     // Half the larger extent of the solid that is drawn, 0 when none is.
-    float Frame() {
-        core.DropFrame();
-        core.BuildFrame(params, {0, 0, -1000});
-        core.SetRender(0, params, {0, 0, -1000});
-        return core.drawList().records.empty() ? 0 : core.drawList().records[0].geometry->prepared().size;
+    float Size() {
+        const DrawList& list = Frame();
+        return list.records.empty() ? 0 : list.records[0].geometry->prepared().size;
     }
-
-    Scene scene;
     SceneModel* model = nullptr;
-    FrameParams params;
-    Velorin core;
 };
 
 TEST_F(PathLayerFrames, OnlyWhatShapesASolidBuildsItAgain) {
     model->bevels[0].bevelSize = 0; // the wall is the outline, but for the least size of 0.001 times 3
     params.pathLayers[2] = Square(200);
-    EXPECT_NEAR(Frame(), 100, 0.01);
+    EXPECT_NEAR(Size(), 100, 0.01);
     EXPECT_EQ(core.modelsLoaded(), 1u);
 
     params.pathLayers[2] = Square(200); // another object of the same content
     params.pathLayers[1] = Square(50);  // another row
     params.groups[0].position = {10, 20, 30};
     params.groups[0].particleCount = 3;
-    EXPECT_NEAR(Frame(), 100, 0.01);
+    EXPECT_NEAR(Size(), 100, 0.01);
     EXPECT_EQ(core.modelsLoaded(), 1u);
 
     for (int i = 1; i <= 5; ++i) { // an animation leaves nothing behind
         params.pathLayers[2] = Square(200 + 10.0f * static_cast<float>(i));
-        EXPECT_NEAR(Frame(), 100 + 5 * i, 0.01);
+        EXPECT_NEAR(Size(), 100 + 5 * i, 0.01);
         EXPECT_EQ(core.modelsLoaded(), 1u + static_cast<unsigned>(i));
         EXPECT_EQ(core.cachedModels(), 1u);
     }
     model->bevels[0].expandEdges = 5; // times the bevel scale of 3
-    EXPECT_NEAR(Frame(), 125 + 15, 0.01);
+    EXPECT_NEAR(Size(), 125 + 15, 0.01);
     EXPECT_EQ(core.modelsLoaded(), 7u);
     model->customPath = 1;
-    EXPECT_NEAR(Frame(), 25 + 15, 0.01);
+    EXPECT_NEAR(Size(), 25 + 15, 0.01);
     EXPECT_EQ(core.cachedModels(), 1u);
     core.ReleaseModels(params.loadedModels);
     core.FreeUnusedModels();
@@ -77,14 +66,14 @@ TEST_F(PathLayerFrames, OnlyWhatShapesASolidBuildsItAgain) {
 }
 
 TEST_F(PathLayerFrames, ARowWithoutOutlinesIsToldOnceAndStaysEmpty) {
-    for (int frame = 0; frame < 3; ++frame) EXPECT_EQ(Frame(), 0);
+    for (int frame = 0; frame < 3; ++frame) EXPECT_EQ(Size(), 0);
     params.pathLayers[2] = std::make_shared<const PathSet>();
-    for (int frame = 0; frame < 3; ++frame) EXPECT_EQ(Frame(), 0);
+    for (int frame = 0; frame < 3; ++frame) EXPECT_EQ(Size(), 0);
     EXPECT_EQ(TakeWarnings(), (std::vector<std::string>{
                                   "Extrusion \"Title\" is empty: Path Layer 3 names no layer.",
                                   "Extrusion \"Title\" is empty: Path Layer 3 has no closed outline."}));
     params.pathLayers[2] = Square(200);
-    EXPECT_GT(Frame(), 0);
+    EXPECT_GT(Size(), 0);
     EXPECT_TRUE(TakeWarnings().empty());
 }
 
@@ -93,7 +82,7 @@ TEST_F(PathLayerFrames, AnExtrusionAsASurfaceFollowsItsOutlines) {
     params.groups[0] = PlainGroup(ReplicatorShape::Object3D, 4000);
     const auto width = [&](float size) {
         params.pathLayers[2] = Square(size);
-        Frame();
+        Size();
         float reach = 0;
         for (const Particle& p : params.particles[0]) reach = std::max(reach, std::abs(p.position.x));
         return reach;

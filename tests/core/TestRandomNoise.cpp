@@ -53,13 +53,10 @@ TEST(SinCos, FollowsTheExactValuesAndLeavesOddAnglesToTheLibrary) {
     EXPECT_FLOAT_EQ(sine[2], std::sin(0.5f));
 }
 
-TEST(Noise, ThreeDimensionsGiveThePublishedValue) {
-    // K. Perlin's reference implementation at this place.
+TEST(Noise, GivesThePublishedValuesVanishesOnTheLatticeAndRepeatsEvery256) {
+    // K. Perlin's reference implementation at these places.
     EXPECT_NEAR(Noise3(3.14f, 42, 7), 0.13691995878400012, 1e-5);
     EXPECT_NEAR(Noise3(-4.20f, 10, 6), 0.14208000000000043, 1e-5);
-}
-
-TEST(Noise, VanishesOnTheLatticeAndRepeatsEvery256) {
     for (const float x : {-300.0f, -1.0f, 0.0f, 5.0f, 255.0f, 256.0f, 1e6f}) {
         EXPECT_EQ(Noise2(x, 3), 0);
         EXPECT_EQ(Noise3(x, 3, -7), 0);
@@ -68,12 +65,15 @@ TEST(Noise, VanishesOnTheLatticeAndRepeatsEvery256) {
         EXPECT_EQ(Noise2(x, 0.25f), Noise2(x + 256, 0.25f - 512));
         EXPECT_EQ(Noise3(x, 0.25f, 0.5f), Noise3(x + 256, 0.25f, 0.5f - 256));
     }
+    constexpr float nan = std::numeric_limits<float>::quiet_NaN(),
+                    inf = std::numeric_limits<float>::infinity();
+    EXPECT_EQ(Noise2(nan, 0) + Noise2(0.5f, -inf) + Noise3(0.5f, 0.5f, inf), 0) << "no place";
+    EXPECT_TRUE(std::isfinite(Noise2(3e38f, -3e38f)));
 }
 
 TEST(Noise, TwoDimensionsTakeTheGradientAtZeroHeight) {
-    // In the cell (0, 0) the corners hash, by the table's first entries 151, 160 and p[151] = 17, p[160] =
-    // 135 ... Here only what follows from the definition: along the lattice line y = 0 the value near a
-    // corner is linear with a slope that is one of the gradients' x parts, 0, 1 or -1.
+    // Along the lattice line y = 0 the value near a corner is linear with a slope that is one of the
+    // gradients' x parts, 0, 1 or -1.
     std::set<float> slopes;
     for (int x = 0; x < 256; ++x) {
         const float slope = Noise2(static_cast<float>(x) + 1e-3f, 0) / 1e-3f;
@@ -82,15 +82,6 @@ TEST(Noise, TwoDimensionsTakeTheGradientAtZeroHeight) {
         EXPECT_LE(std::fabs(slope), 1.05);
     }
     EXPECT_EQ(slopes, (std::set<float>{-1, 0, 1}));
-}
-
-TEST(Noise, OddInputGivesZero) {
-    constexpr float nan = std::numeric_limits<float>::quiet_NaN(),
-                    inf = std::numeric_limits<float>::infinity();
-    EXPECT_EQ(Noise2(nan, 0), 0);
-    EXPECT_EQ(Noise2(0.5f, -inf), 0);
-    EXPECT_EQ(Noise3(0.5f, 0.5f, inf), 0);
-    EXPECT_TRUE(std::isfinite(Noise2(3e38f, -3e38f)));
 }
 
 } // namespace

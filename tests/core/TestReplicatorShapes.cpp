@@ -19,16 +19,10 @@ using test::PlainGroup;
 constexpr float R = 25.01f;
 constexpr double kExactPi = 3.141592653589793;
 
-TEST(Replicator, AGroupOfNoParticlesIsEmpty) {
+TEST(Replicator, PointPutsAllAtThePosition) {
     for (const auto shape : {ReplicatorShape::Point, ReplicatorShape::Plane, ReplicatorShape::Sphere,
                              ReplicatorShape::Ring, ReplicatorShape::Layer, ReplicatorShape::Object3D})
         EXPECT_TRUE(Particles(PlainGroup(shape, 0)).empty());
-    GroupParams off = PlainGroup(ReplicatorShape::Point, 5);
-    off.enabled = false;
-    EXPECT_TRUE(Particles(off).empty());
-}
-
-TEST(Replicator, PointPutsAllAtThePosition) {
     GroupParams group = PlainGroup(ReplicatorShape::Point, 3);
     group.position = {640, 360, -20};
     for (const Particle& particle : Particles(group)) {
@@ -37,6 +31,8 @@ TEST(Replicator, PointPutsAllAtThePosition) {
         EXPECT_EQ(particle.size, (Point3{25, 25, 25}));
         EXPECT_EQ(particle.rotation, Quaternion{});
     }
+    group.enabled = false;
+    EXPECT_TRUE(Particles(group).empty());
 }
 
 TEST(Replicator, GridRunsThroughZThenYThenX) {
@@ -52,7 +48,6 @@ TEST(Replicator, GridRunsThroughZThenYThenX) {
                            {(static_cast<float>(x) - 0.5f) / 2 * R, (static_cast<float>(y) - 1) / 3 * R,
                             (static_cast<float>(z) - 1.5f) / 4 * R},
                            1e-5f, std::to_string(i));
-    EXPECT_EQ(particles[0].index, 0u);
     EXPECT_EQ(particles[23].index, 23u);
 }
 
@@ -125,8 +120,17 @@ TEST(Replicator, SphereLiesOnItsRadiusInRings) {
         EXPECT_NEAR(Length(particle.position), R, 1e-3);
         ExpectNear(particle.normal, -particle.position, 1e-6f, "inward");
     }
+    // The normals follow the scales.
+    group.scale = {2, 0, 1};
+    for (const Particle& particle : Particles(group)) {
+        EXPECT_EQ(particle.position.y, 0);
+        EXPECT_EQ(particle.normal.y, 0) << "no way up where the scale is 0";
+        // position.x is twice the shape's x, the normal half of it.
+        EXPECT_NEAR(particle.normal.x, -particle.position.x / 4, 1e-4);
+    }
     // Two rows: k = 1, 2 of 3, both with sin 60 degrees; 6 particles: 3 above the centre (y is down), 3
     // below.
+    group.scale = {1, 1, 1};
     group.particleCount = 6;
     group.distribution = Distribution::SetRows;
     group.rows = 2;
@@ -137,17 +141,6 @@ TEST(Replicator, SphereLiesOnItsRadiusInRings) {
         const Point3 expected{static_cast<float>(std::cos(a) * s * 25.01), (i < 3 ? -0.5f : 0.5f) * R,
                               static_cast<float>(std::sin(a) * s * 25.01)};
         ExpectNear(six[i].position, expected, 1e-4f, std::to_string(i));
-    }
-}
-
-TEST(Replicator, SphereNormalsFollowTheScales) {
-    GroupParams group = PlainGroup(ReplicatorShape::Sphere, 50);
-    group.scale = {2, 0, 1};
-    for (const Particle& particle : Particles(group)) {
-        EXPECT_EQ(particle.position.y, 0);
-        EXPECT_EQ(particle.normal.y, 0) << "no way up where the scale is 0";
-        // position.x is twice the shape's x, the normal half of it.
-        EXPECT_NEAR(particle.normal.x, -particle.position.x / 4, 1e-4);
     }
 }
 
@@ -186,12 +179,8 @@ TEST(Replicator, LayerTakesRowsAndColumnsWithSetPixels) {
         EXPECT_EQ(particle.position, (Point3{})) << "no layer";
         EXPECT_EQ(particle.normal, (Point3{}));
     }
-}
-
-TEST(Replicator, AnEmptyImageCountsAsItsFirstPixel) {
-    MaskLayer layer({"..", ".."}, 1);
-    GroupParams group = PlainGroup(ReplicatorShape::Layer, 2);
-    group.customLayer = layer.header();
+    MaskLayer empty({"..", ".."}, 1);
+    group.customLayer = empty.header();
     for (const Particle& particle : Particles(group))
         ExpectNear(particle.position, {-0.5f * R, -0.5f * R, 0}, 1e-4f, "column 0 of row 0");
 }
@@ -235,13 +224,33 @@ TEST(SurfaceSampler, ThinsAndShufflesAsTheGeneratorSays) {
     for (std::size_t i = 0; i < expected.size(); ++i) EXPECT_EQ(points[i].normal.x, expected[i]) << i;
 }
 
-TEST(SurfaceSampler, PlacesPointsOnTheModelAsItIsDrawn) {
+// Models whose surfaces give group 1 its particles.
+class SurfaceParticles : public ::testing::Test {
+protected:
+    SurfaceParticles() {
+        params.scene = &scene;
+        params.groups[0] = PlainGroup(ReplicatorShape::Object3D, 0);
+        params.groups[0].objectPercentage = 1;
+    }
+    Ref<SceneModel> Add(const char* path) {
+        auto model = Ref<SceneModel>::Make(ModelType::File);
+        model->path = path;
+        model->replicatorSource = true;
+        scene.models.push_back(model);
+        return model;
+    }
+    const std::vector<Particle>& Made() {
+        EXPECT_EQ(test::Build(params, surfaces), "");
+        return params.particles[0];
+    }
     FakeSurfaces surfaces;
-    surfaces.Put("a.obj", {{1, 0, 0}});
     Scene scene;
-    auto model = Ref<SceneModel>::Make(ModelType::File);
-    model->path = "a.obj";
-    model->replicatorSource = true;
+    FrameParams params;
+};
+
+TEST_F(SurfaceParticles, StandOnTheModelAsItIsDrawn) {
+    surfaces.Put("a.obj", {{1, 0, 0}});
+    const auto model = Add("a.obj");
     model->normalizeSize = true;
     model->flip = {true, false, false};
     model->position = {0, 1, 0};     // up: y is negated
@@ -249,76 +258,45 @@ TEST(SurfaceSampler, PlacesPointsOnTheModelAsItIsDrawn) {
     auto mesh = Ref<SceneMesh>::Make();
     mesh->scale = {2, 2, 2};
     model->meshes.push_back(mesh);
-    scene.models.push_back(model);
-
-    FrameParams params;
-    params.scene = &scene;
-    params.groups[0] = PlainGroup(ReplicatorShape::Object3D, 0);
-    params.groups[0].objectPercentage = 1;
-    std::string refused;
-    BuildParticles(params, surfaces, {}, -1, 1u << 20, refused);
-    ASSERT_EQ(params.particles[0].size(), 1u);
+    ASSERT_EQ(Made().size(), 1u);
     // (1,0,0) flips to (-1,0,0), doubles, turns with the model's matrix, moves up by one.
     const Point3 expected = TransformPoint({-2, 0, 0}, model->LocalMatrix()) * R;
-    ExpectNear(params.particles[0][0].position, expected, 1e-3f, "place");
+    ExpectNear(Made()[0].position, expected, 1e-3f, "place");
     EXPECT_NEAR(Length(params.particles[0][0].normal), 1, 1e-6);
-
-    BuildParticles(params, surfaces, {}, -1, 1u << 20, refused);
     EXPECT_EQ(surfaces.reads["a.obj"], 1) << "kept over frames";
 
     model->normalizeSize = false; // 1 file unit is a hundredth
-    BuildParticles(params, surfaces, {}, -1, 1u << 20, refused);
     const Point3 small = TransformPoint({-0.02f, 0, 0}, model->LocalMatrix()) * R;
-    ExpectNear(params.particles[0][0].position, small, 1e-3f, "at its size");
+    ExpectNear(Made()[0].position, small, 1e-3f, "at its size");
 }
 
-TEST(SurfaceSampler, ForgetsWhatLongRunsNoLongerUse) {
-    FakeSurfaces surfaces;
-    Scene scene;
-    auto model = Ref<SceneModel>::Make(ModelType::File);
-    model->replicatorSource = true;
-    scene.models.push_back(model);
-    FrameParams params;
-    params.scene = &scene;
-    params.groups[0] = PlainGroup(ReplicatorShape::Object3D, 0);
-    std::string refused;
+TEST_F(SurfaceParticles, ForgetWhatLongRunsNoLongerUse) {
+    const auto model = Add("");
     for (int i = 0; i < 300; ++i) {
         model->path = std::to_string(i) + ".obj";
-        BuildParticles(params, surfaces, {}, -1, 1u << 20, refused);
+        EXPECT_TRUE(Made().empty()) << "no surface, no particles";
         EXPECT_LE(params.surfaces->geometries.size(), 65u);
         EXPECT_TRUE(params.surfaces->geometries.contains(model->path));
     }
 }
 
-TEST(SurfaceSampler, CountsAndCutsOverSeveralModels) {
-    FakeSurfaces surfaces;
+TEST_F(SurfaceParticles, AreCountedAndCutOverSeveralModels) {
     std::vector<Point3> line;
     for (int i = 0; i < 40; ++i) line.push_back({static_cast<float>(i), 0, 0});
     surfaces.Put("line.obj", line);
     surfaces.Put("dot.obj", {{0, 5, 0}});
-    Scene scene;
-    for (const char* path : {"line.obj", "dot.obj", "none.obj"}) {
-        auto model = Ref<SceneModel>::Make(ModelType::File);
-        model->path = path;
-        model->replicatorSource = true;
-        scene.models.push_back(model);
-    }
-    FrameParams params;
-    params.scene = &scene;
-    params.groups[0] = PlainGroup(ReplicatorShape::Object3D, 0);
+    for (const char* path : {"line.obj", "dot.obj", "none.obj"}) Add(path);
+    EXPECT_EQ(Made().size(), 41u);
     params.groups[0].objectPercentage = 0.5f;
-    std::string refused;
-    BuildParticles(params, surfaces, {}, -1, 1u << 20, refused);
-    EXPECT_EQ(params.particles[0].size(), 20u) << "half of 41, truncated";
+    EXPECT_EQ(Made().size(), 20u) << "half of 41, truncated";
     for (const Particle& particle : params.particles[0]) EXPECT_NE(particle.position.y, 5 * R);
-
+    params.groups[0].objectPercentage = 0.7f; // 28.7; of 40 exactly 28, though 0.7f is below 0.7
+    EXPECT_EQ(Made().size(), 28u);
+    scene.models.pop_back(), scene.models.pop_back();
+    EXPECT_EQ(Made().size(), 28u);
     params.groups[0].objectPercentage = 1;
-    BuildParticles(params, surfaces, {}, -1, 1u << 20, refused);
-    EXPECT_EQ(params.particles[0].size(), 41u);
-
     scene.models[0]->groups[0] = false;
-    BuildParticles(params, surfaces, {}, -1, 1u << 20, refused);
-    EXPECT_EQ(params.particles[0].size(), 1u);
+    EXPECT_TRUE(Made().empty());
 }
 
 TEST(Replicator, RefusesWhatMemoryCannotHold) {
@@ -327,21 +305,20 @@ TEST(Replicator, RefusesWhatMemoryCannotHold) {
     params.groups[0].gridX = params.groups[0].gridY = params.groups[0].gridZ = 1000;
     params.groups[1] = PlainGroup(ReplicatorShape::Point, 2);
     FakeSurfaces none;
-    std::string refused;
-    BuildParticles(params, none, {}, -1, std::uint64_t{8} << 30, refused);
-    EXPECT_EQ(refused, "Group 1 is not drawn: its 1000000000 particles would take 64.0 GB of memory.");
+    EXPECT_EQ(test::Build(params, none, std::uint64_t{8} << 30),
+              "Group 1 is not drawn: its 1000000000 particles would take 64.0 GB of memory.");
     EXPECT_TRUE(params.particles[0].empty());
     EXPECT_EQ(params.particles[1].size(), 2u) << "the others are drawn";
 
     // One budget for all groups: 60 of 100 are taken, then 50 are too many and 40 are not.
     const std::uint32_t wishes[] = {60, 50, 40, 1, 0};
     for (std::size_t g = 0; g < 5; ++g) params.groups[g] = PlainGroup(ReplicatorShape::Point, wishes[g]);
-    BuildParticles(params, none, {}, -1, 100 * sizeof(Particle), refused);
+    const std::string refused = test::Build(params, none, 100 * sizeof(Particle));
     const std::size_t given[] = {60, 0, 40, 0, 0};
     for (std::size_t g = 0; g < 5; ++g) EXPECT_EQ(params.particles[g].size(), given[g]) << g;
     EXPECT_NE(refused.find("Group 2 is not drawn: its 50 particles"), std::string::npos) << refused;
     EXPECT_NE(refused.find("Group 4 is not drawn"), std::string::npos) << refused;
-    BuildParticles(params, none, {}, 2, 100 * sizeof(Particle), refused);
+    EXPECT_EQ(test::Build(params, none, 100 * sizeof(Particle), 2), "");
     EXPECT_EQ(params.particles[0].size() + params.particles[2].size(), 40u) << "one group alone";
 }
 
