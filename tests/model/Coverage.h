@@ -78,7 +78,7 @@ public:
     // Calls visit(left, right) for each filled stretch of the line at height y.
     template <class F>
     void spans(double y, F&& visit) const {
-        if (!(y >= low_ && y <= high_)) return;
+        if (bands_.empty() || !(y >= low_ && y <= high_)) return;
         std::vector<std::pair<double, int>> crossings;
         for (const auto& [a, b] : bands_[band(y)]) {
             if ((a.y <= y) == (b.y <= y)) continue;

@@ -17,9 +17,9 @@ using CapContours = std::span<const std::vector<Point2>* const>;
 //
 // The edges of the triangles, those that two of them share left out, are the edges of the contours: what
 // stands on a contour's edges closes with them. An area that the contours run round n times forwards (x
-// towards y) is covered by n triangles of positive area, one that they run round backwards by one of negative
-// area. Edges that another contour's point or edge divides have a triangle without area along them. Only
-// where contours run round an area more than twice is a part left open.
+// towards y) is covered by n triangles of positive area, one that they run round backwards by as many of
+// negative area. Edges that another contour's point or edge divides have a triangle without area along them.
+// What is run round more than eight times, or crossed thousands of times, is covered but stays open.
 struct CapMesh {
     std::vector<Point2> crossings;
     std::vector<std::array<std::uint32_t, 3>> triangles;
