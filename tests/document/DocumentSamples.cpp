@@ -184,4 +184,12 @@ void FillScene(Scene& scene) {
     EXPECT_TRUE(outer->Attach(*inner, &scene, false) && inner->Attach(*leaf, &scene, false));
 }
 
+std::string LayoutOf(Bytes document, const ContainerForm& form, std::uint32_t first) {
+    std::string layout;
+    ChunkFile file(document, form);
+    while (const std::uint32_t tag = file.NextChunk())
+        if (tag >= first) layout += std::to_string(tag) + ':' + std::to_string(file.Payload().size()) + ' ';
+    return layout;
+}
+
 } // namespace velorin::test
