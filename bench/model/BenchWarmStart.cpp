@@ -56,8 +56,8 @@ bool CopyBytes(const std::vector<std::byte>& record) {
     LargeArray<std::byte> copy;
     ResizeUnwritten(copy, record.size());
     std::memcpy(copy.data(), record.data(), record.size());
-    KeepResult(copy.data());
-    return true;
+    const volatile std::byte* const seen = copy.data(); // so that the copy is made
+    return seen[record.size() / 2] == record[record.size() / 2];
 }
 
 void PrintTable(const std::string& path) {
