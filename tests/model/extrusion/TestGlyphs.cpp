@@ -163,6 +163,7 @@ double DistanceTo(const std::vector<Outline>& outlines, Vec p) {
 // Whether outlines of a symbol keep apart, and wind as they nest: holes against what they lie in.
 bool ApartAndNested(const std::vector<Outline>& outlines) {
     for (const Outline& o : outlines) {
+        if (o.empty()) return false; // collapsed
         int around = 0;
         for (const Outline& other : outlines) {
             if (&other == &o) continue;
