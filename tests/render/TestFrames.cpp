@@ -205,6 +205,7 @@ TEST_F(FrameTest, WhatWasDerivedFromALayerDiesWithIt) {
         const Point4 pixel = Draw(64, 48).at(32, 24);
         EXPECT_GT(red ? pixel.x - pixel.y : pixel.y - pixel.x, 0.5f) << pixel.x << ' ' << pixel.y;
     }
+    settings.environment = {}; // the fixture outlives the channel and the layers
 }
 
 TEST_F(FrameTest, AMaterialTakesItsPictureFromAHostLayer) {
