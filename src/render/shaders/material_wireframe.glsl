@@ -7,16 +7,26 @@ in WireframeData {
 
 float line_unit() { return renderState.wireframeSupersample ? render.lineWidthMultiplicator : 2.0; }
 
-float distance_to_line(vec2 offset, vec2 direction) { return abs(offset.x * direction.y - offset.y * direction.x); }
+float across(vec2 a, vec2 b) { return a.x * b.y - a.y * b.x; }
 
-// Pixels to the nearest edge of the triangle.
+// Pixels to the nearest edge of the triangle. A fragment whose middle lies outside a triangle that is seen whole, as those
+// on its edges do with several samples, is on its line: the distance is less than zero.
 float edge_distance() {
     vec2 position = place_in_viewport(projectionMatrix * base.viewPosition);
     vec2 fromA = position - wire.lineA.xy, fromB = position - wire.lineB.xy;
-    float nearest = min(distance_to_line(fromA, wire.lineA.zw), distance_to_line(fromB, wire.lineB.zw));
+    vec2 joint = wire.lineB.xy - wire.lineA.xy;
+    vec3 distances = vec3(across(wire.lineA.zw, fromA), across(wire.lineB.zw, fromB),
+                          across(safe_normalize(vec3(joint, 0.0)).xy, fromA));
+    if (wire.wireframeCase == 0) {
+        vec3 inside = vec3(across(wire.lineA.zw, joint), across(wire.lineB.zw, -joint), across(joint, wire.lineA.zw));
+        distances *= sign(inside);
+    } else {
+        distances = abs(distances);
+    }
+    float nearest = min(distances.x, distances.y);
     // At least two corners are in front: the edge between them is seen whole.
     if (wire.wireframeCase == 0 || wire.wireframeCase == 1 || wire.wireframeCase == 2 || wire.wireframeCase == 4)
-        nearest = min(nearest, distance_to_line(fromA, safe_normalize(vec3(wire.lineB.xy - wire.lineA.xy, 0.0)).xy));
+        nearest = min(nearest, distances.z);
     return nearest;
 }
 
