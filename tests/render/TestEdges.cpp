@@ -244,6 +244,30 @@ TEST_F(EdgeTest, LinesRunOverTheBorderOfTheFrame) {
     EXPECT_LE(differences.pixels, 2) << differences.worst;
 }
 
+// A sample beside the middle of its pixel may belong to a triangle that the middle lies outside of: it is on
+// the line, or thin lines fall apart.
+TEST_F(EdgeTest, ThinLinesOfSeveralSamples) {
+    SceneMaterial& material = Add(QuadMesh({-5, -40, 0}, {80, -40, 0}, {70, 93, 0}, {-20, 90, 0}));
+    material.diffuseColor = {0, 0, 0, 255};
+    material.wireEnable = true;
+    material.wireColor = {255, 255, 255, 255};
+    material.wireWidth = 0.5f; // 0.4 units of two pixels less than what is bright at the edge itself
+    settings.sampleCount = 4;
+    const Picture picture = Draw(kWidth, kHeight);
+    const auto samples = SamplePositions();
+    const double length = std::hypot(75, 133);
+    const auto side = [&](double x, double y) { return ((x + 5) * 133 - (y + 40) * 75) / length; };
+    for (int y = 0; y < kHeight; ++y)
+        for (int x = 0; x < kWidth; ++x) {
+            double bright = 0;
+            for (const auto& sample : samples) {
+                const double inside = side(x + double{sample[0]}, y + double{sample[1]}) > 0 ? 1 : -1;
+                bright += 0.25 * (1 - std::clamp(inside * side(x + 0.5, y + 0.5) + 0.8, 0.0, 1.0));
+            }
+            EXPECT_NEAR(picture.at(x, y).x, bright, 0.02) << x << ',' << y;
+        }
+}
+
 // A plane whose value runs linearly over the picture shows any seam between tiles of unequal size.
 TEST_F(EdgeTest, TilesOfOddSizesHaveNoSeams) {
     Add(RectMesh(-50, -50, 200, 150, 0));
