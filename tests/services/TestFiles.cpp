@@ -17,6 +17,7 @@
 
 #include <cstring>
 #include <utility>
+#include <vector>
 
 namespace velorin {
 namespace {
@@ -58,6 +59,26 @@ TEST(MappedFile, ReadsWhatStandsThere) {
     const MappedFile empty = MappedFile::Open(folder.Put("empty", ""), FileAccess::Read);
     EXPECT_TRUE(empty.valid());
     EXPECT_EQ(empty.size(), 0u);
+}
+
+// So much that several threads read it.
+TEST(MappedFile, ReadsMuchAtOnce) {
+    const TemporaryFolder folder;
+    std::string much(45'000'001, ' ');
+    std::uint32_t state = 1;
+    for (std::size_t i = 0; i < much.size(); i += 97)
+        much[i] = static_cast<char>((state = state * 1664525 + 1013904223) >> 24);
+    const std::string path = folder.Put("much", much);
+    const MappedFile file = MappedFile::Open(path, FileAccess::Read);
+    for (const std::size_t offset : {std::size_t{0}, std::size_t{4099}, std::size_t{20'000'000}}) {
+        std::vector<std::byte> read(much.size() - offset);
+        ASSERT_TRUE(file.Read(offset, read));
+        EXPECT_EQ(std::memcmp(read.data(), much.data() + offset, read.size()), 0) << offset;
+    }
+    ASSERT_EQ(truncate(path.c_str(), 44'000'000), 0);
+    std::vector<std::byte> read(much.size());
+    EXPECT_FALSE(file.Read(0, read));
+    EXPECT_TRUE(file.Read(0, std::span(read).first(44'000'000)));
 }
 
 TEST(MappedFile, RefusesWhatIsNoFile) {

@@ -1,14 +1,20 @@
 #include "platform/FileMapping.h"
 
 #include "platform/FileSystem.h"
+#include "platform/LargePages.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <limits>
+#include <system_error>
+#include <thread>
 
 namespace velorin {
 namespace {
@@ -88,12 +94,44 @@ bool TransferAll(std::uint64_t offset, Byte* bytes, std::size_t count, Transfer&
     return true;
 }
 
+// A thread reads at least this much.
+constexpr std::size_t kLeastShare = 4 * kLargePageSize;
+constexpr std::size_t kMostThreads = 4;
+
+// How many bytes each of several threads reads of `count`: whole large pages, as no two threads should wait
+// for one.
+std::size_t ShareOfRead(std::size_t count) {
+    static const std::size_t cores =
+        std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, kMostThreads); // asks the system
+    const std::size_t shares = std::clamp<std::size_t>(count / kLeastShare, 1, cores);
+    return (count / shares / kLargePageSize + 1) * kLargePageSize;
+}
+
 } // namespace
 
 bool ReadMappedFile(const FileMapping& mapping, std::uint64_t offset, std::byte* to, std::size_t count) {
-    return TransferAll(offset, to, count, [&](std::byte* bytes, std::size_t size, off_t at) {
-        return pread(mapping.file, bytes, size, at);
-    });
+    std::atomic<bool> whole = true;
+    const auto read = [&](std::size_t begin, std::size_t end) {
+        if (!TransferAll(offset + begin, to + begin, end - begin,
+                         [&](std::byte* bytes, std::size_t size, off_t at) {
+                             return pread(mapping.file, bytes, size, at);
+                         }))
+            whole = false;
+    };
+    // Half of the time the system clears the fresh pages that the bytes go to, for each thread its own.
+    const std::size_t share = ShareOfRead(count);
+    std::size_t shared = share;
+    {
+        std::array<std::jthread, kMostThreads> others; // joined at the end of the block
+        try {
+            for (std::size_t i = 0; shared < count; shared += share)
+                others.at(i++) = std::jthread(read, shared, std::min(shared + share, count));
+        } catch (const std::system_error&) { // no more threads: the rest is read here
+        }
+        read(0, std::min(share, count));
+        if (shared < count) read(shared, count);
+    }
+    return whole;
 }
 
 bool WriteMappedFile(const FileMapping& mapping, std::uint64_t offset, const std::byte* from,
