@@ -11,4 +11,10 @@ inline constexpr std::size_t kLargePageSize = 2u << 20;
 // covers stays on small ones.
 void AdviseLargePages(void* memory, std::size_t size);
 
+// Tells the system that it may take the pages, and what is in them, whenever it runs short of memory. Nobody
+// touches them from here on (in a build with the address sanitizer that is an error), until they are in use
+// again. `memory` and `size` as above.
+void MarkPagesUnused(void* memory, std::size_t size);
+void MarkPagesUsed(void* memory, std::size_t size);
+
 } // namespace velorin

@@ -14,6 +14,14 @@ namespace velorin {
 // What a row of a LargeArray is made from when whoever adds it fills it next: its memory stays as it is.
 struct Unwritten {};
 
+// Whole large pages for at least `size` bytes, not cleared; at their end they are handed back with the same
+// `size`. What was handed back last is kept, up to kMostKeptPages bytes in all, as the system clears fresh
+// pages, which takes as long as it takes to fill them. Kept pages are still the system's to take when it
+// needs memory. From any thread. Acquiring throws std::bad_alloc.
+inline constexpr std::size_t kMostKeptPages = 64u << 20;
+[[nodiscard]] void* AcquireLargePages(std::size_t size);
+void ReleaseLargePages(void* memory, std::size_t size) noexcept;
+
 // Memory for arrays that may be large. From some megabytes on they get whole large pages: the system hands
 // memory out page by page, which for small pages costs more than to fill them.
 template <class T>
@@ -26,16 +34,13 @@ public:
     LargePageAllocator(const LargePageAllocator<U>&) noexcept {}
 
     [[nodiscard]] T* allocate(std::size_t count) {
-        if (count > SIZE_MAX / sizeof(T) - kLargePageSize) throw std::bad_array_new_length();
-        if (!IsLarge(count)) return static_cast<T*>(::operator new(count * sizeof(T)));
-        const std::size_t size = (count * sizeof(T) + kLargePageSize - 1) / kLargePageSize * kLargePageSize;
-        void* const memory = ::operator new (size, std::align_val_t{kLargePageSize});
-        AdviseLargePages(memory, size);
-        return static_cast<T*>(memory);
+        if (count > SIZE_MAX / 2 / sizeof(T)) throw std::bad_array_new_length();
+        return static_cast<T*>(IsLarge(count) ? AcquireLargePages(count * sizeof(T))
+                                              : ::operator new(count * sizeof(T)));
     }
     void deallocate(T* memory, std::size_t count) noexcept {
         if (IsLarge(count))
-            ::operator delete (memory, std::align_val_t{kLargePageSize});
+            ReleaseLargePages(memory, count * sizeof(T));
         else
             ::operator delete(memory);
     }
@@ -47,8 +52,8 @@ public:
     friend bool operator==(LargePageAllocator, LargePageAllocator) { return true; }
 
 private:
-    // Half of an array's last page lies idle on average, so that it must have several.
-    static constexpr std::size_t kWorthIt = 2 * kLargePageSize;
+    // Half of an array's last page lies idle on average; up to here small pages are made sooner.
+    static constexpr std::size_t kWorthIt = kLargePageSize;
     static constexpr bool IsLarge(std::size_t count) { return count * sizeof(T) >= kWorthIt; }
 };
 
