@@ -180,6 +180,10 @@ TEST_F(Saving, AnotherProcessRendersTheSamePicture) {
     saved["effects"][0]["scene"]["models"][0]["name"] = "Other";
     Write("edited.json", saved.dump());
     EXPECT_EQ(json::parse(scene("edited.json"))["models"][0]["name"], "Other");
+    // A damaged one gives way to the bytes.
+    saved["effects"][0]["scene"]["models"][0]["typ"] = 3;
+    Write("damaged.json", saved.dump());
+    EXPECT_EQ(scene("damaged.json"), scene("p.json"));
     // Elsewhere paths lead back; the project may be the one that is open.
     std::filesystem::create_directory(folder_ / "deep");
     Run("saved.json -o a.png --set \"1. Particle Count=0\" --save deep/p.json");

@@ -125,8 +125,13 @@ void ApplyScene(const Project& project, const Effect& effect, const std::string&
     MappedFile file;
     Bytes bytes;
     if (effect.scene) {
-        if (!FlatScene(project, effect, place, host, flat, diagnostics)) return;
-        bytes = std::as_bytes(std::span(flat));
+        Diagnostics found;
+        const bool good = FlatScene(project, effect, place, host, flat, found);
+        auto& told = good || effect.storedScene ? diagnostics.warnings : diagnostics.errors;
+        for (const std::string& error : found.errors)
+            told.push_back(effect.storedScene ? error + "; the stored scene is taken instead" : error);
+        if (!good && !effect.storedScene) return;
+        bytes = std::as_bytes(std::span(good ? flat : *effect.storedScene));
     } else if (!effect.sceneFile.empty()) {
         file = MappedFile::Open(effect.sceneFile, FileAccess::Read);
         if (!file.valid()) {

@@ -232,14 +232,19 @@ private:
 
     void ReadStored(const JsonNode& node, const std::string& place, Effect& effect) {
         ObjectReader reader(source_, node, place);
-        const auto read = [&](const char* key, std::optional<std::string>& bytes) {
+        const auto read = [&](const char* key, bool needed, std::optional<std::string>& bytes) {
             const JsonNode* member = reader.Member(key, JsonKind::String);
             if (!member) return;
             bytes = FromBase64(member->text);
-            if (!bytes) reader.Error(*member, std::string(key) + " is no base64");
+            if (bytes) return;
+            const std::string reason = std::string(key) + " is no base64";
+            if (needed)
+                reader.Error(*member, reason);
+            else
+                source_.Warn(member->begin, place + ": " + reason + " and is not used");
         };
-        read("sequence", effect.storedSequence);
-        read("scene", effect.storedScene);
+        read("sequence", false, effect.storedSequence); // without it the effect is set up anew
+        read("scene", !effect.scene && effect.sceneFile.empty(), effect.storedScene);
         reader.Finish();
     }
 
