@@ -3,6 +3,7 @@
 #include "core/Velorin.h"
 #include "host/HostMemory.h"
 #include "render/MeshBuffers.h"
+#include "services/Warnings.h"
 
 #include <memory>
 #include <new>
@@ -101,6 +102,9 @@ PF_Handle AEPluginConnection::SequenceResetup(PluginCall& call, PF_Handle handle
         }
         if (record && oldLock.memory()) {
             FlatSequence flat = ReadSequence(Bytes(oldLock.as<std::byte>(), static_cast<std::size_t>(size)));
+            if (flat.damaged)
+                ReportWarning(
+                    "The stored state of an effect is damaged: what cannot be read is as in a new effect.");
             record->state = std::move(flat.state);
             record->staleModels = flat.stamp != processStamp_;
             if (!record->staleModels && velorin_) {

@@ -99,7 +99,7 @@ private:
             state.stateFlagB = Value<std::uint8_t>(payload);
             break;
         case kTagChannelSet:
-            state.channelSets.emplace_back();
+            if (state.channelSets.size() < kMostChannelSets) state.channelSets.emplace_back();
             break;
         case kTagChannelValue:
             if (set) set->values.push_back(Value<std::int32_t>(payload));
@@ -206,7 +206,8 @@ FlatSequence ReadSequence(Bytes flat) {
     ChunkFile file(flat);
     Reader reader;
     while (const std::uint32_t tag = file.NextChunk()) reader.Read(tag, file.Payload());
-    return reader.flat;
+    reader.flat.damaged = file.damaged();
+    return std::move(reader.flat);
 }
 
 } // namespace velorin

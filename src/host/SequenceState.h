@@ -14,7 +14,8 @@
 namespace velorin {
 
 inline constexpr std::size_t kPreviewViews = 7;
-inline constexpr std::size_t kNullLayers = 7; // groups 1 to 5, world transform, world position
+inline constexpr std::size_t kNullLayers = 7;           // groups 1 to 5, world transform, world position
+inline constexpr std::size_t kMostChannelSets = 10'000; // read from flat data, which may be hostile
 
 struct ChannelSet {
     std::vector<std::int32_t> values;
@@ -85,6 +86,7 @@ struct FlatSequence {
     std::uint32_t formatVersion = 0; // as the data says
     std::int64_t stamp = 0;          // 0 when there is none
     std::vector<std::uint64_t> heldModels;
+    bool damaged = false; // it was refused, or ends inside a chunk
 };
 
 // Reads as far as the bytes are good. Data that is too short or of a newer container gives the defaults;

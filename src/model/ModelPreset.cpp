@@ -52,7 +52,7 @@ public:
             picture_.pixels.assign(pixels, pixels + payload.size());
         } else if (tag == kMaterialStart) {
             StartMaterial();
-        } else {
+        } else if (!meshLimit_.Passed(tag)) {
             if (tag == kModelStart) StartModel();
             if (!model_ || !model_->ReadChunk(tag, payload, version_))
                 if (material_) material_->ReadChunk(tag, payload);
@@ -122,6 +122,7 @@ private:
     std::uint32_t version_;
     SceneModel* model_ = nullptr;
     SceneMaterial* material_ = nullptr;
+    MeshLimit meshLimit_;
     std::vector<Ref<SceneModel>> models_; // in the file's order
     std::vector<Ref<SceneMaterial>> materials_;
     PresetPicture picture_;

@@ -81,8 +81,9 @@ void ChunkFile::Begin() {
         }
         break;
     case Mode::Read:
-        if (document_.size() < magic.size()) return;
-        opened_ = BeginsWith(document_, magic) || FileVersion(magic) >= FileVersion(document_);
+        opened_ = document_.size() >= magic.size() &&
+                  (BeginsWith(document_, magic) || FileVersion(magic) >= FileVersion(document_));
+        damaged_ = !opened_;
         break;
     }
     if (opened_) cursor_ = magic.size();
@@ -121,7 +122,7 @@ void ChunkFile::WriteString(std::uint32_t tag, std::string_view text) {
 std::uint32_t ChunkFile::NextChunk() {
     if (!begun_) Begin();
     payload_ = {};
-    if (!opened_ || mode_ != Mode::Read) return 0;
+    if (!opened_ || ended_ || mode_ != Mode::Read) return 0;
     ByteReader reader(document_);
     const auto header = [&]() -> std::optional<std::uint32_t> {
         if (form_.narrow) {
@@ -135,7 +136,8 @@ std::uint32_t ChunkFile::NextChunk() {
     const auto length = tag ? header() : std::nullopt;
     const auto payload = length ? reader.Take(*length) : std::nullopt;
     if (!payload || *tag == 0) {
-        cursor_ = document_.size();
+        ended_ = true;
+        damaged_ = cursor_ != document_.size() && tag != 0u;
         return 0;
     }
     payload_ = *payload;

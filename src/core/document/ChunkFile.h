@@ -74,6 +74,10 @@ public:
     [[nodiscard]] std::uint64_t PayloadLength() const { return payload_.size(); }
 
     [[nodiscard]] bool opened() const { return opened_; }
+    // Reading: the magic was refused, or the document has ended inside a chunk. Known at its end.
+    [[nodiscard]] bool damaged() const { return damaged_; }
+    // Reading: bytes up to the end of the current chunk; at the end, of all that could be read.
+    [[nodiscard]] std::uint64_t bytesRead() const { return cursor_; }
     [[nodiscard]] bool begun() const { return begun_; }
     [[nodiscard]] Mode mode() const { return mode_; }
     [[nodiscard]] const std::string& path() const { return path_; }
@@ -96,6 +100,8 @@ private:
     Mode mode_;
     bool opened_ = false;
     bool begun_ = false;
+    bool ended_ = false; // reading has met the last chunk
+    bool damaged_ = false;
     ContainerForm form_;
     Bytes document_;                 // read: the whole of it
     std::byte* buffer_ = nullptr;    // write into memory of the caller

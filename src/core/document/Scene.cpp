@@ -2,9 +2,10 @@
 
 #include "core/document/ChunkFile.h"
 #include "core/document/FieldTable.h"
-#include "services/Log.h"
+#include "services/Warnings.h"
 
 #include <algorithm>
+#include <string>
 #include <unordered_map>
 
 namespace velorin {
@@ -55,8 +56,8 @@ public:
                 ReadFields(kChannelFields, *field, &scene_.environment, payload, version_);
         } else if (tag == kBinding) {
             bound_ = Bind(PayloadReader(payload).Take<std::uint32_t>());
-        } else if (tag == kBindingEnabled && !bound_) {
-            return; // of a binding that was dropped
+        } else if ((tag == kBindingEnabled && !bound_) || meshLimit_.Passed(tag)) {
+            return; // of a binding that was dropped, or of one mesh too many
         } else if (!model_ || !model_->ReadChunk(tag, payload, version_)) {
             if (material_) material_->ReadChunk(tag, payload);
         }
@@ -90,6 +91,7 @@ private:
     std::uint32_t version_;
     SceneMaterial* material_ = nullptr;
     SceneModel* model_ = nullptr;
+    MeshLimit meshLimit_;
     bool bound_ = false;                  // the last binding was taken
     std::vector<Ref<SceneModel>> models_; // in the document's order
 };
@@ -142,12 +144,16 @@ std::vector<SceneModel*> Scene::Flatten() const {
 
 std::int32_t Scene::IndexOf(const SceneMaterial* material) const {
     if (!material) return -1;
-    // Where it stood when it was read is where it mostly still stands.
-    const auto hint = static_cast<std::size_t>(material->index);
-    if (material->index >= 0 && hint < materials.size() && materials[hint] == material)
-        return material->index;
-    const auto found = std::find(materials.begin(), materials.end(), material);
-    return found == materials.end() ? -1 : static_cast<std::int32_t>(found - materials.begin());
+    const auto known = [&] {
+        const std::int32_t place = material->place.load(std::memory_order_relaxed);
+        const bool stands = place >= 0 && static_cast<std::size_t>(place) < materials.size() &&
+                            materials[static_cast<std::size_t>(place)] == material;
+        return stands ? place : -1;
+    };
+    if (known() < 0) // all at once, since who writes a document asks for one after the other
+        for (auto i = static_cast<std::int32_t>(materials.size()) - 1; i >= 0; --i)
+            materials[static_cast<std::size_t>(i)]->place.store(i, std::memory_order_relaxed);
+    return known();
 }
 
 std::size_t Scene::Write(std::byte* buffer, std::size_t size) const {
@@ -173,11 +179,13 @@ bool Scene::Read(Bytes flat) {
     environment = EnvironmentChannel(kDefaultEnvironmentPath);
     ChunkFile file(flat, kSceneForm);
     file.Begin();
-    if (!file.opened()) return false;
     DocumentReader reader(*this, file.version());
     while (const std::uint32_t tag = file.NextChunk()) reader.Take(tag, file.Payload());
     reader.BuildTree();
-    return true;
+    if (file.damaged() && !flat.empty())
+        ReportWarning("The scene's data is damaged: only " + std::to_string(file.bytesRead()) + " of its " +
+                      std::to_string(flat.size()) + " bytes could be read.");
+    return file.opened();
 }
 
 } // namespace velorin

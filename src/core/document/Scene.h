@@ -20,7 +20,21 @@ inline constexpr const char* kThumbnailEnvironmentPath = "Materials/Material_Thu
 // A chunk of five bytes makes a record of a thousand: bounds on what a hostile document can make of its
 // bytes, far above any scene that was made by hand.
 inline constexpr std::size_t kMostDocumentRecords = 100'000;
+inline constexpr std::size_t kMostDocumentMeshes = 500'000;
 inline constexpr std::size_t kDeepestFolder = 1'000;
+
+// Says of each tag of a document, in order, whether it belongs to a mesh behind the most that one may have.
+class MeshLimit {
+public:
+    [[nodiscard]] bool Passed(std::uint32_t tag) {
+        constexpr std::uint32_t kMesh = 400, kLastOfMesh = 416;
+        if (tag == kMesh) ++meshes_;
+        return meshes_ > kMostDocumentMeshes && tag >= kMesh && tag <= kLastOfMesh;
+    }
+
+private:
+    std::size_t meshes_ = 0;
+};
 
 // Puts models that stand in the order of a document, a folder before its contents, into their folders by
 // their depths as stored, sets the true depths and returns the top level. A model that finds no place is left
@@ -64,7 +78,8 @@ public:
     // Whether the flat document is `flat`: what tells that an edit changed nothing.
     [[nodiscard]] bool HasContent(Bytes flat) const;
     // Clears the scene, puts the environment back to its default and rebuilds all from a flat document. A
-    // damaged one gives what could be read; false when its magic was refused, the scene then being empty.
+    // damaged one gives what could be read, with a warning; false when its magic was refused, the scene then
+    // being empty.
     bool Read(Bytes flat);
 };
 

@@ -6,6 +6,7 @@
 #include "services/ByteReader.h"
 
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -152,9 +153,10 @@ public:
     std::vector<std::uint8_t> thumbnail; // RGBA pixels that a preset came with
 
     AssetContext* context;
-    bool needsTextures = true;   // set when a channel's path changed; cleared by who loads the textures
-    std::uint32_t previewId = 0; // thumbnail job, given back to the context at the end
-    std::uint32_t currentChannel = kNoChannel; // read cursor: the channel that the tags 701 to 714 go to
+    bool needsTextures = true; // set when a channel's path changed; cleared by who loads the textures
+    mutable std::atomic<std::int32_t> place{-1}; // where Scene::IndexOf found it last; only a hint
+    std::uint32_t previewId = 0;                 // thumbnail job, given back to the context at the end
+    std::uint32_t currentChannel = kNoChannel;   // read cursor: the channel that the tags 701 to 714 go to
     static constexpr std::uint32_t kNoChannel = 0xffffffff;
 
     [[nodiscard]] TextureChannel& channel(Channel number) {
