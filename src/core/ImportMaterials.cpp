@@ -3,9 +3,9 @@
 #include "core/document/Scene.h"
 #include "core/document/SceneMaterial.h"
 #include "core/document/SceneModel.h"
+#include "services/StringConversion.h"
 
 #include <algorithm>
-#include <cctype>
 
 namespace velorin {
 
@@ -31,8 +31,7 @@ bool IsPlain(const ModelMaterial& material) {
 
 // A "bump" statement names a height map or, in newer files, a normal map; only the file's name tells.
 bool LooksLikeNormalMap(const std::string& path) {
-    std::string name = path.substr(path.find_last_of("/\\") + 1);
-    std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) { return std::tolower(c); });
+    const std::string name = SmallLetters(path.substr(path.find_last_of("/\\") + 1));
     return name.find("norm") != std::string::npos || name.find("nrm") != std::string::npos ||
            name.find("_n.") != std::string::npos;
 }

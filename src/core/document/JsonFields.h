@@ -5,9 +5,7 @@
 #include "core/document/SceneModel.h"
 #include "core/document/TextureChannel.h"
 
-#include <cctype>
 #include <string>
-#include <string_view>
 
 // What reading and writing a scene as JSON share.
 namespace velorin {
@@ -23,12 +21,6 @@ inline constexpr ChannelKey kChannelKeys[] = {
     {Channel::Normal, "normal"},         {Channel::Environment, "environment"},
     {Channel::Reflection, "reflection"}, {Channel::Displacement, "displacement"},
 };
-
-[[nodiscard]] inline std::string LowerCase(std::string_view text) {
-    std::string lower(text);
-    for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return lower;
-}
 
 // What a model of this type is called in `path` when nothing else is said; empty for the types with a file.
 [[nodiscard]] inline std::string DefaultModelPath(ModelType type, PrimitiveKind primitive) {

@@ -2,8 +2,10 @@
 #include "core/document/Scene.h"
 #include "services/Library.h"
 #include "services/Paths.h"
+#include "services/StringConversion.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <filesystem>
 #include <limits>
@@ -18,7 +20,7 @@ using nlohmann::json;
 
 // Levenshtein distance without regard to case.
 std::size_t Distance(const std::string& first, const std::string& second) {
-    const std::string a = LowerCase(first), b = LowerCase(second);
+    const std::string a = SmallLetters(first), b = SmallLetters(second);
     std::vector<std::size_t> row(b.size() + 1);
     std::iota(row.begin(), row.end(), std::size_t{0});
     for (std::size_t i = 0; i < a.size(); ++i) {
@@ -172,7 +174,7 @@ private:
             const auto& text = value.get_ref<const std::string&>();
             std::vector<std::string> known;
             for (const FieldLabel& label : field.labels) {
-                if (LowerCase(text) == LowerCase(label.text)) return result = label.value, true;
+                if (SmallLetters(text) == SmallLetters(label.text)) return result = label.value, true;
                 known.emplace_back(label.text);
             }
             return Fail(at, "unknown choice " + Quoted(text) + "; the nearest known one is " +
@@ -402,12 +404,13 @@ private:
             return velorin::IsList(field->kind) ? ParseModelList(model, *field, value, place)
                                                 : ReadValue(value, place, *field, &model);
         for (const FieldLabel& label : kModelFields.Find(210)->labels)
-            if (key == LowerCase(label.text))
+            if (key == SmallLetters(label.text))
                 return ParsePlainRecord(value, place, kModelFields, &model, "a primitive",
                                         static_cast<PrimitiveKind>(label.value));
         std::vector<std::string> known = Keys(kModelFields, PrimitiveKind::None);
         known.emplace_back("children");
-        for (const FieldLabel& label : kModelFields.Find(210)->labels) known.push_back(LowerCase(label.text));
+        for (const FieldLabel& label : kModelFields.Find(210)->labels)
+            known.push_back(SmallLetters(label.text));
         return UnknownKey(at, key, known);
     }
 

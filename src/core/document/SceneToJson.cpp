@@ -189,7 +189,7 @@ private:
                        const SceneModel& fresh) const {
         Json value = ValueToJson(field, &model);
         if (all_ || value != ValueToJson(field, &fresh))
-            object[LowerCase(PrimitiveLabel(field.block))][field.name] = std::move(value);
+            object[SmallLetters(PrimitiveLabel(field.block))][field.name] = std::move(value);
     }
 
     Json List(FieldKind kind, const SceneModel& model) const {
