@@ -1,5 +1,7 @@
 #include "render/MaterialHarness.h"
 
+#include "render/ShadingReference.h"
+
 #include <GL/glew.h>
 
 #include <cmath>
@@ -67,12 +69,6 @@ Surface Ball(float radius, int slices, int stacks) {
                 ball.triangles.push_back(outward ? t : Triangle{t[0], t[2], t[1]});
             }
     return ball;
-}
-
-Point3 CubeDirection(int face, float s, float t) {
-    const float a = 2 * s - 1, b = 2 * t - 1;
-    const Point3 directions[] = {{1, -b, -a}, {-1, -b, a}, {a, 1, b}, {a, -1, -b}, {a, -b, 1}, {-a, -b, -1}};
-    return Normalized(directions[face]);
 }
 
 MaterialHarness::MaterialHarness(int width, int height)
@@ -165,10 +161,10 @@ void MaterialHarness::SetCube(TextureUnit unit, int side, int levels,
             std::vector<Point4> pixels;
             for (int y = 0; y < n; ++y)
                 for (int x = 0; x < n; ++x)
-                    pixels.push_back(
-                        colour(CubeDirection(face, (static_cast<float>(x) + 0.5f) / static_cast<float>(n),
-                                             (static_cast<float>(y) + 0.5f) / static_cast<float>(n)),
-                               level));
+                    pixels.push_back(colour(
+                        reference::CubeDirection(face, (static_cast<float>(x) + 0.5f) / static_cast<float>(n),
+                                                 (static_cast<float>(y) + 0.5f) / static_cast<float>(n)),
+                        level));
             glTexImage2D(GL_TEXTURE_CUBE_MAP_POSITIVE_X + static_cast<GLenum>(face), level, GL_RGBA32F, n, n,
                          0, GL_RGBA, GL_FLOAT, pixels.data());
         }

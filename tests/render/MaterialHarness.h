@@ -109,7 +109,4 @@ protected:
 
 void ExpectColour(Point3 got, Point3 want, float tolerance);
 
-// The direction of texel (x, y) of a cube's face, by the rules of GL.
-[[nodiscard]] Point3 CubeDirection(int face, float s, float t);
-
 } // namespace velorin::test

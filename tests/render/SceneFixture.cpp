@@ -2,7 +2,16 @@
 
 #include "render/gl/Handles.h"
 
+#include <cmath>
+
 namespace velorin::test {
+
+void ExpectColour(Point4 got, Point4 want, float tolerance) {
+    const auto far = [&](float a, float b) { return !(std::abs(a - b) <= tolerance); };
+    if (far(got.x, want.x) || far(got.y, want.y) || far(got.z, want.z) || far(got.w, want.w))
+        ADD_FAILURE() << got.x << ' ' << got.y << ' ' << got.z << ' ' << got.w << " for " << want.x << ' '
+                      << want.y << ' ' << want.z << ' ' << want.w;
+}
 
 CameraState CompCamera(int width, int height) {
     CameraState camera;
@@ -23,6 +32,12 @@ CameraState CompCamera(int width, int height) {
     p(3, 2) = -2 * camera.farPlane * camera.nearPlane / (camera.farPlane - camera.nearPlane);
     p(3, 3) = 0;
     return camera;
+}
+
+Point3 PointUnder(const CameraState& camera, int x, int y, Point3 point, Point3 normal) {
+    const Point3 eye = camera.position;
+    const Point3 ray{static_cast<float>(x) + 0.5f - eye.x, static_cast<float>(y) + 0.5f - eye.y, -eye.z};
+    return eye + ray * (Dot(point - eye, normal) / Dot(ray, normal));
 }
 
 PreparedMesh QuadMesh(Point3 a, Point3 b, Point3 c, Point3 d) {

@@ -23,9 +23,14 @@ struct Picture {
     }
 };
 
+void ExpectColour(Point4 got, Point4 want, float tolerance = 0.002f);
+
 // The host's camera of a composition without one: 1 unit of the plane z = 0 is one pixel, world (0, 0, 0) is
 // the picture's top left corner.
 [[nodiscard]] CameraState CompCamera(int width, int height);
+
+// Where the ray through the middle of a pixel of CompCamera meets a plane through `point`.
+[[nodiscard]] Point3 PointUnder(const CameraState& camera, int x, int y, Point3 point, Point3 normal);
 
 // A flat quad through four corners, clockwise as seen in the picture from its front, with one normal.
 [[nodiscard]] PreparedMesh QuadMesh(Point3 a, Point3 b, Point3 c, Point3 d);

@@ -97,6 +97,20 @@ inline Point2 PictureOf(Point3 d) {
             static_cast<float>(0.5 + std::asin(std::clamp(d.y / Length(d), -1.0f, 1.0f)) / 3.14159265)};
 }
 
+// The direction of the point (s, t), both 0 to 1, of a cube's face, by OpenGL's table ("Cube map texture
+// selection").
+inline Point3 CubeDirection(int face, float s, float t) {
+    const float a = 2 * s - 1, b = 2 * t - 1;
+    const Point3 directions[] = {{1, -b, -a}, {-1, -b, a}, {a, 1, b}, {a, -1, -b}, {a, -b, 1}, {-a, -b, -1}};
+    return Normalized(directions[face]);
+}
+
+// Of the microfacets' normals by their angle to the surface's, GGX: how many are within `angle`.
+inline double ShareWithin(double angle, double roughness) {
+    const double slope = std::tan(angle) * std::tan(angle);
+    return slope / (roughness * roughness + slope);
+}
+
 inline Point3 Reflected(Point3 incoming, Point3 n) {
     return incoming - n * (2 * Dot(incoming, n));
 }

@@ -63,25 +63,25 @@ TEST_F(DrawOrder, GroupsByModelOrByDepth) {
 }
 
 TEST_F(DrawOrder, WhatDiffersInAnyKeyIsAGroupOfItsOwn) {
-    Fill("aaa", {1, 1, 1});
+    MeshBuffers other{PreparedMesh{}};
+    Fill("aaaaa", {1, 1, 1, 1, 1});
     list.records[1].finishModel = &b;
     list.records[2].layerSet = 1;
-    EXPECT_EQ(Built(false), "0|1|2");
+    list.records[3].geometry = &other;
+    for (const bool sorted : {false, true}) EXPECT_EQ(Built(sorted), sorted ? "0|1|2|3|4" : "04|1|2|3");
+    list.records.erase(list.records.begin() + 1);
+    EXPECT_EQ(Built(true), "0|1|2|3"); // neighbours by nothing but the set of layers
 }
 
 TEST_F(DrawOrder, SortsManyRecordsAsTheLibraryDoes) {
-    std::vector<std::uint32_t> expected;
+    std::vector<std::uint32_t> expected(1000);
+    std::vector<float> distances;
     for (std::uint32_t i = 0; i < 1000; ++i) {
-        DrawRecord record;
-        record.model = &a;
-        record.geometry = &mesh;
-        record.distance = static_cast<float>((i * 7919) % 97);
-        list.records.push_back(record);
-        expected.push_back(i);
+        expected[i] = i;
+        distances.push_back(static_cast<float>((i * 7919) % 97));
     }
-    std::stable_sort(expected.begin(), expected.end(), [&](std::uint32_t x, std::uint32_t y) {
-        return list.records[x].distance > list.records[y].distance;
-    });
+    Fill(std::string(1000, 'a'), distances);
+    std::ranges::stable_sort(expected, std::greater(), [&](std::uint32_t i) { return distances[i]; });
     groups.Build(list, true);
     ASSERT_EQ(groups.groups().size(), 1u);
     EXPECT_TRUE(std::ranges::equal(groups.recordsOf(groups.groups()[0]), expected));
@@ -118,30 +118,24 @@ std::string Walks(const MaterialSettings& material, const MaterialSettings* seco
 }
 
 TEST(Walks, FollowTheMaterial) {
-    MaterialSettings plain;
+    const MaterialSettings plain;
+    const auto with = [&](auto member, auto value) {
+        MaterialSettings changed = plain;
+        changed.*member = value;
+        return changed;
+    };
+    using M = MaterialSettings;
+    const M add = with(&M::blendMode, MaterialBlend::Add), clear = with(&M::forceOpacity, 0.0f);
     EXPECT_EQ(Walks(plain), "o1phm");
     EXPECT_EQ(Walks(plain, nullptr, 0.5f), "t1ph"); // a mirror has a translucent step of its own
-    MaterialSettings add = plain, screen = plain;
-    add.blendMode = MaterialBlend::Add;
-    screen.blendMode = MaterialBlend::Screen;
     EXPECT_EQ(Walks(add), "a1ph");
-    EXPECT_EQ(Walks(screen), "s1ph");
+    EXPECT_EQ(Walks(with(&M::blendMode, MaterialBlend::Screen)), "s1ph");
     EXPECT_EQ(Walks(plain, &add), "a1p"); // the higher mode; no shadow: layers wait for a blending step
     EXPECT_EQ(Walks(plain, &plain), "t1p");
-    MaterialSettings unseen = plain;
-    unseen.visibleToCamera = false;
-    EXPECT_EQ(Walks(unseen), "hm");
-    MaterialSettings shadowless = plain;
-    shadowless.castShadow = false;
-    EXPECT_EQ(Walks(shadowless), "o1pm");
-    MaterialSettings mirrorless = plain;
-    mirrorless.visibleToReflections = false;
-    EXPECT_EQ(Walks(mirrorless), "o1ph");
-    MaterialSettings noGlow = plain;
-    noGlow.invisibleToAOGlow = true;
-    EXPECT_EQ(Walks(noGlow), "o1hm");
-    MaterialSettings clear = plain;
-    clear.forceOpacity = 0;
+    EXPECT_EQ(Walks(with(&M::visibleToCamera, false)), "hm");
+    EXPECT_EQ(Walks(with(&M::castShadow, false)), "o1pm");
+    EXPECT_EQ(Walks(with(&M::visibleToReflections, false)), "o1ph");
+    EXPECT_EQ(Walks(with(&M::invisibleToAOGlow, true)), "o1hm");
     EXPECT_EQ(Walks(clear), "");
     EXPECT_EQ(Walks(clear, &plain), "t1p"); // the other layer is still there
 }
@@ -150,25 +144,24 @@ TEST(MattePlane, FadesWithTheAngleOfTheCamera) {
     CameraState camera;
     camera.position = {0, 0, -100};
     camera.view = Matrix::Translation({0, 0, 100}) * Matrix::Scale({1, 1, -1});
-    MatteSettings matte;
-    MattePlane plane = ComputeMattePlane(matte, camera);
-    EXPECT_NEAR(plane.direction.z, 1, 1e-6f);
-    EXPECT_EQ(plane.clipValue, 1);
-
-    matte.faceCamera = true;
-    matte.position = {30, 0, 20};
-    plane = ComputeMattePlane(matte, camera);
-    EXPECT_NEAR(plane.direction.z, 1, 1e-6f); // the way the camera looks
-    EXPECT_NEAR(plane.position.z, 20, 1e-4f);
-
-    // The plane turned by 15 degrees: half of a fade of 30.
-    matte = {};
-    matte.rotationY = 15;
-    matte.invertFromBack = true;
-    plane = ComputeMattePlane(matte, camera);
-    EXPECT_NEAR(plane.clipValue, 0.5f, 0.002f);
-    matte.rotationY = 165; // seen from its back, turned to face on
-    EXPECT_NEAR(ComputeMattePlane(matte, camera).clipValue, 0.5f, 0.002f);
+    struct Row {
+        float rotationY;
+        bool faceCamera, invertFromBack;
+        float clip;
+    };
+    // Turned by 15 degrees: half of a fade of 30, also when seen from its back.
+    for (const Row& row : {Row{0, false, false, 1}, Row{0, true, false, 1}, Row{15, false, true, 0.5f},
+                           Row{165, false, true, 0.5f}}) {
+        MatteSettings matte;
+        matte.position = row.faceCamera ? Point3{30, 0, 20} : Point3{};
+        matte.rotationY = row.rotationY;
+        matte.faceCamera = row.faceCamera, matte.invertFromBack = row.invertFromBack;
+        const MattePlane plane = ComputeMattePlane(matte, camera);
+        EXPECT_NEAR(plane.clipValue, row.clip, 0.002f) << row.rotationY;
+        EXPECT_NEAR(plane.direction.z, std::cos(kPi / 12 * (row.rotationY > 0 ? 1.0f : 0.0f)), 1e-4f);
+        EXPECT_NEAR(plane.position.z, matte.position.z, 1e-4f);
+        EXPECT_NEAR(plane.position.x, 0, 1e-4f); // straight ahead of a camera that it faces
+    }
 }
 
 } // namespace

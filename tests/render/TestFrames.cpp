@@ -73,7 +73,6 @@ TEST_F(FrameTest, PickingTellsPositionNormalAndObject) {
     instance(1).objectIndex = 7;
     settings.picking = true;
     (void)Draw(64, 48);
-    const Point3 eye = settings.camera.position;
     struct Row {
         int x, y;
         Point3 point, normal; // of the plane that the pixel's ray meets
@@ -83,12 +82,8 @@ TEST_F(FrameTest, PickingTellsPositionNormalAndObject) {
                            Row{2, 40, {0, 0, 60}, {0, 0, -1}, 0}}) {
         PickResult hit;
         ASSERT_TRUE(renderer().PickAt(row.x, row.y, hit));
-        const Point3 ray{static_cast<float>(row.x) + 0.5f - eye.x, static_cast<float>(row.y) + 0.5f - eye.y,
-                         -eye.z};
-        const Point3 expected = eye + ray * (Dot(row.point - eye, row.normal) / Dot(ray, row.normal));
-        EXPECT_NEAR(hit.worldX, expected.x, 0.05f);
-        EXPECT_NEAR(hit.worldY, expected.y, 0.05f);
-        EXPECT_NEAR(hit.worldZ, expected.z, 0.05f);
+        const Point3 expected = test::PointUnder(settings.camera, row.x, row.y, row.point, row.normal);
+        EXPECT_LT(Length(Point3{hit.worldX, hit.worldY, hit.worldZ} - expected), 0.05f);
         EXPECT_NEAR(hit.normalX, row.normal.x, 0.002f);
         EXPECT_NEAR(hit.normalZ, row.normal.z, 0.002f);
         ASSERT_LT(hit.objectId, scene->pickList().size());
@@ -128,10 +123,9 @@ TEST_F(FrameTest, ThePanoramaHasEachDirectionInItsPlace) {
     }
     const Picture picture = Draw(kWidth, kHeight);
     for (const Side& side : sides) {
-        const Point4 pixel = picture.at(side.x, side.y);
-        EXPECT_NEAR(pixel.x, side.colour.r / 255.0f, 0.002f) << side.x << "," << side.y;
-        EXPECT_NEAR(pixel.y, side.colour.g / 255.0f, 0.002f) << side.x << "," << side.y;
-        EXPECT_NEAR(pixel.z, side.colour.b / 255.0f, 0.002f) << side.x << "," << side.y;
+        SCOPED_TRACE(testing::Message() << side.x << "," << side.y);
+        const Colour c = side.colour;
+        test::ExpectColour(picture.at(side.x, side.y), {c.r / 255.0f, c.g / 255.0f, c.b / 255.0f, 1});
     }
     // The edge between ahead and right lies at three eighths to the right: 45 degrees.
     EXPECT_GT(picture.at(79, 32).x, 0.9f);
@@ -179,10 +173,8 @@ TEST_F(FrameTest, TheBackgroundShowsTheEnvironmentBehindTheScene) {
                                  64 * 50 / 36.0f};
                 const float u = std::atan2(ray.x, ray.z) / (2 * kPi) + 0.5f;
                 const float v = std::atan2(ray.y, std::hypot(ray.x, ray.z)) / kPi + 0.5f;
-                const Point4 pixel = picture.at(x, y);
-                EXPECT_NEAR(pixel.x, u, 0.02f) << x << "," << y << " " << orthographic;
-                EXPECT_NEAR(pixel.y, v, 0.02f) << x << "," << y << " " << orthographic;
-                EXPECT_NEAR(pixel.w, 1, 0.002f);
+                SCOPED_TRACE(testing::Message() << x << "," << y << " " << orthographic);
+                test::ExpectColour(picture.at(x, y), {u, v, 0.25f, 1}, 0.02f);
             }
         }
 }
@@ -221,14 +213,12 @@ TEST_F(FrameTest, AMaterialTakesItsPictureFromAHostLayer) {
     list.layers.resize(2 * kCustomLayers);
     list.layers[kCustomLayers + 3] = &layer;
     list.records[0].layerSet = 1;
-    Picture picture = Draw(64, 48);
-    EXPECT_GT(picture.at(16, 12).x, 0.95f); // red at the top left
-    EXPECT_LT(picture.at(16, 12).y, 0.05f);
-    EXPECT_GT(picture.at(48, 12).y, 0.95f); // green at the top right
-    EXPECT_GT(picture.at(16, 36).z, 0.95f); // blue at the lower left
-    list.records[0].layerSet = 0;           // another instance's layers: none, so white
-    picture = Draw(64, 48);
-    EXPECT_GT(picture.at(16, 12).y, 0.95f);
+    const Picture picture = Draw(64, 48);
+    test::ExpectColour(picture.at(16, 12), {1, 0, 0, 1}, 0.05f);
+    test::ExpectColour(picture.at(48, 12), {0, 1, 0, 1}, 0.05f);
+    test::ExpectColour(picture.at(16, 36), {0, 0, 1, 1}, 0.05f);
+    list.records[0].layerSet = 0; // another instance's layers: none, so white
+    test::ExpectColour(Draw(64, 48).at(16, 12), {1, 1, 1, 1});
 }
 
 } // namespace

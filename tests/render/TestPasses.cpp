@@ -8,6 +8,7 @@ namespace velorin {
 namespace {
 
 using test::BoxMesh;
+using test::ExpectColour;
 using test::Picture;
 using test::QuadMesh;
 using test::RectMesh;
@@ -17,24 +18,17 @@ using PassTest = SceneTest;
 
 constexpr int kWidth = 64, kHeight = 48;
 
-void ExpectColour(Point4 actual, Point4 expected, float tolerance = 0.002f) {
-    EXPECT_NEAR(actual.x, expected.x, tolerance);
-    EXPECT_NEAR(actual.y, expected.y, tolerance);
-    EXPECT_NEAR(actual.z, expected.z, tolerance);
-    EXPECT_NEAR(actual.w, expected.w, tolerance);
-}
-
 TEST_F(PassTest, APlaneOfTheCompLandsOnItsPixels) {
     test::MakeMatte(Add(RectMesh(10, 5, 30, 20)), {255, 0, 0, 255});
+    test::MakeMatte(Add(RectMesh(0, 0, 64, 48, -5)), {0, 0, 255, 255});
+    materials[1].visibleToCamera = false;
     for (const RenderMode mode : {RenderMode::Full, RenderMode::Draft}) {
         settings.renderMode = mode;
         const Picture picture = Draw(kWidth, kHeight);
         for (int y = 0; y < kHeight; ++y)
             for (int x = 0; x < kWidth; ++x) {
-                const bool inside = x >= 10 && x < 30 && y >= 5 && y < 20;
-                const Point4 pixel = picture.at(x, y);
-                ASSERT_NEAR(pixel.x, inside ? 1 : 0, 0.002f) << x << "," << y;
-                ASSERT_NEAR(pixel.w, inside ? 1 : 0, 0.002f) << x << "," << y;
+                const float inside = x >= 10 && x < 30 && y >= 5 && y < 20;
+                ExpectColour(picture.at(x, y), {inside, 0, 0, inside});
             }
     }
 }
@@ -53,20 +47,39 @@ TEST_F(PassTest, NearerSurfacesHideFartherOnesAndBackFacesAreCulled) {
     ExpectColour(picture.at(48, 16), {0, 0, 1, 1});
 }
 
+// A box of which one sees the outside, lit by a light along the view: the inside is dark. The second mesh of
+// the geometry is a wall that lies askew and has a matrix of its own.
 TEST_F(PassTest, MirroredInstancesShowTheirFronts) {
-    // A box mirrored through x, then turned back by the model's own flip: both must look solid from outside.
     settings.lights[0].type = LightType::Parallel;
     settings.lights[0].direction = {0, 0, 1}; // into the scene
-    test::MakeMatte(
-        Add(BoxMesh({-8, -8, -8}, {8, 8, 8}), Matrix::Scale({-1, 1, 1}) * Matrix::Translation({16, 24, 0})),
-        kWhite);
-    instance(0).flip = true;
-    test::MakeMatte(Add(BoxMesh({-8, -8, -8}, {8, 8, 8}), Matrix::Translation({48, 24, 0})), kWhite);
-    model(1).flip[1] = true;
-    const Picture picture = Draw(kWidth, kHeight);
-    // The nearest face is at z = -8, straight towards the light: full diffuse light, not the dark inside.
-    ExpectColour(picture.at(16, 24), {1, 1, 1, 1});
-    ExpectColour(picture.at(48, 24), {1, 1, 1, 1});
+    PreparedMesh mesh = BoxMesh({-8, -8, -8}, {8, 8, 8});
+    const PreparedMesh wall = RectMesh(-8, -8, 8, 8);
+    for (const Triangle& t : wall.triangles) mesh.triangles.push_back({t[0] + 24, t[1] + 24, t[2] + 24});
+    mesh.vertices.insert(mesh.vertices.end(), wall.vertices.begin(), wall.vertices.end());
+    mesh.meshes.push_back(wall.meshes[0]);
+    mesh.meshes[1].groups[0].firstIndex = 12;
+    Add(std::move(mesh)).twoSidedLighting = false;
+    struct Row {
+        Point3 scale;
+        bool mirrored;
+        std::array<bool, 3> flip;
+    };
+    for (const Row& row : {Row{{1, 1, 1}, false, {}},
+                           {{-1, 1, 1}, true, {}},
+                           {{1, 1, 1}, false, {false, true, false}},
+                           {{1, 1, 1}, false, {true, true, false}},
+                           {{1, -1, 1}, true, {true, false, false}}}) {
+        model(0).flip = row.flip;
+        instance(0).modelMatrix = Matrix::Scale(row.scale) * Matrix::Translation({16, 24, 0});
+        instance(1).modelMatrix = Matrix::Scale(row.scale) *
+                                  ToMatrix(QuaternionFromEuler(0, row.flip[0] ? -0.6f : 0.6f, 0)) *
+                                  Matrix::Translation({48, 24, 0});
+        instance(0).flip = instance(1).flip = row.mirrored;
+        const Picture picture = Draw(kWidth, kHeight);
+        ExpectColour(picture.at(16, 24), {1, 1, 1, 1});
+        const float askew = std::cos(0.6f);
+        ExpectColour(picture.at(48, 24), {askew, askew, askew, 1});
+    }
 }
 
 TEST_F(PassTest, MeshesWithoutNormalsAreShadedByTheirFaces) {
@@ -131,6 +144,11 @@ TEST_F(PassTest, AdditiveAndScreenMaterialsWaitForTheirSteps) {
     ExpectColour(picture.at(48, 24), {0.2f, 1, 0.2f, 1}); // 1 + 0.2 * (1 - 1)
     ExpectColour(picture.at(32, 24), {0.2f, 0.2f, 0.2f, 1});
 
+    // Each step only draws its own, whether there is the other or not.
+    add.blendMode = MaterialBlend::Screen;
+    ExpectColour(Draw(kWidth, kHeight).at(16, 24), {1, 0.2f, 0.2f, 1});
+    add.blendMode = MaterialBlend::Add;
+
     // Behind something solid they stay hidden.
     list.instances[1].modelMatrix = Matrix::Translation({0, 0, 20});
     ExpectColour(Draw(kWidth, kHeight).at(16, 24), {0.2f, 0.2f, 0.2f, 1});
@@ -174,25 +192,25 @@ TEST_F(PassTest, TwoLayersMixByTheRecordsShare) {
     list.records[0].finishModel = &finish;
     list.records[0].finishGeometry = list.records[0].geometry;
     test::MakeMatte(Add(RectMesh(0, 0, 64, 48, 10)), {0, 0, 0, 255});
-    instance(0).layerMix = 0.75f;
-    // Red at 0.25 over black, green at 0.75 over that.
-    ExpectColour(Draw(kWidth, kHeight).at(30, 20), {0.25f * 0.25f, 0.75f, 0, 1});
-    instance(0).layerMix = 1;
-    ExpectColour(Draw(kWidth, kHeight).at(30, 20), {0, 1, 0, 1});
+    for (const float mix : {0.75f, 1.0f}) { // red at the rest over black, green at the share over that
+        instance(0).layerMix = mix;
+        ExpectColour(Draw(kWidth, kHeight).at(30, 20), {(1 - mix) * (1 - mix), mix, 0, 1});
+    }
 }
 
+// Neither a scene nor, behind what is data, the environment.
 TEST_F(PassTest, EmptyListsGiveTheOutputsClearColour) {
-    struct Row {
-        Output output;
-        Point4 clear;
-    };
-    for (const Row& row : {Row{Output::Composite, {0, 0, 0, 0}}, Row{Output::AmbientOcclusion, {1, 1, 1, 1}},
-                           Row{Output::Shadows, {1, 1, 1, 1}}, Row{Output::Wireframe, {0, 0, 0, 1}},
-                           Row{Output::ZDepth, {0, 0, 0, 0}}}) {
-        settings.output = row.output;
+    const std::pair<Output, Point4> rows[] = {{Output::Composite, {0, 0, 0, 0}},
+                                              {Output::AmbientOcclusion, {1, 1, 1, 1}},
+                                              {Output::Shadows, {1, 1, 1, 1}},
+                                              {Output::Wireframe, {0, 0, 0, 1}},
+                                              {Output::ZDepth, {0, 0, 0, 0}}};
+    for (const auto& [output, clear] : rows) {
+        settings.output = output;
+        settings.environment.showBackground = output != Output::Composite;
         const Picture picture = Draw(4, 4);
-        ExpectColour(picture.at(0, 0), row.clear);
-        ExpectColour(picture.at(3, 3), row.clear);
+        ExpectColour(picture.at(0, 0), clear);
+        ExpectColour(picture.at(3, 3), clear);
     }
 }
 

@@ -75,21 +75,4 @@ int TextureTest::Parameter(gl::Name texture, GLenum what, GLenum target) {
     return value;
 }
 
-std::array<float, 3> FaceDirection(int face, float sc, float tc) {
-    switch (face) {
-    case 0:
-        return {1, -tc, -sc};
-    case 1:
-        return {-1, -tc, sc};
-    case 2:
-        return {sc, 1, tc};
-    case 3:
-        return {sc, -1, -tc};
-    case 4:
-        return {sc, -tc, 1};
-    default:
-        return {-sc, -tc, -1};
-    }
-}
-
 } // namespace velorin::test

@@ -23,6 +23,15 @@ protected:
     void SetUp() override;
     void TearDown() override;
     [[nodiscard]] TextureManager& manager() { return *manager_; }
+    // Released when it goes.
+    struct Release {
+        TextureManager* manager;
+        void operator()(TextureEntry* entry) const { manager->ReleaseTexture(entry); }
+    };
+    using Held = std::unique_ptr<TextureEntry, Release>;
+    [[nodiscard]] Held Get(const std::string& path, std::uint32_t flags) {
+        return Held(manager().GetTexture(path, flags), Release{&manager()});
+    }
 
     // Four floats a texel, row 0 first; `target` is GL_TEXTURE_2D or a face of a cube.
     [[nodiscard]] static std::vector<float> Read(gl::Name texture, int level = 0,
@@ -51,9 +60,5 @@ private:
     std::optional<FullScreenQuad> quad_;
     std::unique_ptr<TextureManager> manager_;
 };
-
-// The direction of a texel of a cube's face by the table of OpenGL ("Cube map texture
-// selection"): (sc, tc) in -1 to 1, ma = 1. Not normalised.
-[[nodiscard]] std::array<float, 3> FaceDirection(int face, float sc, float tc);
 
 } // namespace velorin::test
