@@ -12,6 +12,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -21,7 +22,6 @@ namespace {
 using namespace test;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 const std::string kData = std::string(VELORIN_SOURCE_DIR) + "/../shared/data/";
 
@@ -62,26 +62,25 @@ protected:
 };
 
 TEST_F(TextureManagerTest, OneTextureForOneFileAndFlags) {
-    const std::string path = Put("a.png", GradientPng(8, 4));
-    TextureEntry* first = manager().GetTexture(path, kTexturePlain);
-    ASSERT_TRUE(first);
-    EXPECT_EQ(first->width, 8u);
-    EXPECT_EQ(first->height, 4u);
-    EXPECT_EQ(manager().GetTexture(path, kTexturePlain), first);
-    EXPECT_EQ(first->refCount, 2);
-    EXPECT_EQ(statistics_.textureUploads, 1u);
-    // What can be derived from it does not read the file again.
-    const std::string dot = Put("dot.png", GradientPng(1, 1));
-    TextureEntry* plain = manager().GetTexture(dot, kTexturePlain);
-    TextureEntry* cube = manager().GetTexture(dot, kTexturePlain | kTextureCube);
-    TextureEntry* bump = manager().GetTexture(path, kTexturePlain | kTextureCompress | kTextureBump);
-    ASSERT_TRUE(plain && cube && bump);
-    EXPECT_EQ(statistics_.textureUploads, 2u);
-    EXPECT_EQ(bump->width, 8u);
-    EXPECT_GT(Read(bump->texture.name())[2], 0.5f) << "a normal";
-    EXPECT_EQ(cube->width, kEnvironmentCubeSide);
-    EXPECT_EQ(manager().entryCount(), 4u);
-    for (TextureEntry* entry : {first, first, plain, cube, bump}) manager().ReleaseTexture(entry);
+    const std::string path = Put("a.png", GradientPng(8, 4)), dot = Put("dot.png", GradientPng(1, 1));
+    {
+        const Held first = Get(path, kTexturePlain), second = Get(path, kTexturePlain);
+        ASSERT_TRUE(first);
+        EXPECT_EQ(first->width, 8u);
+        EXPECT_EQ(first->height, 4u);
+        EXPECT_EQ(second, first);
+        EXPECT_EQ(first->refCount, 2);
+        EXPECT_EQ(statistics_.textureUploads, 1u);
+        // What can be derived from it does not read the file again.
+        const Held plain = Get(dot, kTexturePlain), cube = Get(dot, kTexturePlain | kTextureCube),
+                   bump = Get(path, kTexturePlain | kTextureCompress | kTextureBump);
+        ASSERT_TRUE(plain && cube && bump);
+        EXPECT_EQ(statistics_.textureUploads, 2u);
+        EXPECT_EQ(bump->width, 8u);
+        EXPECT_GT(Read(bump->texture.name())[2], 0.5f) << "a normal";
+        EXPECT_EQ(cube->width, kEnvironmentCubeSide);
+        EXPECT_EQ(manager().entryCount(), 4u);
+    }
     manager().ReleaseTexture(nullptr);
     EXPECT_EQ(manager().entryCount(), 0u);
 }
@@ -89,12 +88,8 @@ TEST_F(TextureManagerTest, OneTextureForOneFileAndFlags) {
 TEST_F(TextureManagerTest, WeakerMatches) {
     const std::string path = Put("a.png", GradientPng(8, 8));
     const auto shares = [&](std::uint32_t made, std::uint32_t wanted) {
-        TextureEntry* first = manager().GetTexture(path, made);
-        TextureEntry* second = manager().GetTexture(path, wanted);
-        const bool same = first == second;
-        manager().ReleaseTexture(first);
-        manager().ReleaseTexture(second);
-        return same;
+        const Held first = Get(path, made), second = Get(path, wanted);
+        return first == second;
     };
     EXPECT_TRUE(shares(kTexturePlain, kTexturePlain | kTextureLowResolution));
     EXPECT_TRUE(shares(kTexturePlain, kTexturePlain | kTextureLowResolution | kTextureCompress));
@@ -107,34 +102,30 @@ TEST_F(TextureManagerTest, WeakerMatches) {
 
 TEST_F(TextureManagerTest, SixteenBitsStayExact) {
     const std::vector<std::uint8_t> packed = {0x12, 0x34, 0x80, 0x00, 0x00, 0x10, 0x40, 0x00};
-    TextureEntry* entry =
-        manager().GetTexture(Put("a.png", MakePng(1, 1, 16, PNG_COLOR_TYPE_RGBA, packed)), kTextureCompress);
+    const Held entry = Get(Put("a.png", MakePng(1, 1, 16, PNG_COLOR_TYPE_RGBA, packed)), kTextureCompress);
     ASSERT_TRUE(entry);
     EXPECT_EQ(LevelValue(entry->texture.name(), 0, GL_TEXTURE_INTERNAL_FORMAT), GL_RGBA16F);
     const auto texel = Read(entry->texture.name());
     const double expected[] = {0x1234 / 65535.0, 0x8000 / 65535.0, 0x10 / 65535.0, 0x4000 / 65535.0};
     for (std::size_t c = 0; c < 4; ++c)
         EXPECT_NEAR(texel[c], expected[c], expected[c] / 2048) << c; // half's precision
-    manager().ReleaseTexture(entry);
 }
 
 TEST_F(TextureManagerTest, LargePicturesAreHalved) {
     const std::string path = Put("a.png", GradientPng(2400, 300));
     struct Case {
-        std::uint32_t detail, flags, width, height;
+        std::uint32_t detail, flags, width;
     };
-    const Case cases[] = {{0, kTexturePlain, 600, 75},
-                          {1, kTexturePlain, 1200, 150},
-                          {2, kTexturePlain, 2400, 300},
-                          {2, kTexturePlain | kTextureLowResolution, 600, 75}};
-    for (const Case& c : cases) {
+    for (const Case& c : {Case{0, kTexturePlain, 600},
+                          {1, kTexturePlain, 1200},
+                          {2, kTexturePlain, 2400},
+                          {2, kTexturePlain | kTextureLowResolution, 600}}) {
         manager().SetTextureDetail(c.detail);
-        TextureEntry* entry = manager().GetTexture(path, c.flags);
+        const Held entry = Get(path, c.flags);
         ASSERT_TRUE(entry);
         EXPECT_EQ(entry->width, c.width) << c.detail << " " << c.flags;
-        EXPECT_EQ(entry->height, c.height);
+        EXPECT_EQ(entry->height, c.width / 8);
         EXPECT_EQ(LevelValue(entry->texture.name(), 0, GL_TEXTURE_WIDTH), static_cast<int>(c.width));
-        manager().ReleaseTexture(entry);
     }
 }
 
@@ -156,16 +147,14 @@ TEST_F(TextureManagerTest, CompressionIsUsedWhereItIsAllowed) {
     if (!GLEW_EXT_texture_compression_s3tc) GTEST_SKIP() << "the driver cannot compress";
     const std::string path = Put("a.png", GradientPng(64, 64));
     const auto compressed = [&](std::uint32_t flags) {
-        TextureEntry* entry = manager().GetTexture(path, flags);
-        const int value = LevelValue(entry->texture.name(), 0, GL_TEXTURE_COMPRESSED);
+        const Held entry = Get(path, flags);
         const auto texels = Read(entry->texture.name());
         for (const auto& [x, y] : {std::pair{5, 9}, {40, 60}}) {
             const std::size_t i = 4 * static_cast<std::size_t>(y * 64 + x);
             EXPECT_NEAR(texels[i], static_cast<float>(x) / 64, 0.03);
             EXPECT_NEAR(texels[i + 1], static_cast<float>(y) / 64, 0.03);
         }
-        manager().ReleaseTexture(entry);
-        return value != 0;
+        return LevelValue(entry->texture.name(), 0, GL_TEXTURE_COMPRESSED) != 0;
     };
     EXPECT_FALSE(compressed(kTexturePlain));
     EXPECT_TRUE(compressed(kTextureCompress));
@@ -184,12 +173,9 @@ TEST_F(TextureManagerTest, ACompressedSiblingIsPreferred) {
     const std::string path = Put("a.png", GradientPng(16, 16));
     Put("a.DDS", PlainDds(8, 0, {0xF800}));
     const auto widthOf = [&](std::uint32_t flags) {
-        TextureEntry* entry = manager().GetTexture(path, flags);
-        const std::uint32_t width = entry ? entry->width : 0;
-        const bool blocks = entry && entry->fromBlocks;
-        manager().ReleaseTexture(entry);
-        EXPECT_EQ(blocks, width == 8);
-        return width;
+        const Held entry = Get(path, flags);
+        EXPECT_EQ(entry && entry->fromBlocks, entry && entry->width == 8);
+        return entry ? entry->width : 0;
     };
     EXPECT_EQ(widthOf(kTexturePlain), 16u);
     EXPECT_EQ(widthOf(kTextureCompress), 8u);
@@ -208,19 +194,16 @@ TEST_F(TextureManagerTest, DdsLevelsComeAsTheyAreStored) {
     // Red, green, blue from the largest level on; a preview leaves out those above its size.
     const std::string path = Put("a.dds", PlainDds(1024, 3, {0xF800, 0x07E0, 0x001F}));
     for (const std::size_t first : {0u, 1u}) {
-        TextureEntry* entry =
-            manager().GetTexture(path, first ? kTexturePlain | kTextureLowResolution : kTexturePlain);
+        const Held entry = Get(path, first ? kTexturePlain | kTextureLowResolution : kTexturePlain);
         ASSERT_TRUE(entry);
         EXPECT_EQ(entry->width, first ? 512u : 1024u);
         EXPECT_EQ(Parameter(entry->texture.name(), GL_TEXTURE_MAX_LEVEL), first ? 1 : 2);
         for (std::size_t channel = first; channel < 3; ++channel)
             EXPECT_EQ(Read(entry->texture.name(), static_cast<int>(channel - first)).at(channel), 1);
-        manager().ReleaseTexture(entry);
     }
-    TextureEntry* entry = manager().GetTexture(Put("b.dds", PlainDds(8, 0, {0xFFFF})), kTexturePlain);
+    const Held entry = Get(Put("b.dds", PlainDds(8, 0, {0xFFFF})), kTexturePlain);
     ASSERT_TRUE(entry);
     EXPECT_EQ(Parameter(entry->texture.name(), GL_TEXTURE_MIN_FILTER), GL_LINEAR);
-    manager().ReleaseTexture(entry);
 }
 
 TEST_F(TextureManagerTest, OnlyDxt5NormalsHaveTwoChannels) {
@@ -228,42 +211,33 @@ TEST_F(TextureManagerTest, OnlyDxt5NormalsHaveTwoChannels) {
     options.fourCC = "DXT5";
     const std::string dxt5 = Put("five.dds", MakeDds(options, std::vector<std::uint8_t>(16)));
     const std::string dxt1 = Put("one.dds", PlainDds(4, 0, {0x1234}));
-    const auto twoChannels = [&](const std::string& path, std::uint32_t flags) {
-        TextureEntry* entry = manager().GetTexture(path, flags);
-        const bool answer = entry && entry->twoChannelNormals;
-        manager().ReleaseTexture(entry);
-        return answer;
-    };
-    EXPECT_TRUE(twoChannels(dxt5, kTexturePlain | kTextureNormalSlot));
-    EXPECT_FALSE(twoChannels(dxt5, kTexturePlain));
-    EXPECT_FALSE(twoChannels(dxt5, kTexturePlain | kTextureNormalSlot | kTextureBump));
-    EXPECT_FALSE(twoChannels(dxt1, kTexturePlain | kTextureNormalSlot));
+    EXPECT_TRUE(Get(dxt5, kTexturePlain | kTextureNormalSlot)->twoChannelNormals);
+    EXPECT_FALSE(Get(dxt5, kTexturePlain)->twoChannelNormals);
+    EXPECT_FALSE(Get(dxt5, kTexturePlain | kTextureNormalSlot | kTextureBump)->twoChannelNormals);
+    EXPECT_FALSE(Get(dxt1, kTexturePlain | kTextureNormalSlot)->twoChannelNormals);
 }
 
 TEST_F(TextureManagerTest, EachFaultIsToldOnce) {
     const std::string absent = folder.file("absent.png"),
                       broken = Put("broken.exr", ToBytes("no such thing"));
-    for (int i = 0; i < 3; ++i)
-        for (const std::uint32_t flags : {1u, 2u, 64u}) {
-            EXPECT_FALSE(manager().GetTexture(absent, flags));
-            EXPECT_FALSE(manager().GetTexture(broken, flags));
-            EXPECT_FALSE(manager().GetTexture("", flags));
-        }
-    EXPECT_THAT(TakeWarnings(),
-                ElementsAre(absent + ": the texture cannot be used: No such file or directory.",
-                            broken + ": the texture cannot be used: the OpenEXR header is damaged."));
-    EXPECT_EQ(manager().entryCount(), 0u);
-}
-
-TEST_F(TextureManagerTest, ACutJpegIsUsedWithAWarning) {
     FileBytes file = MakeJpeg(256, 256, {200, 100, 50}, false, false);
     file.resize(file.size() - 300);
-    const std::string path = Put("cut.jpg", file);
-    TextureEntry* entry = manager().GetTexture(path, kTexturePlain);
-    ASSERT_TRUE(entry);
-    EXPECT_NEAR(Read(entry->texture.name())[0] * 255, 200, 2);
-    EXPECT_THAT(TakeWarnings(), ElementsAre(HasSubstr("what could be read is shown")));
-    manager().ReleaseTexture(entry);
+    const std::string cut = Put("cut.jpg", file);
+    const Held held = Get(cut, kTexturePlain);
+    ASSERT_TRUE(held);
+    EXPECT_NEAR(Read(held->texture.name())[0] * 255, 200, 2);
+    for (int i = 0; i < 3; ++i)
+        for (const std::uint32_t flags : {1u, 2u, 64u}) {
+            EXPECT_FALSE(Get(absent, flags));
+            EXPECT_FALSE(Get(broken, flags));
+            EXPECT_FALSE(Get("", flags));
+            EXPECT_TRUE(Get(cut, kTexturePlain));
+        }
+    EXPECT_THAT(TakeWarnings(),
+                ElementsAre(HasSubstr("what could be read is shown"),
+                            absent + ": the texture cannot be used: No such file or directory.",
+                            broken + ": the texture cannot be used: the OpenEXR header is damaged."));
+    EXPECT_EQ(manager().entryCount(), 1u);
 }
 
 TEST_F(TextureManagerTest, BrokenFilesFallBackWithOneWarningEach) {
@@ -271,15 +245,10 @@ TEST_F(TextureManagerTest, BrokenFilesFallBackWithOneWarningEach) {
     std::size_t files = 0;
     for (const auto& file : std::filesystem::directory_iterator(kData + "broken")) {
         const std::string extension = file.path().extension().string();
-        if (extension != ".png" && extension != ".jpg" && extension != ".exr" && extension != ".hdr" &&
-            extension != ".dds")
-            continue;
+        if (!std::set<std::string>{".png", ".jpg", ".exr", ".hdr", ".dds"}.contains(extension)) continue;
         ++files;
-        for (const std::uint32_t flags : {1u, 3u, 5u}) {
-            TextureEntry* entry = manager().GetTexture(file.path().string(), flags);
-            EXPECT_EQ(entry != nullptr, extension == ".jpg") << file.path();
-            manager().ReleaseTexture(entry);
-        }
+        for (const std::uint32_t flags : {1u, 3u, 5u})
+            EXPECT_EQ(bool(Get(file.path().string(), flags)), extension == ".jpg") << file.path();
         EXPECT_EQ(TakeWarnings().size(), 1u) << file.path();
     }
     EXPECT_EQ(files, 10u);
@@ -287,10 +256,9 @@ TEST_F(TextureManagerTest, BrokenFilesFallBackWithOneWarningEach) {
 
 TEST_F(TextureManagerTest, ImpossibleSizesAreRefused) {
     const float pixel[4] = {};
-    EXPECT_FALSE(manager().LoadFloatTexture(pixel, 0, 1));
-    EXPECT_FALSE(manager().LoadFloatTexture(pixel, 1, 0));
-    EXPECT_FALSE(
-        manager().LoadFloatTexture(pixel, static_cast<std::uint32_t>(driver_.maxTextureSize) + 1, 1));
+    const auto tooWide = static_cast<std::uint32_t>(driver_.maxTextureSize) + 1;
+    for (const auto& [width, height] : {std::pair{0u, 1u}, {1u, 0u}, {tooWide, 1u}})
+        EXPECT_FALSE(manager().LoadFloatTexture(pixel, width, height));
 }
 
 class TextureListTest : public TextureManagerTest {
@@ -333,6 +301,11 @@ TEST_F(TextureListTest, AFaultyFileIsTriedAgainWhenItChanges) {
     EXPECT_FALSE(list.Find(path, kTexturePlain)) << "not in this frame";
     list.MarkUnused();
     EXPECT_TRUE(list.Find(path, kTexturePlain));
+    // Nor is a texture looked for that nothing shows.
+    EXPECT_FALSE(list.Find(path, kTexturePlain, 0));
+    EXPECT_TRUE(list.Find(path, kTexturePlain, 0, true)) << "the environment counts without its amount";
+    EXPECT_FALSE(list.Find("", kTexturePlain));
+    EXPECT_EQ(TakeWarnings().size(), 1u);
 }
 
 TEST_F(TextureListTest, UnusedTexturesAreGivenBack) {
@@ -353,30 +326,19 @@ TEST_F(TextureListTest, UnusedTexturesAreGivenBack) {
 
 TEST_F(TextureListTest, ManyFramesLoadNothingTwice) {
     const std::string path = Put("a.png", GradientPng(4, 4));
-    TextureEntry* held = manager().GetTexture(path, kTexturePlain);
+    const Held held = Get(path, kTexturePlain);
     {
         TextureList list(manager());
         for (int frame = 0; frame < 50; ++frame) {
             list.MarkUnused();
             // Three requests that one texture serves.
-            for (const std::uint32_t flags : {1u, 3u, 17u}) EXPECT_EQ(list.Find(path, flags), held);
+            for (const std::uint32_t flags : {1u, 3u, 17u}) EXPECT_EQ(list.Find(path, flags), held.get());
             list.ReleaseUnused();
             EXPECT_EQ(held->refCount, 2);
         }
     }
     EXPECT_EQ(held->refCount, 1);
     EXPECT_EQ(statistics_.textureUploads, 1u);
-    manager().ReleaseTexture(held);
-}
-
-TEST_F(TextureListTest, WhatNeedsNoTextureGetsNone) {
-    const std::string path = Put("a.png", GradientPng(4, 4));
-    TextureList list(manager());
-    list.MarkUnused();
-    EXPECT_FALSE(list.Find("", kTexturePlain));
-    EXPECT_FALSE(list.Find(path, kTexturePlain, 0));
-    EXPECT_TRUE(list.Find(path, kTexturePlain, 0, true)) << "the environment counts without its amount";
-    EXPECT_THAT(TakeWarnings(), IsEmpty());
 }
 
 } // namespace
