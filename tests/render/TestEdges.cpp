@@ -128,21 +128,6 @@ TEST_F(EdgeTest, CoverageOfSlantedEdges) {
     }
 }
 
-TEST(Tiles, CoverTheFrameWithoutAGap) {
-    for (const int size : {1, 7, 64, 1001, 4096})
-        for (const int count : {1, 2, 4, 8}) {
-            int next = 0;
-            for (int i = 0; i < count; ++i) {
-                const TileSpan tile = TileOf(size, count, i);
-                EXPECT_EQ(tile.start, next);
-                EXPECT_GE(tile.length, size / count);
-                EXPECT_LE(tile.length, (size + count - 1) / count);
-                next += tile.length;
-            }
-            EXPECT_EQ(next, size);
-        }
-}
-
 // A corner of the frame lands on the same sample whatever viewport the tile has, and the tile is all in it.
 TEST(Tiles, ViewportsReachOverTheFrameOrAsFarAsTheyMay) {
     for (const int limit : {1 << 15, 700})
@@ -195,27 +180,6 @@ TEST_F(EdgeTest, SupersamplingIsTheLargerPictureFiltered) {
             if (side == 8 && mode == PolygonMode::Normal)
                 expectSame(super, draw(2, 4), side, "a grid of 2, 4 times the size");
         }
-}
-
-// What the frame's border cuts looks as in the middle of a larger frame.
-TEST_F(EdgeTest, LinesRunOverTheBorderOfTheFrame) {
-    Add(QuadMesh({-40, 20, 10}, {30, -30, -20}, {110, 70, 10}, {20, 80, 40}));
-    settings.polygonMode = PolygonMode::Wireframe;
-    settings.wireframeWidth = 1;
-    ownCamera = true;
-    settings.camera = test::CompCamera(kWidth, kHeight);
-    const Picture cut = Draw(kWidth, kHeight);
-    Matrix& projection = settings.camera.projection;
-    projection(0, 0) /= 3, projection(1, 1) /= 3;
-    const Picture large = Draw(3 * kWidth, 3 * kHeight);
-    Picture middle{kWidth, kHeight, {}};
-    for (int y = 0; y < kHeight; ++y)
-        for (int x = 0; x < kWidth; ++x) {
-            const Point4 p = large.at(kWidth + x, kHeight + y);
-            middle.rgba.insert(middle.rgba.end(), {p.x, p.y, p.z, p.w});
-        }
-    const Differences differences = Compare(cut, middle);
-    EXPECT_LE(differences.pixels, 2) << differences.worst;
 }
 
 // A sample beside the middle of its pixel may belong to a triangle that the middle lies outside of: it is on

@@ -253,62 +253,54 @@ TEST_F(MaterialShading, ChannelsAreGraded) {
         return h->Draw(MaterialPass::Unlit, surface);
     }();
     struct Row {
-        std::function<void(TextureChannel&)> set;
-        reference::Grade grade;
+        float contrast = 0, saturation = 0, brightness = 0, gamma = 1;
+        std::array<float, 3> in{0, 0.5f, 1};
+        std::array<float, 2> out{0, 1};
+        float amount = 1;
         bool invert = false;
-        double amount = 1;
     };
-    const Row rows[] = {
-        {[](TextureChannel&) {}, {}},
-        {[](TextureChannel& c) { c.gamma = 2.2f; }, {.gamma = 2.2}},
-        {[](TextureChannel& c) { c.contrast = 0.5f; }, {.contrast = 2}},
-        {[](TextureChannel& c) { c.contrast = -0.5f; }, {.contrast = -0.5}},
-        {[](TextureChannel& c) { c.contrast = c.saturation = c.brightness = 0.85f; },
-         {.contrast = 12.99604, .saturation = 12.99604, .brightness = 2.7}}, // steeper: 2 ^ (2 (0.85 + 1))
-        {[](TextureChannel& c) { c.saturation = 0.5f; }, {.saturation = 2}},
-        {[](TextureChannel& c) { c.saturation = -1; }, {.saturation = 0}},
-        {[](TextureChannel& c) { c.brightness = 0.5f; }, {.brightness = 2}},
-        {[](TextureChannel& c) { c.brightness = -0.25f; }, {.brightness = 0.75}},
-        {[](TextureChannel& c) {
-             c.inputLevels = {0.2f, 0.5f, 0.8f};
-         },
-         {.inLow = 0.2, .inHigh = 0.8}},
-        {[](TextureChannel& c) { c.inputLevels[1] = 0.6f; }, {.gamma = 2}},
-        {[](TextureChannel& c) {
-             c.outputLevels = {0.9f, 0.1f};
-         },
-         {.outLow = 0.9, .outHigh = 0.1}},
-        {[](TextureChannel& c) { c.invert = true; }, {}, true},
-        {[](TextureChannel& c) { c.amount = 0.25f; }, {}, false, 0.25},
-        {[](TextureChannel& c) {
-             c.gamma = 1.5f, c.contrast = 0.25f, c.saturation = -0.5f, c.brightness = 0.25f, c.invert = true;
-             c.inputLevels = {0.1f, 0.5f, 1.2f}, c.outputLevels = {0.05f, 0.9f}, c.amount = 0.5f;
-         },
-         {.gamma = 1.5,
-          .contrast = 1.41421356,
-          .saturation = 0.5,
-          .brightness = 1.5,
-          .inLow = 0.1,
-          .inHigh = 1.2,
-          .outLow = 0.05,
-          .outHigh = 0.9},
-         true,
-         0.5},
-    };
+    const Row rows[] = {{},
+                        {.contrast = 0.5f},
+                        {.contrast = -0.5f},
+                        {.saturation = 0.5f},
+                        {.saturation = -1},
+                        {.brightness = 0.5f},
+                        {.brightness = -0.25f},
+                        {.contrast = 0.85f, .saturation = 0.85f, .brightness = 0.85f},
+                        {.gamma = 2.2f},
+                        {.in = {0.2f, 0.5f, 0.8f}},
+                        {.in = {0, 0.6f, 1}},
+                        {.out = {0.9f, 0.1f}},
+                        {.amount = 0.25f},
+                        {.invert = true},
+                        {0.25f, -0.5f, 0.25f, 1.5f, {0.1f, 0.5f, 1.2f}, {0.05f, 0.9f}, 0.5f, true}};
+    // Steeper in the last quarter, and doubled by every half.
+    const auto grown = [](double c) { return std::exp2(2 * (c < 0.75 ? c : c + (c - 0.75) * 10)); };
     for (const Row& row : rows) {
         SCOPED_TRACE(&row - rows);
-        h->material.channels[0] = plain;
-        row.set(h->material.channels[0]);
+        TextureChannel& channel = h->material.channels[0];
+        channel = plain;
+        channel.contrast = row.contrast, channel.saturation = row.saturation;
+        channel.brightness = row.brightness, channel.gamma = row.gamma;
+        channel.inputLevels = row.in, channel.outputLevels = row.out;
+        channel.amount = row.amount, channel.invert = row.invert;
+        reference::Grade grade;
+        grade.gamma = row.gamma * (row.in[1] > 0.5f ? 1 + (row.in[1] - 0.5f) * 10 : row.in[1] * 2);
+        grade.contrast = row.contrast > 0 ? grown(row.contrast) : row.contrast;
+        grade.saturation = row.saturation > 0 ? grown(row.saturation) : 1 + row.saturation;
+        grade.brightness = 1 + row.brightness * (row.brightness > 0 ? 2 : 1);
+        grade.inLow = row.in[0], grade.inHigh = row.in[2];
+        grade.outLow = row.out[0], grade.outHigh = row.out[1];
         const Written drawn = h->Draw(MaterialPass::Unlit, surface);
         for (int y = 0; y < kSide; y += 3)
             for (int x = 0; x < kSide; x += 3) {
                 const Point4 in = source.at(x, y), out = drawn.at(x, y);
-                Point3 want = Graded({in.x, in.y, in.z}, row.grade);
+                Point3 want = Graded({in.x, in.y, in.z}, grade);
                 if (row.invert)
                     want = {std::max(0.0f, 1 - want.x), std::max(0.0f, 1 - want.y),
                             std::max(0.0f, 1 - want.z)};
-                const auto amount = static_cast<float>(row.amount);
-                ExpectColour({out.x, out.y, out.z}, want * amount + Point3{1, 1, 1} * (1 - amount), 1e-3f);
+                want = want * row.amount + Point3{1, 1, 1} * (1 - row.amount);
+                ExpectColour({out.x, out.y, out.z}, want, 1e-3f);
             }
     }
 }

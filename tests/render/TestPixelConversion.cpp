@@ -71,26 +71,22 @@ std::vector<std::uint16_t> Picture() {
 }
 
 TEST(PixelConversion, FillsTheRectangleAndNothingElse) {
-    struct Case {
-        int originX, originY;
-    };
     // Inside, over the right and lower edge, over the left and upper edge.
-    for (const Case& c : {Case{1, 1}, Case{3, 3}, Case{-1, -1}}) {
+    for (const int origin : {1, 3, -1}) {
         constexpr std::uint32_t kWidth = 5, kHeight = 4, kRowBytes = 5 * 4 + 12;
         std::vector<std::uint8_t> world(kRowBytes * kHeight, 0xEE);
         OutputTarget target;
         target.image = {kWidth, kHeight, 1, kRowBytes, world.data()};
-        target.originX = c.originX;
-        target.originY = c.originY;
+        target.originX = target.originY = origin;
         ASSERT_TRUE(WritePicture(Picture().data(), 3, 2, target));
         for (int y = 0; y < static_cast<int>(kHeight); ++y) {
             for (int i = 0; i < static_cast<int>(kRowBytes); ++i) {
-                const int x = i / 4 - c.originX, row = y - c.originY;
+                const int x = i / 4 - origin, row = y - origin;
                 const bool inside = i < 20 && x >= 0 && x < 3 && row >= 0 && row < 2;
                 const int expected = inside ? 100 * row + 10 * x + i % 4 : 0xEE;
                 ASSERT_EQ(world[static_cast<std::size_t>(y) * kRowBytes + static_cast<std::size_t>(i)],
                           expected)
-                    << "origin " << c.originX << " byte " << i << " row " << y;
+                    << "origin " << origin << " byte " << i << " row " << y;
             }
         }
     }
@@ -98,19 +94,24 @@ TEST(PixelConversion, FillsTheRectangleAndNothingElse) {
 
 TEST(PixelConversion, RefusesWorldsThatCannotHoldThePicture) {
     std::vector<float> world(64, 9);
-    OutputTarget target;
-    target.image = {3, 2, 4, 48, world.data()};
-    EXPECT_TRUE(WritePicture(Picture().data(), 3, 2, target));
+    struct Case {
+        int originX;
+        std::uint32_t bytes;
+        int rowBytes;
+        bool written, data = true;
+    };
+    for (const Case& c : {Case{0, 4, 48, true},
+                          {3, 4, 48, false},
+                          {0, 4, 47, false},
+                          {0, 3, 48, false},
+                          {0, 4, 48, false, false}}) {
+        OutputTarget target;
+        target.image = {3, 2, c.bytes, c.rowBytes, c.data ? world.data() : nullptr};
+        target.originX = c.originX;
+        EXPECT_EQ(WritePicture(Picture().data(), 3, 2, target), c.written)
+            << c.originX << c.bytes << c.rowBytes;
+    }
     EXPECT_NEAR(world[4], 10.0f / 255, 3e-5f);
-    target.originX = 3;
-    EXPECT_FALSE(WritePicture(Picture().data(), 3, 2, target)); // no overlap
-    target.originX = 0;
-    target.image.rowBytes = 47;
-    EXPECT_FALSE(WritePicture(Picture().data(), 3, 2, target));
-    target.image = {3, 2, 3, 48, world.data()};
-    EXPECT_FALSE(WritePicture(Picture().data(), 3, 2, target));
-    target.image = {3, 2, 4, 48, nullptr};
-    EXPECT_FALSE(WritePicture(Picture().data(), 3, 2, target));
 }
 
 } // namespace

@@ -8,6 +8,8 @@
 
 #include <GL/glew.h>
 
+#include <array>
+#include <cmath>
 #include <cstring>
 #include <vector>
 
@@ -16,13 +18,26 @@ namespace {
 
 using test::RendererTest;
 
-TEST_F(RendererTest, BuildsEveryFixedProgram) {
-    for (int i = 0; i < static_cast<int>(PassProgram::Count); ++i)
-        EXPECT_TRUE(renderer().programs().Has(static_cast<PassProgram>(i)))
-            << FixedPrograms::NameOf(static_cast<PassProgram>(i));
+// One value in the host's form of a depth, 1, 2 or 4 bytes.
+void Put(std::byte* at, std::uint32_t depth, float value) {
+    const auto v8 = static_cast<std::uint8_t>(value * 255 + 0.5f);
+    const auto v16 = static_cast<std::uint16_t>(value * 32768 + 0.5f);
+    std::memcpy(at,
+                depth == 1   ? static_cast<const void*>(&v8)
+                : depth == 2 ? &v16
+                             : static_cast<const void*>(&value),
+                depth);
+}
+float Value(const std::byte* at, std::uint32_t depth) {
+    if (depth == 1) return static_cast<float>(*reinterpret_cast<const std::uint8_t*>(at)) / 255;
+    if (depth == 2) return static_cast<float>(*reinterpret_cast<const std::uint16_t*>(at)) / 32768;
+    return *reinterpret_cast<const float*>(at);
 }
 
 TEST_F(RendererTest, FaultyShadersGiveNoProgram) {
+    for (int i = 0; i < static_cast<int>(PassProgram::Count); ++i)
+        EXPECT_TRUE(renderer().programs().Has(static_cast<PassProgram>(i)))
+            << FixedPrograms::NameOf(static_cast<PassProgram>(i));
     EXPECT_FALSE(gl::CreateShaderProgram(""));
     EXPECT_FALSE(gl::CreateShaderProgram("void main() { this is not a shader }"));
     EXPECT_FALSE(gl::CreateTwoStageProgram("#version 150 core\nvoid main() { gl_Position = vec4(0); }",
@@ -114,39 +129,21 @@ TEST_F(RendererTest, DeliversTheMeanInEveryDepth) {
         target.height = kHeight;
         renderer().SetOutput(target);
         ASSERT_TRUE(renderer().EndRender());
-        const auto channel = [&](int x, int y, int c) {
-            const std::byte* at =
-                world.data() + y * rowBytes + static_cast<int>(4 * depth) * x + static_cast<int>(depth) * c;
-            if (depth == 1) return static_cast<float>(*reinterpret_cast<const std::uint8_t*>(at)) / 255;
-            if (depth == 2) return static_cast<float>(*reinterpret_cast<const std::uint16_t*>(at)) / 32768;
-            float value = 0;
-            std::memcpy(&value, at, sizeof value);
-            return value;
+        const auto expectPixel = [&](int x, int y, const std::array<float, 4>& argb) {
+            for (int c = 0; c < 4; ++c) {
+                const int at = y * rowBytes + static_cast<int>(depth) * (4 * x + c);
+                EXPECT_NEAR(Value(world.data() + at, depth), argb[static_cast<std::size_t>(c)], 0.003f)
+                    << depth << ' ' << c;
+            }
         };
-        const float tolerance = depth == 1 ? 0.003f : 0.001f;
         for (const int x : {0, kWidth - 1}) {
-            EXPECT_NEAR(channel(x, 0, 0), 0.5f, tolerance); // alpha first
-            EXPECT_NEAR(channel(x, 0, 1), 0.5f, tolerance); // straight 0.25 through gamma 2
-            EXPECT_NEAR(channel(x, 0, 2), 0, tolerance);
-            EXPECT_NEAR(channel(x, kHeight - 1, 0), 1, tolerance);
-            EXPECT_NEAR(channel(x, kHeight - 1, 1), 0, tolerance);
-            EXPECT_NEAR(channel(x, kHeight - 1, 2), 1, tolerance);
+            expectPixel(x, 0, {0.5f, 0.5f, 0, 0}); // straight 0.25 through gamma 2
+            expectPixel(x, kHeight - 1, {1, 0, 1, 0});
         }
     }
-}
-
-TEST_F(RendererTest, FillsBehindThePictureWithTheBackground) {
-    RenderSettings settings;
-    settings.gamma = 2;
-    settings.backgroundColour = {0, 0, 0.5f, 1}; // 0.25 in linear light
-    renderer().SetFrameSize(2, 2);
-    ASSERT_EQ(renderer().SetupRender(settings), SetupResult::Done);
-    glBindFramebuffer(GL_FRAMEBUFFER, renderer().frameBuffers().resultFramebuffer.name());
-    glClearColor(0.125f, 0, 0, 0.5f);
-    glClear(GL_COLOR_BUFFER_BIT);
-    glBindFramebuffer(GL_FRAMEBUFFER, 0);
-    renderer().BlendToFinal(1);
-    std::vector<float> rgba(16);
+    settings.backgroundColour = {0, 0, 0.5f, 1}; // 0.25 in linear light, behind what lets it through
+    renderer().SetFrameSettings(settings);
+    std::vector<float> rgba(std::size_t{4} * kWidth * kHeight);
     ASSERT_TRUE(renderer().ReadFrame(rgba.data()));
     EXPECT_NEAR(rgba[0], std::sqrt(0.125f), 0.001f);
     EXPECT_NEAR(rgba[2], std::sqrt(0.125f), 0.001f);
@@ -162,12 +159,7 @@ TEST_F(RendererTest, LayersKeepTheirPixelsInEveryDepth) {
         for (int y = 0; y < 2; ++y)
             for (int i = 0; i < 8; ++i) {
                 std::byte* at = world.data() + y * rowBytes + i * static_cast<int>(depth);
-                const float v = values[y][i / 4][i % 4];
-                const auto v8 = static_cast<std::uint8_t>(v * 255 + 0.5f);
-                const auto v16 = static_cast<std::uint16_t>(v * 32768 + 0.5f);
-                if (depth == 1) std::memcpy(at, &v8, 1);
-                if (depth == 2) std::memcpy(at, &v16, 2);
-                if (depth == 4) std::memcpy(at, &v, 4);
+                Put(at, depth, values[y][i / 4][i % 4]);
             }
         LayerTexture layer;
         ASSERT_TRUE(renderer().UploadTexture({2, 2, depth, rowBytes, world.data()}, layer));

@@ -13,7 +13,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cstdlib>
 #include <string>
 #include <thread>
 
@@ -85,17 +84,10 @@ TEST(RendererLife, TheDetailOfTexturesIsAPreference) {
 }
 
 TEST(RendererLife, SaysWhyThereIsNoContext) {
-    const char* before = std::getenv("EGL_PLATFORM");
-    const std::string platform = before ? before : "";
-    const char* display = std::getenv("DISPLAY");
-    const std::string displayBefore = display ? display : "";
-    setenv("EGL_PLATFORM", "x11", 1);
-    setenv("DISPLAY", ":987", 1); // nobody listens there
+    const test::ScopedVariable platform("EGL_PLATFORM", "x11");
+    const test::ScopedVariable display("DISPLAY", ":987"); // nobody listens there
     Renderer renderer;
-    const InitError error = renderer.Init();
-    before ? setenv("EGL_PLATFORM", platform.c_str(), 1) : unsetenv("EGL_PLATFORM");
-    display ? setenv("DISPLAY", displayBefore.c_str(), 1) : unsetenv("DISPLAY");
-    EXPECT_EQ(error, InitError::NoContext);
+    EXPECT_EQ(renderer.Init(), InitError::NoContext);
     EXPECT_FALSE(renderer.ready());
     EXPECT_FALSE(renderer.InitMessage().empty());
     VelorinRenderer scene(renderer);
@@ -105,13 +97,9 @@ TEST(RendererLife, SaysWhyThereIsNoContext) {
 }
 
 TEST(Samples, AreAPowerOfTwoWithinTheLimit) {
-    EXPECT_EQ(ClampSamples(0, 8), 0);
-    EXPECT_EQ(ClampSamples(-1, 8), 0);
-    EXPECT_EQ(ClampSamples(32, 8), 8);
-    EXPECT_EQ(ClampSamples(16, 4), 4);
-    EXPECT_EQ(ClampSamples(6, 8), 4);
-    EXPECT_EQ(ClampSamples(1, 8), 1);
-    EXPECT_EQ(ClampSamples(8, 0), 0);
+    for (const auto& [wished, limit, expected] :
+         {std::array{0, 8, 0}, {-1, 8, 0}, {32, 8, 8}, {16, 4, 4}, {6, 8, 4}, {1, 8, 1}, {8, 0, 0}})
+        EXPECT_EQ(ClampSamples(wished, limit), expected) << wished << " of " << limit;
 }
 
 } // namespace

@@ -1,8 +1,8 @@
-#include "services/Fonts.h"
 #include "render/FrameBuffers.h"
 #include "render/GlyphAtlas.h"
 #include "render/RendererFixture.h"
 #include "render/TextDrawer.h"
+#include "services/Fonts.h"
 
 #include <GL/glew.h>
 
@@ -88,9 +88,11 @@ Ink GreyInkOf(char32_t character) {
 }
 
 TEST_F(TextTest, CharactersHaveTheirInkInTheirPlace) {
-    const std::vector<std::pair<std::string, char32_t>> rows{
-        {"H", U'H'}, {"g", U'g'}, {"\xc3\xa9", U'\u00e9'}, {"\xd0\x96", U'\u0416'}, {"\xe4\xb8\xad", U'?'}};
-    for (const auto& [utf8, character] : rows) {
+    for (const auto& [utf8, character] : {std::pair{"H", U'H'},
+                                          {"g", U'g'},
+                                          {"\xc3\xa9", U'\u00e9'},
+                                          {"\xd0\x96", U'\u0416'},
+                                          {"\xe4\xb8\xad", U'?'}}) {
         const Ink expected = GreyInkOf(character), drawn = InkOf(Draw(utf8, {30, 40}));
         ASSERT_GT(expected.area, 10) << utf8;
         EXPECT_NEAR(drawn.area, expected.area, 0.02 * expected.area) << utf8;
