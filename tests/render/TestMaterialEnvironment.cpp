@@ -228,6 +228,15 @@ protected:
         for (const Point& p : Points(pass, ball)) colours.push_back(p.colour);
         return colours;
     }
+    void SetTexture(Channel number, TextureUnit unit, Point4 texel) {
+        TextureChannel& slot = h->material.channel(number);
+        slot.enabled = true, slot.path = "texture", slot.gamma = 1;
+        h->SetTexture(unit, 1, 1, {texel});
+    }
+    static void ExpectScaled(const std::vector<Point3>& got, const std::vector<Point3>& plain, Point3 factor,
+                             float tolerance = 1e-4f) {
+        for (std::size_t i = 0; i < plain.size(); ++i) ExpectColour(got[i], plain[i] * factor, tolerance);
+    }
 };
 
 TEST_F(MaterialParts, PhysicalPartsAddUp) {
@@ -250,7 +259,7 @@ TEST_F(MaterialParts, PhysicalPartsAddUp) {
             for (std::size_t i = 0; i < sum.size(); ++i) sum[i] += colours[i], light += colours[i].x;
             EXPECT_TRUE(light > 1 || (fog && part == MaterialPass::Illumination)) << static_cast<int>(part);
         }
-        for (std::size_t i = 0; i < sum.size(); ++i) ExpectColour(sum[i], whole[i], 2e-3f);
+        ExpectScaled(sum, whole, {1, 1, 1}, 2e-3f);
     }
 }
 
@@ -258,24 +267,19 @@ TEST_F(MaterialParts, MixerScalesItsPart) {
     h->material.reflectionIntensity = 0.4f;
     h->material.refractionIntensity = 0.3f;
     h->material.reflectionBlend = h->material.refractionBlend = ReflectionBlend::Add;
-    struct Row {
-        float MixerSettings::*share;
-        MaterialPass part;
-    };
     for (const auto type : {MaterialType::Standard, MaterialType::Physical}) {
         h->material.type = type;
         h->material.pbrReflectivity = 0.4f, h->material.pbrRefraction = 0.3f;
-        for (const Row& row : {Row{&MixerSettings::specular, MaterialPass::Specular},
-                               Row{&MixerSettings::emissive, MaterialPass::Illumination},
-                               Row{&MixerSettings::refract, MaterialPass::Refraction},
-                               Row{&MixerSettings::reflect, MaterialPass::Reflection}}) {
+        for (const auto& [share, part] : {std::pair{&MixerSettings::specular, MaterialPass::Specular},
+                                          {&MixerSettings::emissive, MaterialPass::Illumination},
+                                          {&MixerSettings::refract, MaterialPass::Refraction},
+                                          {&MixerSettings::reflect, MaterialPass::Reflection}}) {
             // A Physical body that reflects less has more of the rest, and its edge still reflects.
-            if (type == MaterialType::Physical && row.part == MaterialPass::Reflection) continue;
-            const auto full = Colours(row.part);
-            h->settings.mixer.*row.share = 0.5f;
-            const auto half = Colours(row.part);
-            h->settings.mixer.*row.share = 1;
-            for (std::size_t i = 0; i < full.size(); ++i) ExpectColour(half[i], full[i] * 0.5f, 1e-4f);
+            if (type == MaterialType::Physical && part == MaterialPass::Reflection) continue;
+            const auto full = Colours(part);
+            h->settings.mixer.*share = 0.5f;
+            ExpectScaled(Colours(part), full, {0.5f, 0.5f, 0.5f});
+            h->settings.mixer.*share = 1;
         }
     }
 }
@@ -284,22 +288,21 @@ TEST_F(MaterialParts, MixerScalesItsPart) {
 TEST_F(MaterialParts, TexturesReachTheirChannels) {
     const Point4 texel{0.5f, 0.25f, 0.75f, 1};
     struct Row {
-        MaterialType type;
         Channel channel;
         TextureUnit unit;
         MaterialPass pass;
+        MaterialType type = MaterialType::Standard;
     };
-    for (const Row& row : {
-             Row{MaterialType::Standard, Channel::Diffuse, TextureUnit::Diffuse, MaterialPass::Diffuse},
-             Row{MaterialType::Standard, Channel::Specular, TextureUnit::Specular, MaterialPass::Specular},
-             Row{MaterialType::Standard, Channel::Specular, TextureUnit::Specular, MaterialPass::Reflection},
-             Row{MaterialType::Standard, Channel::Reflection, TextureUnit::Reflect, MaterialPass::Reflection},
-             Row{MaterialType::Standard, Channel::Reflection, TextureUnit::Reflect, MaterialPass::Refraction},
-             Row{MaterialType::Standard, Channel::Occlusion, TextureUnit::Occlusion, MaterialPass::Image},
-             Row{MaterialType::Standard, Channel::Illumination, TextureUnit::Emissive,
-                 MaterialPass::Illumination},
-             Row{MaterialType::Physical, Channel::Occlusion, TextureUnit::Occlusion, MaterialPass::Diffuse},
-         }) {
+    using enum Channel;
+    using P = MaterialPass;
+    for (const Row& row : {Row{Diffuse, TextureUnit::Diffuse, P::Diffuse},
+                           {Specular, TextureUnit::Specular, P::Specular},
+                           {Specular, TextureUnit::Specular, P::Reflection},
+                           {Reflection, TextureUnit::Reflect, P::Reflection},
+                           {Reflection, TextureUnit::Reflect, P::Refraction},
+                           {Occlusion, TextureUnit::Occlusion, P::Image},
+                           {Illumination, TextureUnit::Emissive, P::Illumination},
+                           {Occlusion, TextureUnit::Occlusion, P::Diffuse, MaterialType::Physical}}) {
         SCOPED_TRACE(testing::Message()
                      << static_cast<int>(row.channel) << ' ' << static_cast<int>(row.pass));
         h->material.type = row.type;
@@ -309,27 +312,19 @@ TEST_F(MaterialParts, TexturesReachTheirChannels) {
         h->material.reflectionIntensity = picture ? 0 : 0.4f;
         h->material.refractionIntensity = picture ? 0 : 0.3f;
         const auto plain = Colours(row.pass);
-        TextureChannel& slot = h->material.channel(row.channel);
-        slot.enabled = true, slot.path = "texture", slot.gamma = 1;
-        h->SetTexture(row.unit, 1, 1, {texel});
-        const auto textured = Colours(row.pass);
-        slot.enabled = false;
-        for (std::size_t i = 0; i < plain.size(); ++i)
-            ExpectColour(textured[i], plain[i] * Point3{texel.x, texel.y, texel.z}, 1e-4f);
+        SetTexture(row.channel, row.unit, texel);
+        ExpectScaled(Colours(row.pass), plain, {texel.x, texel.y, texel.z});
+        h->material.channel(row.channel).enabled = false;
     }
     // Grey textures of a Physical body are shares of its two controls.
-    MakePhysical(0.8f, 0.6f);
-    for (const Channel number : {Channel::Specular, Channel::Reflection}) {
-        TextureChannel& slot = h->material.channel(number);
-        slot.enabled = true, slot.path = "texture", slot.gamma = 1;
-        h->SetTexture(number == Channel::Specular ? TextureUnit::Specular : TextureUnit::Reflect, 1, 1,
-                      {{0.5f, 0.5f, 0.5f, 1}});
-        const auto textured = Colours(MaterialPass::Image);
-        slot.enabled = false;
-        MakePhysical(number == Channel::Specular ? 0.4f : 0.8f, number == Channel::Specular ? 0.6f : 0.3f);
-        const auto controlled = Colours(MaterialPass::Image);
-        for (std::size_t i = 0; i < textured.size(); ++i) ExpectColour(textured[i], controlled[i], 1e-4f);
+    for (const bool gloss : {true, false}) {
         MakePhysical(0.8f, 0.6f);
+        SetTexture(gloss ? Specular : Reflection, gloss ? TextureUnit::Specular : TextureUnit::Reflect,
+                   {0.5f, 0.5f, 0.5f, 1});
+        const auto textured = Colours(P::Image);
+        h->material.channel(gloss ? Specular : Reflection).enabled = false;
+        MakePhysical(gloss ? 0.4f : 0.8f, gloss ? 0.6f : 0.3f);
+        ExpectScaled(textured, Colours(P::Image), {1, 1, 1});
     }
 }
 
