@@ -20,6 +20,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -109,7 +110,8 @@ void PrintTable(const std::string& path) {
 } // namespace
 
 int main(int argc, char** argv) {
-    const fs::path folder = fs::temp_directory_path() / ("velorin_warm_" + std::to_string(std::rand()));
+    const fs::path folder =
+        fs::temp_directory_path() / ("velorin_warm_" + std::to_string(std::random_device()()));
     fs::create_directories(folder);
     setenv("VELORIN_USER_PATH", folder.c_str(), 1);
     std::vector<std::string> files(argv + 1, argv + argc);

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <random>
 #include <string>
 
 using namespace velorin;
@@ -16,8 +17,8 @@ namespace {
 // A folder of the process's own with a model file in it.
 struct Place {
     Place() {
-        folder =
-            std::filesystem::temp_directory_path() / ("velorin_fuzz_cache_" + std::to_string(std::rand()));
+        folder = std::filesystem::temp_directory_path() /
+                 ("velorin_fuzz_cache_" + std::to_string(std::random_device()()));
         std::filesystem::create_directories(folder);
         setenv("VELORIN_USER_PATH", folder.c_str(), 1);
         file = (folder / "a.obj").string();

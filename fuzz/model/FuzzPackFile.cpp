@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -14,9 +15,9 @@ using namespace velorin;
 // then written to as a cache.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     constexpr std::size_t kFileSize = 0x30008 + 4 * 0x8000;
-    static const std::string path =
-        (std::filesystem::temp_directory_path() / ("velorin_fuzz_pack_" + std::to_string(std::rand())))
-            .string();
+    static const std::string path = (std::filesystem::temp_directory_path() /
+                                     ("velorin_fuzz_pack_" + std::to_string(std::random_device()())))
+                                        .string();
     std::vector<std::uint8_t> bytes(kFileSize);
     const std::uint8_t magic[] = {'N', 'X', 'M', 'P', 'C', 0, 0, 4};
     std::copy(std::begin(magic), std::end(magic), bytes.begin());
