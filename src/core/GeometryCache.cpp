@@ -7,6 +7,7 @@
 #include "platform/Clock.h"
 #include "platform/FileSystem.h"
 #include "render/MeshBuffers.h"
+#include "services/Library.h"
 #include "services/Profiler.h"
 
 #include <algorithm>
@@ -64,11 +65,7 @@ Source SourceOf(const SceneModel& model, const std::string& path, const PathLaye
     source.options = model;
     if (IsFile(model.type) || model.type == ModelType::PathExtrusion) {
         source.path = ResolveModelPath(path, model.context ? model.context->dataFolder : std::string());
-        constexpr std::string_view kBundle = ".qbndl>";
-        const std::size_t bundle = source.path.find(kBundle);
-        const std::string file =
-            bundle == std::string::npos ? source.path : source.path.substr(0, bundle + kBundle.size() - 1);
-        if (const auto facts = GetFileFacts(file)) {
+        if (const auto facts = GetFileFacts(FileOnDisk(source.path))) {
             source.modifiedTime = facts->modifiedTime;
             source.fileSize = facts->size;
         }

@@ -1,5 +1,8 @@
 #include "core/Rig.h"
 
+#include "services/Library.h"
+#include "services/StringConversion.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -75,16 +78,8 @@ const RigTable& DefaultRigTable() {
 }
 
 std::string RigKey(std::string_view path) {
-    constexpr std::string_view kBundle = ".qbndl>";
-    const std::size_t bundle = path.find(kBundle);
-    if (bundle != std::string_view::npos)
-        path.remove_prefix(bundle + kBundle.size());
-    else if (const std::size_t slash = path.find_last_of("/\\"); slash != std::string_view::npos)
-        path.remove_prefix(slash + 1);
-    std::string key(path);
-    for (char& c : key)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    return key;
+    if (const auto place = SplitBundlePath(std::string(path))) return SmallLetters(place->entry);
+    return SmallLetters(path.substr(path.find_last_of("/\\") + 1));
 }
 
 std::size_t ReadRigTables(std::string_view text, RigTables& tables) {

@@ -4,6 +4,7 @@
 #include "core/document/FieldTable.h"
 #include "core/document/Scene.h"
 #include "model/PackFile.h"
+#include "services/Library.h"
 
 #include <algorithm>
 #include <utility>

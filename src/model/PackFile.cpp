@@ -418,14 +418,6 @@ void PackFile::Clear() {
     std::filesystem::remove(std::u8string(path_.begin(), path_.end()), ignored);
 }
 
-std::optional<BundlePath> SplitBundlePath(const std::string& path) {
-    constexpr std::string_view kEnding = ".qbndl";
-    const std::size_t at = path.find(std::string(kEnding) + ">");
-    if (at == std::string::npos) return std::nullopt;
-    const std::size_t end = at + kEnding.size();
-    return BundlePath{path.substr(0, end), path.substr(end + 1)};
-}
-
 namespace {
 
 // From the start of 1601 to that of 1970, the epoch of the system clock.

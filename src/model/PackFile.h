@@ -122,13 +122,6 @@ private:
     std::size_t readers_ = 0;
 };
 
-// The two parts of a path into a content bundle, "content.qbndl>folder/ship.obj"; nothing for other paths.
-struct BundlePath {
-    std::string bundle;
-    std::string entry;
-};
-[[nodiscard]] std::optional<BundlePath> SplitBundlePath(const std::string& path);
-
 // The present moment, and that of a file's last change (0 when there is none), as packs store them:
 // milliseconds since 1601, UTC.
 [[nodiscard]] double PackTimeNow();

@@ -37,10 +37,8 @@ LibraryPlaces GetLibraryPlaces() {
 }
 
 std::string FindAsset(const std::string& path, const std::string& dataFolder) {
-    if (const std::size_t bundle = path.find(kBundleEnd); bundle != std::string::npos) {
-        const std::size_t end = bundle + kBundleEnd.size() - 1;
-        return FindAsset(path.substr(0, end), dataFolder) + path.substr(end);
-    }
+    if (const auto place = SplitBundlePath(path))
+        return FindAsset(place->bundle, dataFolder) + '>' + place->entry;
     std::string name = path;
     std::replace(name.begin(), name.end(), '\\', '/');
     if (IsAbsolute(name)) return Join({}, name);
@@ -53,6 +51,18 @@ std::string FindAsset(const std::string& path, const std::string& dataFolder) {
     for (const std::string& candidate : candidates)
         if (!candidate.empty() && IsRegularFile(candidate)) return candidate;
     return plain;
+}
+
+std::optional<BundlePath> SplitBundlePath(const std::string& path) {
+    const std::size_t at = path.find(kBundleEnd);
+    if (at == std::string::npos) return std::nullopt;
+    const std::size_t entry = at + kBundleEnd.size();
+    return BundlePath{path.substr(0, entry - 1), path.substr(entry)};
+}
+
+std::string FileOnDisk(const std::string& path) {
+    const auto place = SplitBundlePath(path);
+    return place ? place->bundle : path;
 }
 
 } // namespace velorin

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,5 +23,14 @@ struct LibraryPlaces {
 // nowhere gets its path in `dataFolder`. "." and ".." are resolved, backslashes become slashes. Of a path
 // into a content bundle ("content.qbndl>entry") the bundle is looked for.
 [[nodiscard]] std::string FindAsset(const std::string& path, const std::string& dataFolder);
+
+// The two parts of a path into a content bundle, "content.qbndl>folder/ship.obj"; nothing for other paths.
+struct BundlePath {
+    std::string bundle;
+    std::string entry;
+};
+[[nodiscard]] std::optional<BundlePath> SplitBundlePath(const std::string& path);
+// The file that a path leads to: of a path into a bundle the bundle, else the path itself.
+[[nodiscard]] std::string FileOnDisk(const std::string& path);
 
 } // namespace velorin

@@ -18,6 +18,8 @@ public:
     SafeFile(const SafeFile&) = delete;
     SafeFile& operator=(const SafeFile&) = delete;
 
+    // The file beside its place, for a writer that goes by a path; empty when it could not be opened.
+    [[nodiscard]] const std::string& temporary() const { return temporary_; }
     // After the first failure the later calls do nothing and return false.
     bool Write(Bytes bytes);
     bool Write(const void* bytes, std::uint64_t size);

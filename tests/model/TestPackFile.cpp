@@ -249,25 +249,3 @@ TEST(PackFile, KeepsTheUsersFilesInTheirFolder) {
     EXPECT_TRUE(pack.Put("a", Text("x")));
     EXPECT_TRUE(std::filesystem::exists(folder.path() + "/Quenmarworks/some_cache"));
 }
-
-TEST(BundlePath, IsSplitBehindTheEnding) {
-    const struct {
-        const char* path;
-        const char* bundle; // null: none
-        const char* entry;
-    } cases[] = {
-        {"content.qbndl>folder/ship.obj", "content.qbndl", "folder/ship.obj"},
-        {"/a b/c.qbndl>x", "/a b/c.qbndl", "x"},
-        {"c.qbndl>", "c.qbndl", ""},
-        {"c.qbndl", nullptr, ""},
-        {"ship.obj", nullptr, ""},
-        {"a>b.obj", nullptr, ""},
-    };
-    for (const auto& c : cases) {
-        const auto split = SplitBundlePath(c.path);
-        ASSERT_EQ(split.has_value(), c.bundle != nullptr) << c.path;
-        if (!split) continue;
-        EXPECT_EQ(split->bundle, c.bundle);
-        EXPECT_EQ(split->entry, c.entry);
-    }
-}

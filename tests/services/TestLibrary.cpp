@@ -48,5 +48,21 @@ TEST(Library, TheUsersFileComesFirstAndTheShippedOneLast) {
               std::filesystem::path(ExecutablePath()).parent_path().string() + "/content");
 }
 
+TEST(Library, APathIntoABundleIsSplitBehindTheEnding) {
+    const struct {
+        const char *path, *bundle, *entry; // without a bundle null
+    } cases[] = {{"content.qbndl>folder/ship.obj", "content.qbndl", "folder/ship.obj"},
+                 {"/a b/c.qbndl>x>y", "/a b/c.qbndl", "x>y"},
+                 {"c.qbndl>", "c.qbndl", ""},
+                 {"c.qbndl", nullptr, nullptr},
+                 {"a>b.obj", nullptr, nullptr}};
+    for (const auto& [path, bundle, entry] : cases) {
+        const auto split = SplitBundlePath(path);
+        ASSERT_EQ(split.has_value(), bundle != nullptr) << path;
+        EXPECT_EQ(FileOnDisk(path), bundle ? bundle : path);
+        EXPECT_EQ(split ? split->entry : "", entry ? entry : "") << path;
+    }
+}
+
 } // namespace
 } // namespace velorin

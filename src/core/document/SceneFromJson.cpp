@@ -71,8 +71,7 @@ std::string Resolved(const std::string& path, const std::string& folder) {
     if (path.empty() || folder.empty()) return path;
     const std::u8string text(path.begin(), path.end());
     if (std::filesystem::path(text).is_absolute()) return path;
-    const std::size_t bundle = path.find(".qbndl>");
-    const std::string file = bundle == std::string::npos ? path : path.substr(0, bundle + 6);
+    const std::string file = FileOnDisk(path);
     const auto isThere = [](const std::string& name) {
         std::error_code ignored;
         return std::filesystem::is_regular_file(std::u8string(name.begin(), name.end()), ignored);

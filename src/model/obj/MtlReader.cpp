@@ -1,6 +1,7 @@
 #include "model/obj/MtlReader.h"
 
 #include "model/obj/NumberScan.h"
+#include "services/StringConversion.h"
 
 #include <algorithm>
 #include <string_view>
@@ -13,13 +14,6 @@ namespace {
 
 using Tokens = std::span<const std::string_view>;
 
-std::string LowerCase(std::string_view text) {
-    std::string lower(text);
-    for (char& c : lower)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
-    return lower;
-}
-
 // The token's number; 0 when the token is missing or no number.
 float Number(Tokens tokens, std::size_t index) {
     float value = 0;
@@ -30,14 +24,14 @@ float Number(Tokens tokens, std::size_t index) {
 
 void ReadColour(Tokens tokens, Point3& colour) {
     if (tokens.size() < 2) return;
-    const std::string kind = LowerCase(tokens[1]);
+    const std::string kind = SmallLetters(tokens[1]);
     if (kind.starts_with("spectral") || kind.starts_with("xyz") || tokens.size() != 4) return;
     colour = {Number(tokens, 1), Number(tokens, 2), Number(tokens, 3)};
 }
 
 void ReadOpacity(Tokens tokens, bool isTransparency, float& opacity) {
     if (tokens.size() < 2) return;
-    const bool halo = LowerCase(tokens[1]).find("-halo") != std::string::npos;
+    const bool halo = SmallLetters(tokens[1]).find("-halo") != std::string::npos;
     const float value = Number(tokens, halo ? 2 : 1);
     // A value that is not a number ends at 0.
     opacity = std::min(1.0f, std::max(0.0f, isTransparency ? 1 - value : value));
@@ -46,7 +40,7 @@ void ReadOpacity(Tokens tokens, bool isTransparency, float& opacity) {
 bool IsSupportedImage(std::string_view name) {
     const auto dot = name.rfind('.');
     if (dot == name.npos) return false;
-    const std::string extension = LowerCase(name.substr(dot));
+    const std::string extension = SmallLetters(name.substr(dot));
     return extension == ".png" || extension == ".exr" || extension == ".hdr" || extension == ".dds" ||
            extension == ".jpg";
 }
@@ -56,7 +50,7 @@ void ReadMap(Tokens tokens, MaterialObj& material, MapSlot slot) {
     ModelMap& map = material.maps[static_cast<std::size_t>(slot)];
     std::string_view name;
     for (std::size_t i = 0; i < tokens.size(); ++i) {
-        const std::string option = LowerCase(tokens[i]);
+        const std::string option = SmallLetters(tokens[i]);
         if (option == "-mm") {
             map.mmBase = Number(tokens, i + 1);
             map.mmGain = Number(tokens, i + 2);
@@ -75,8 +69,8 @@ void ReadMap(Tokens tokens, MaterialObj& material, MapSlot slot) {
 void ReadReflection(Tokens tokens, MaterialObj& material) {
     std::vector<std::string_view> rest;
     for (std::size_t i = 1; i < tokens.size(); ++i) {
-        if (i + 1 < tokens.size() && LowerCase(tokens[i]) == "-type" &&
-            LowerCase(tokens[i + 1]) == "sphere") {
+        if (i + 1 < tokens.size() && SmallLetters(tokens[i]) == "-type" &&
+            SmallLetters(tokens[i + 1]) == "sphere") {
             material.sphereReflection = true;
             ++i;
         } else {
@@ -143,7 +137,7 @@ void ReadMtl(Bytes library, std::span<MaterialObj> materials) {
         if (line.ends_with('\r')) line.remove_suffix(1);
         Split(line, tokens);
         if (tokens.empty()) continue;
-        const std::string keyword = LowerCase(tokens[0]);
+        const std::string keyword = SmallLetters(tokens[0]);
         if (keyword == "newmtl") {
             if (tokens.size() != 2) continue;
             const auto found = byName.find(tokens[1]);
