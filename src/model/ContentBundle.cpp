@@ -4,10 +4,13 @@
 #include "model/ModelLoader.h"
 #include "model/ModelRecord.h"
 #include "services/MappedFile.h"
-#include "services/Paths.h"
+#include "services/SafeFile.h"
+#include "services/StringConversion.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <filesystem>
+#include <optional>
 #include <set>
 #include <string_view>
 
@@ -48,13 +51,6 @@ std::string WithSlash(const std::string& folder) {
     return folder.empty() || folder.ends_with('/') ? folder : folder + '/';
 }
 
-std::string Extension(const std::string& path) {
-    std::string extension = std::filesystem::path(path).extension().string();
-    for (char& c : extension)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
-    return extension;
-}
-
 // What is stored as it stands.
 bool IsPlainItem(const std::string& extension) {
     constexpr std::string_view kinds[] = {".qmx", ".qmt", ".qbv", ".png", ".jpg",
@@ -62,19 +58,25 @@ bool IsPlainItem(const std::string& extension) {
     return std::find(std::begin(kinds), std::end(kinds), extension) != std::end(kinds);
 }
 
-enum class Added { Stored, Skipped, NoRoom };
-
-Added AddFile(PackFile& pack, const std::string& folder, const std::string& name) {
-    const std::string path = folder + "/" + name, extension = Extension(name);
-    if (extension == ".obj") {
+// What a file is in a bundle; nothing, with the reason, when it is left out.
+std::optional<std::vector<std::byte>> ItemOf(const std::string& path, const std::string& name,
+                                             std::string& reason) {
+    const std::string extension = SmallExtension(name);
+    const bool isModel = extension == ".obj";
+    if (!isModel && !IsPlainItem(extension)) {
+        reason = "is no model, preset or picture";
+    } else if (name.find(kSeparator) != std::string::npos) {
+        reason = "has \"||\" in its name, which parts the names of the index";
+    } else if (isModel) {
         ModelData data;
-        if (!LoadModelFile(path, true, true, data)) return Added::Skipped;
-        return pack.Put(name, WriteModelRecord(data, 0)) ? Added::Stored : Added::NoRoom;
+        if (LoadModelFile(path, true, true, data, {}, &reason)) return WriteModelRecord(data, 0);
+    } else {
+        const MappedFile file = MappedFile::Open(path, FileAccess::Read);
+        const Bytes bytes = file.bytes();
+        if (!bytes.empty()) return std::vector(bytes.begin(), bytes.end());
+        reason = file.valid() ? "is empty" : "cannot be read: " + file.reason();
     }
-    if (!IsPlainItem(extension)) return Added::Skipped;
-    const MappedFile file = MappedFile::Open(path, FileAccess::Read);
-    if (!file.valid() || file.bytes().empty()) return Added::Skipped;
-    return pack.Put(name, file.bytes()) ? Added::Stored : Added::NoRoom;
+    return std::nullopt;
 }
 
 // "a/b/c.obj" stands in the folders "a/" and "a/b/".
@@ -85,6 +87,29 @@ void AddFoldersOf(const std::string& name, std::set<std::string>& folders) {
 
 bool PutText(PackFile& pack, const char* name, const std::string& text) {
     return text.empty() || pack.Put(name, AsBytes(text));
+}
+
+// Fills a new pack. False when it has no room.
+bool AddFiles(PackFile& pack, const std::string& folder, const std::vector<std::string>& files,
+              const std::string& id, BundleResult& result) {
+    std::vector<std::string> items;
+    std::set<std::string> folders;
+    for (const std::string& name : files) {
+        if (SmallExtension(name) == ".mtl") continue;
+        std::string reason;
+        const auto item = ItemOf(folder + "/" + name, name, reason);
+        if (!item) {
+            result.skipped.push_back({name, reason});
+            continue;
+        }
+        if (!pack.Put(name, *item)) return false;
+        items.push_back(name);
+        AddFoldersOf(name, folders);
+    }
+    result.items = items.size();
+    return PutText(pack, kIdEntry, id.empty() ? "content" : id) &&
+           PutText(pack, kFoldersEntry, Join({folders.begin(), folders.end()})) &&
+           PutText(pack, kIndexEntry, Join(items));
 }
 
 } // namespace
@@ -162,39 +187,25 @@ BundleResult CreateBundle(const std::string& folder, const std::string& path, co
         result.error = folder + ": is not a folder.";
         return result;
     }
-    const std::string temporary = path + ".part";
-    const std::u8string temporaryName(temporary.begin(), temporary.end());
-    std::filesystem::remove(temporaryName, ignored);
-    std::vector<std::string> items;
-    std::set<std::string> folders;
+    const std::vector<std::string> files = ListFilesBelow(folder);
+    SafeFile file(path);
+    if (!file.ok()) {
+        result.error = file.error();
+        return result;
+    }
     bool fits = true;
     {
         PackFile pack;
-        pack.Open(temporary, false, false);
-        for (const std::string& name : ListFilesBelow(folder)) {
-            const Added added = AddFile(pack, folder, name);
-            if (added == Added::Skipped) {
-                result.skipped.push_back(name);
-                continue;
-            }
-            if (added == Added::NoRoom) fits = false;
-            items.push_back(name);
-            AddFoldersOf(name, folders);
-        }
-        fits = fits && PutText(pack, kIdEntry, id.empty() ? "content" : id) &&
-               PutText(pack, kFoldersEntry, Join({folders.begin(), folders.end()})) &&
-               PutText(pack, kIndexEntry, Join(items));
+        pack.Open(file.temporary(), false, false);
+        fits = AddFiles(pack, folder, files, id, result);
     }
-    const std::string lock = temporary + ".lock";
+    const std::string lock = file.temporary() + ".lock";
     std::filesystem::remove(std::u8string(lock.begin(), lock.end()), ignored);
-    if (!fits || RenameFile(temporary, path) != 0) {
-        std::filesystem::remove(temporaryName, ignored);
-        result.error = path + (fits ? ": cannot be written."
-                                    : ": the bundle has no room for all files, or the disk is full.");
-        return result;
-    }
-    result.items = items.size();
-    result.ok = true;
+    if (!fits)
+        result.error = path + ": the bundle has no room for all files, or the disk is full.";
+    else if (!file.Commit())
+        result.error = file.error();
+    result.ok = result.error.empty();
     return result;
 }
 

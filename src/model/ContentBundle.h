@@ -39,12 +39,17 @@ struct BundleResult {
     bool ok = false;
     std::string error; // one sentence that names the file
     std::size_t items = 0;
-    std::vector<std::string> skipped; // files that are no content, or a model that could not be read
+    struct Skipped {
+        std::string name;   // of the file, below the folder
+        std::string reason; // "is no model, preset or picture"
+    };
+    std::vector<Skipped> skipped;
 };
 
 // Makes a bundle of a folder: its models (".obj") as compiled records under the names of their files, its
-// presets and pictures as they are. Everything stands under its path below `folder`. The file is written
-// beside its place and renamed over it.
+// presets and pictures as they are. Everything stands under its path below `folder`. What is left out is
+// told, but for the ".mtl" files, which are part of their models. The file is written beside its place and
+// renamed over it.
 [[nodiscard]] BundleResult CreateBundle(const std::string& folder, const std::string& path,
                                         const std::string& id);
 

@@ -13,12 +13,16 @@
 #include "model/vector/VectorFile.h"
 #include "services/Library.h"
 #include "services/Log.h"
+#include "services/StringConversion.h"
 #include "services/Warnings.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <exception>
+#include <iterator>
 #include <memory>
+#include <utility>
 
 namespace velorin {
 
@@ -26,22 +30,26 @@ namespace {
 
 std::atomic<std::uint64_t> parsedModels{0}, cachedModels{0};
 
-std::string LowerCaseExtension(const std::string& path) {
-    const auto dot = path.find_last_of("./");
-    if (dot == std::string::npos || path[dot] == '/') return {};
-    std::string extension = path.substr(dot);
-    for (char& c : extension)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
-    return extension;
-}
-
 struct FileReader {
     const char* extension;
-    std::unique_ptr<FileModel> (*make)();
+    std::unique_ptr<FileModel> (*make)(); // null for a kind that is known but has no reader
 };
 constexpr FileReader kFileReaders[] = {
     {".obj", []() -> std::unique_ptr<FileModel> { return std::make_unique<ModelObj>(); }},
+    {".c4d", nullptr},
 };
+
+// Null for a file of an unknown kind.
+const FileReader* FindReader(const std::string& path) {
+    const std::string extension = SmallExtension(path);
+    const auto found = std::find_if(std::begin(kFileReaders), std::end(kFileReaders),
+                                    [&](const FileReader& reader) { return extension == reader.extension; });
+    return found == std::end(kFileReaders) ? nullptr : &*found;
+}
+
+void WarnOf(const std::string& path, const std::string& reason) {
+    ReportWarning("Model " + path + " " + reason + ".");
+}
 
 // Never throws: a reader that runs out of memory is a file that cannot be read.
 bool LoadGuarded(FileModel& file, const std::string& path, bool loadMaterials, bool loadAnimation,
@@ -61,9 +69,16 @@ bool LoadBundleEntry(const BundlePath& place, const std::string& dataFolder, Mod
     pack.Open(ResolveModelPath(place.bundle, dataFolder), true, false);
     const PackEntry entry = pack.Get(place.entry);
     if (ReadModelRecord(entry.stream(), data)) return true;
-    const char* const reason = !entry ? "is not in its bundle" : "is no model record";
-    Log("Failed to load model: %s", (place.bundle + ">" + place.entry).c_str());
-    ReportWarning("Model " + place.bundle + ">" + place.entry + " " + reason + ".");
+    const std::string path = place.bundle + ">" + place.entry;
+    Log("Failed to load model: %s", path.c_str());
+    if (entry)
+        WarnOf(path, "is no model record");
+    else if (pack.state() == PackFile::State::Open)
+        WarnOf(path, "is not in its bundle");
+    else if (pack.state() == PackFile::State::Unavailable)
+        WarnOf(path, "cannot be read: its bundle cannot be opened");
+    else
+        WarnOf(path, "cannot be read: its bundle is damaged");
     return false;
 }
 
@@ -76,8 +91,10 @@ bool LoadFile(const SceneModel& model, const std::string& dataFolder, ModelData&
         ++cachedModels;
         return true;
     }
-    if (!LoadModelFile(path, !model.noMaterials, model.type != ModelType::Sequence, data, model.path))
+    if (!LoadModelFile(path, !model.noMaterials, model.type != ModelType::Sequence, data, model.path)) {
+        if (!model.path.empty() && !FindReader(path)) WarnOf(model.path, "is of no known kind of model file");
         return false;
+    }
     if (cache && !cache->Store(model, path, data)) Log("No room in the model cache for %s", path.c_str());
     return true;
 }
@@ -148,26 +165,26 @@ bool LoadModelData(const SceneModel& model, const std::string& dataFolder, Model
 }
 
 bool LoadModelFile(const std::string& path, bool loadMaterials, bool loadAnimation, ModelData& data,
-                   const std::string& writtenAs) {
+                   const std::string& writtenAs, std::string* reason) {
     using Clock = std::chrono::steady_clock;
-    const std::string extension = LowerCaseExtension(path);
-    for (const FileReader& reader : kFileReaders) {
-        if (extension != reader.extension) continue;
-        const auto start = Clock::now();
-        const std::unique_ptr<FileModel> file = reader.make();
-        std::string reason;
-        if (!LoadGuarded(*file, path, loadMaterials, loadAnimation, reason)) {
-            Log("Failed to load model: %s", path.c_str());
-            ReportWarning("Model " + (writtenAs.empty() ? path : writtenAs) + " " + reason + ".");
-            return false;
-        }
-        const std::chrono::duration<double, std::milli> elapsed = Clock::now() - start;
-        Log("Loading Model: %.2f ms", elapsed.count());
-        ImportFile(data, *file);
-        ++parsedModels;
-        return true;
+    const FileReader* const reader = FindReader(path);
+    if (!reader) return false;
+    const auto start = Clock::now();
+    const std::unique_ptr<FileModel> file = reader->make ? reader->make() : nullptr;
+    std::string why = "is of a kind that this version does not read";
+    if (!file || !LoadGuarded(*file, path, loadMaterials, loadAnimation, why)) {
+        Log("Failed to load model: %s", path.c_str());
+        if (reason)
+            *reason = std::move(why);
+        else
+            WarnOf(writtenAs.empty() ? path : writtenAs, why);
+        return false;
     }
-    return false;
+    const std::chrono::duration<double, std::milli> elapsed = Clock::now() - start;
+    Log("Loading Model: %.2f ms", elapsed.count());
+    ImportFile(data, *file);
+    ++parsedModels;
+    return true;
 }
 
 ModelLoadCounts GetModelLoadCounts() {

@@ -25,8 +25,11 @@ struct ModelLoadCounts {
 
 // Reads a model file by its extension: the file half of LoadModelData. `loadMaterials`: with the properties
 // of the materials, else only their names. `writtenAs`: the path as the scene has it, for the warning.
+// `reason`: gets why it failed, to stand behind the file's name, in place of the warning. A file of an
+// unknown kind fails without a word.
 [[nodiscard]] bool LoadModelFile(const std::string& path, bool loadMaterials, bool loadAnimation,
-                                 ModelData& data, const std::string& writtenAs = {});
+                                 ModelData& data, const std::string& writtenAs = {},
+                                 std::string* reason = nullptr);
 
 // The path of a file of the scene as it is opened: FindAsset of services/Library.h.
 [[nodiscard]] std::string ResolveModelPath(const std::string& path, const std::string& dataFolder);

@@ -148,12 +148,16 @@ TEST_F(ModelCacheTest, LoadsBundlesAndTheDefaultModel) {
     folder_.Put("c/top.qmx", "preset");
     folder_.Put("c/ships/one.mtl", "newmtl a");
     folder_.Put("c/broken.obj", "nothing");
+    folder_.Put("c/void.png", "");
+    folder_.Put("c/a||b.png", "picture");
     const BundleResult result = CreateBundle(folder_.file("c"), folder_.file("c.qbndl"), "ships-1");
     ASSERT_TRUE(result.ok) << result.error;
     EXPECT_EQ(result.items, 4u);
-    EXPECT_EQ(result.skipped, (std::vector<std::string>{"broken.obj", "ships/one.mtl"}));
-    EXPECT_FALSE(std::filesystem::exists(folder_.file("c.qbndl.part")));
-    EXPECT_FALSE(std::filesystem::exists(folder_.file("c.qbndl.part.lock")));
+    std::string skipped;
+    for (const auto& [name, reason] : result.skipped) skipped += name + " " + reason + "; ";
+    EXPECT_EQ(skipped, "a||b.png has \"||\" in its name, which parts the names of the index; "
+                       "broken.obj holds no face; void.png is empty; ");
+    EXPECT_EQ(folder_.entryCount(), 2u) << "nothing is left beside it";
 
     ContentBundle bundle(folder_.file("c.qbndl"));
     ASSERT_TRUE(bundle.IsOpen());

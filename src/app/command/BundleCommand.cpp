@@ -25,10 +25,9 @@ bool Create(Host& host, const Arguments& options, Console& console) {
              {"id", options.id.empty() ? std::filesystem::path(options.output).stem().string() : options.id}},
             {}, {}, console);
     if (!answer) return false;
-    for (const auto& name : answer->value("skipped", ordered_json::array()))
-        if (name.is_string())
-            console.Warn(options.input + "/" + name.get<std::string>() +
-                         ": left out: no model, preset or picture that can be read");
+    for (const auto& file : answer->value("skipped", ordered_json::array()))
+        console.Warn(options.input + "/" + file.value("name", std::string()) + ": left out, as it " +
+                     file.value("reason", std::string()));
     std::printf("%s: %d items\n", options.output.c_str(), answer->value("items", 0));
     return true;
 }

@@ -4,9 +4,8 @@
 
 #include "platform/FileSystem.h"
 
+#include "services/Library.h"
 #include "services/SafeFile.h"
-
-#include <filesystem>
 
 namespace velorin::app {
 
@@ -27,7 +26,7 @@ int RunNew(const Arguments& options) {
             console.Error(file + ": this is no " + kModelOrPreset);
             return kFailed;
         }
-        if (!IsRegularFile(file)) {
+        if (!IsRegularFile(FileOnDisk(file))) {
             console.Error(file + (kind == InputKind::Model ? ": the model does not exist"
                                                            : ": the preset does not exist"));
             return kFailed;
@@ -35,9 +34,7 @@ int RunNew(const Arguments& options) {
         presets = presets || kind == InputKind::Preset;
     }
     constexpr double kDuration = 5; // seconds
-    std::error_code ignored;
-    const std::string folder =
-        std::filesystem::absolute(options.output, ignored).parent_path().lexically_normal().string();
+    const std::string folder = FolderOfInput(options.output);
     std::optional<std::string> text;
     if (presets) {
         Session session;

@@ -30,9 +30,7 @@ std::optional<std::string> ProjectTextForPresets(const std::vector<std::string>&
 
 std::optional<Project> ReadPresetProject(const std::string& path, double durationSeconds, SizeOverride size,
                                          Host& host, Console& console) {
-    std::error_code ignored;
-    const std::string folder = fs::absolute(path, ignored).parent_path().lexically_normal().string();
-    auto text = ProjectTextForPresets({path}, folder, durationSeconds, size, host, console);
+    auto text = ProjectTextForPresets({path}, FolderOfInput(path), durationSeconds, size, host, console);
     if (!text) return std::nullopt;
     Diagnostics diagnostics;
     auto project = ReadProjectText(path, std::move(*text), diagnostics, size);

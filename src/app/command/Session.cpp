@@ -8,6 +8,7 @@
 #include "platform/FileSystem.h"
 #include "platform/Process.h"
 
+#include "services/Library.h"
 #include "services/MappedFile.h"
 #include "services/StringConversion.h"
 
@@ -205,15 +206,13 @@ std::optional<Project> ReadInput(const std::string& path, SizeOverride size, Con
         project = ReadProjectFile(path, diagnostics, size);
         break;
     case InputKind::Model: {
-        const MappedFile probe = MappedFile::Open(path, FileAccess::Read);
+        const MappedFile probe = MappedFile::Open(FileOnDisk(path), FileAccess::Read);
         if (!probe.valid()) {
             diagnostics.errors.push_back(path + ": the model cannot be read: " + probe.reason());
             break;
         }
-        std::error_code ignored;
-        const std::string folder = fs::absolute(path, ignored).parent_path().lexically_normal().string();
-        project = ReadProjectText(path, ProjectTextForModels({path}, folder, kModelDuration, size),
-                                  diagnostics, size);
+        project = ReadProjectText(
+            path, ProjectTextForModels({path}, FolderOfInput(path), kModelDuration, size), diagnostics, size);
         break;
     }
     case InputKind::Preset: // needs the plug-in

@@ -1,5 +1,6 @@
 #include "app/project/ProjectReader.h"
 
+#include "services/Library.h"
 #include "services/StringConversion.h"
 
 #include <nlohmann/json.hpp>
@@ -80,12 +81,14 @@ std::string ProjectTextForModels(const std::vector<std::string>& files, const st
     constexpr int kImportedFile = 2, kVectorFile = 7;
     nlohmann::ordered_json models = nlohmann::ordered_json::array();
     const std::size_t count = std::min(files.size(), kMostModels);
-    for (std::size_t i = 0; i < count; ++i)
-        models.push_back({{"name", fs::path(files[i]).stem().string()},
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto entry = SplitBundlePath(files[i]);
+        models.push_back({{"name", fs::path(entry ? entry->entry : files[i]).stem().string()},
                           {"type", IsVectorFile(files[i]) ? kVectorFile : kImportedFile},
                           {"path", PathForProject(files[i], folder)},
                           {"normalizeSize", true},
                           {"groups", {static_cast<int>(i) + 1}}});
+    }
     return ProjectTextForScene({{"models", models}}, count, folder, durationSeconds, size);
 }
 

@@ -5,6 +5,7 @@
 #include "app/project/MaskReader.h"
 #include "app/project/ObjectReader.h"
 
+#include "services/Library.h"
 #include "services/MappedFile.h"
 
 #include <cmath>
@@ -257,6 +258,11 @@ private:
 
 } // namespace
 
+std::string FolderOfInput(const std::string& path) {
+    std::error_code ignored;
+    return std::filesystem::absolute(FileOnDisk(path), ignored).parent_path().lexically_normal().string();
+}
+
 std::optional<Project> ReadProjectText(const std::string& path, std::string text, Diagnostics& diagnostics,
                                        SizeOverride size) {
     JsonError fault;
@@ -268,8 +274,7 @@ std::optional<Project> ReadProjectText(const std::string& path, std::string text
     }
     Project project;
     project.path = path;
-    std::error_code ignored;
-    project.folder = std::filesystem::absolute(path, ignored).parent_path().lexically_normal().string();
+    project.folder = FolderOfInput(path);
     project.document = std::make_shared<const JsonDocument>(std::move(*document));
     const TextSource source(path, project.document->source, diagnostics);
     const std::size_t errorsBefore = diagnostics.errors.size();

@@ -23,6 +23,10 @@ struct SizeOverride {
 [[nodiscard]] std::optional<Project> ReadProjectText(const std::string& path, std::string text,
                                                      Diagnostics& diagnostics, SizeOverride size = {});
 
+// The absolute folder that an input's relative paths start from: its own, or that of the bundle that it is
+// in.
+[[nodiscard]] std::string FolderOfInput(const std::string& path);
+
 // A file's path as a project in `folder` (absolute) writes it: relative, where that is shorter.
 [[nodiscard]] std::string PathForProject(const std::string& file, const std::string& folder);
 

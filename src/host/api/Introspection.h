@@ -42,16 +42,16 @@ inline constexpr char kRawReplyMark = '=';
 //
 // Presets (.qmx, .qmt, .qbv; `file` may name an entry of a bundle) and the library; a refusal for want of a
 // name has "names", those that there are:
-//   savePreset      payload = flat document, "kind": "model", "material" or "bevel", "name": of the model or
-//   material,
-//                   "bevel": 1..5, "file" -> {"picture": [width, height]} (0, 0 when none could be drawn)
+//   savePreset      payload = flat document, "kind": "model", "material" or "bevel", "name": of the model
+//                   or material, "bevel": 1..5, "file" -> {"picture": [width, height]} (0, 0 when none could
+//                   be drawn)
 //   renewPicture    "file": draws the picture in a preset anew -> {"picture": [width, height]}
 //   readPreset      "file" -> {"kind", "picture": {width, height}, "models": [{depth, name, type, path,
-//   materials}],
-//                   "materials": [...], "bevel": {...}}
+//                   materials}], "materials": [...], "bevel": {...}}
 //   presetScene     "files": presets and models -> a scene as JSON, each file in a group of its own, all
-//   paths absolute presetPicture   "file", "width", "height" -> raw: RGBA bytes, row by row, straight alpha
-//   bundleCreate    "folder", "file", "id" -> {"items": n, "skipped": [names]}
+//                   paths absolute
+//   presetPicture   "file", "width", "height" -> raw: RGBA bytes, row by row, straight alpha
+//   bundleCreate    "folder", "file", "id" -> {"items": n, "skipped": [{name, reason}]}
 //   bundleList      "file" -> {"id", "folders": [...], "items": [{name, bytes}]}
 //   bundleExtract   "file", "entry" -> raw: its bytes
 //   library         array of the places where library files are looked for, in order

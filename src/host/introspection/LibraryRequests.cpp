@@ -33,12 +33,11 @@ std::vector<std::string> ItemsOf(ContentBundle& bundle) {
 
 std::string AnswerBundleCreate(const Request& request) {
     const std::string file = Text(request, "file");
-    BundleResult result = CreateBundle(Text(request, "folder"), file, Text(request, "id"));
-    if (!result.ok) {
-        if (result.error.ends_with('.')) result.error.pop_back();
-        return RequestError(result.error);
-    }
-    return DumpJson(Json{{"items", result.items}, {"skipped", result.skipped}});
+    const BundleResult result = CreateBundle(Text(request, "folder"), file, Text(request, "id"));
+    if (!result.ok) return RequestError(result.error);
+    Json skipped = Json::array();
+    for (const auto& [name, reason] : result.skipped) skipped.push_back({{"name", name}, {"reason", reason}});
+    return DumpJson(Json{{"items", result.items}, {"skipped", skipped}});
 }
 
 std::string AnswerBundleList(const Request& request) {

@@ -184,10 +184,17 @@ const PresetKind* PresetKindOfFile(const std::string& path) {
 std::string ReadPreset(const std::string& path, AssetContext& assets, Preset& preset) {
     preset.kind = PresetKindOfFile(path);
     if (!preset.kind) return path + ": this is no preset (.qmx, .qmt or .qbv)";
-    const auto place = SplitBundlePath(path);
-    const std::string& file = place ? place->bundle : path;
+    const std::string file = FileOnDisk(path);
     if (!IsRegularFile(file)) return file + ": the file does not exist";
     if (preset.kind->read(path, assets, preset)) return {};
+    if (const auto place = SplitBundlePath(path)) {
+        PackFile pack;
+        pack.Open(place->bundle, true, false);
+        if (!pack.Get(place->entry))
+            return pack.state() == PackFile::State::Open
+                       ? file + ": the bundle has no entry \"" + place->entry + "\""
+                       : file + ": this is no bundle, or it is damaged";
+    }
     return path + ": this is no " + preset.kind->name + " preset, or it is damaged";
 }
 

@@ -7,6 +7,7 @@
 #include "model/PackFile.h"
 #include "render/Renderer.h"
 #include "services/Library.h"
+#include "services/SafeFile.h"
 #include "services/StringConversion.h"
 
 #include <span>
@@ -14,6 +15,8 @@
 
 namespace velorin {
 namespace {
+
+constexpr const char* kBundlesStay = ": the presets of a bundle cannot be changed";
 
 // Draws the small picture of a preset. False when there is nothing to be seen.
 bool DrawPicture(const Request& request, const Preset& preset, PresetPicture& picture) {
@@ -52,7 +55,9 @@ void DescribeTree(const SceneModel& model, Json& rows) {
 }
 
 Ref<SceneModel> ImportedModel(const std::string& file, AssetContext& assets) {
-    const std::string name = file.substr(file.find_last_of('/') + 1);
+    const auto place = SplitBundlePath(file);
+    const std::string& path = place ? place->entry : file;
+    const std::string name = path.substr(path.find_last_of('/') + 1);
     const std::string extension = SmallExtension(name);
     const bool vector = extension == ".pdf" || extension == ".ai";
     auto model = Ref<SceneModel>::Make(vector ? ModelType::PathExtrusion : ModelType::ImportedFile, &assets);
@@ -75,7 +80,10 @@ std::string AnswerSavePreset(const Request& request) {
     if (PresetKindOfFile(file) != preset.kind)
         return RequestError(file + ": a " + name + " preset is a " + preset.kind->extension + " file",
                             "/file");
+    if (SplitBundlePath(file)) return RequestError(file + kBundlesStay, "/file");
     if (std::string refusal = preset.kind->pick(request, scene, preset); !refusal.empty()) return refusal;
+    // Nothing is drawn for a place that cannot be written.
+    if (const SafeFile probe(file); !probe.ok()) return RequestError(probe.error());
     PresetPicture picture;
     (void)DrawPicture(request, preset, picture); // without one where nothing can be drawn
     return WriteWithPicture(file, preset, scene, picture);
@@ -83,8 +91,7 @@ std::string AnswerSavePreset(const Request& request) {
 
 std::string AnswerRenewPicture(const Request& request) {
     const std::string file = request.json.value("file", std::string());
-    if (SplitBundlePath(file))
-        return RequestError(file + ": the presets of a bundle cannot be changed", "/file");
+    if (SplitBundlePath(file)) return RequestError(file + kBundlesStay, "/file");
     Preset preset;
     const std::string error = ReadPreset(file, request.assets, preset);
     if (!error.empty()) return RequestError(error, "/file");
