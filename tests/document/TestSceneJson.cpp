@@ -234,7 +234,8 @@ TEST(SceneJson, FindsRelativePathsInTheFolder) {
         "environment": { "path": "here.png" },
         "materials": [ { "channels": { "diffuse": { "path": "here.png" }, "normal": { "path": "Materials/shared.png" } } } ],
         "models": [ { "path": "here.obj" }, { "path": "away.obj" }, { "path": "/here.obj" },
-                    { "path": "pack.qbndl>ships/one.obj" }, { "path": "none.qbndl>x" }, { "type": 6 } ] })",
+                    { "path": "pack.qbndl>ships/one.obj" }, { "path": "none.qbndl>x" }, { "type": 6 },
+                    { "type": 6, "path": "Gear Model.parametric" } ] })",
                              folder.path());
     EXPECT_EQ(scene->environment.path, folder.file("here.png"));
     EXPECT_EQ(scene->materials[0]->channel(Channel::Diffuse).path, folder.file("here.png"));
@@ -245,6 +246,8 @@ TEST(SceneJson, FindsRelativePathsInTheFolder) {
                                     "/here.obj",
                                     folder.file("pack.qbndl>ships/one.obj"),
                                     folder.file("none.qbndl>x"),
-                                    "Box Model.parametric"};
-    for (std::size_t i = 0; i < 6; ++i) EXPECT_EQ(scene->models[i]->path, expected[i]);
+                                    "Box Model.parametric",
+                                    "Gear Model.parametric"};
+    for (std::size_t i = 0; i < 7; ++i) EXPECT_EQ(scene->models[i]->path, expected[i]);
+    EXPECT_EQ(scene->models[6]->primitive, PrimitiveKind::Gear) << "as its name says";
 }

@@ -383,11 +383,23 @@ private:
 
         for (const auto& [key, value] : object.items())
             if (!ParseModelKey(*model, at, key, value)) return false;
-        if (!object.contains("path"))
+        if (!object.contains("path")) {
             model->path = DefaultModelPath(type, model->primitive);
-        else
+        } else if (type == ModelType::Primitive) {
+            if (!object.contains("primitive")) model->primitive = PrimitiveNamedIn(*model);
+        } else if (type != ModelType::Extrusion && type != ModelType::Default) {
             model->path = Resolved(model->path, folder_);
+        }
         return true;
+    }
+
+    // A primitive's path is only its name ("Torus Model.parametric"), which tells the kind when nothing else
+    // does.
+    static PrimitiveKind PrimitiveNamedIn(const SceneModel& model) {
+        for (const FieldLabel& label : kModelFields.Find(210)->labels)
+            if (model.path.find(label.text) != std::string::npos)
+                return static_cast<PrimitiveKind>(label.value);
+        return model.primitive;
     }
 
     bool ParseModelKey(SceneModel& model, const std::string& at, const std::string& key, const json& value) {
