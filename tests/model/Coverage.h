@@ -50,11 +50,7 @@ inline double ShoelaceArea(const Outline& outline) {
     return sum / 2;
 }
 
-enum class Fill { NonZero, EvenOdd, Positive };
-
-inline bool Filled(Fill rule, int winding) {
-    return rule == Fill::NonZero ? winding != 0 : rule == Fill::EvenOdd ? winding % 2 != 0 : winding > 0;
-}
+enum class Fill { EvenOdd, Positive };
 
 // The edges of outlines by the horizontal bands that they run through.
 class Scan {
@@ -89,7 +85,8 @@ public:
         int winding = 0;
         for (std::size_t k = 0; k + 1 < crossings.size(); ++k) {
             winding += crossings[k].second;
-            if (Filled(rule_, winding)) visit(crossings[k].first, crossings[k + 1].first);
+            if (rule_ == Fill::EvenOdd ? winding % 2 != 0 : winding > 0)
+                visit(crossings[k].first, crossings[k + 1].first);
         }
     }
 
@@ -132,22 +129,23 @@ struct Picture {
 };
 
 // The filled part of each cell; what is drawn twice counts once, as far as a cell can tell.
-inline void Paint(Picture& picture, const std::vector<Outline>& outlines, Fill rule, int linesPerCell = 16) {
+inline void Paint(Picture& picture, const std::vector<Outline>& outlines, Fill rule) {
+    constexpr int kLinesPerCell = 16;
     const Scan scan(outlines, rule, 1);
     const int first = std::max(0, static_cast<int>(std::floor(scan.low()))),
               last = std::min(picture.height, static_cast<int>(std::ceil(scan.high())));
     std::vector<double> row(static_cast<std::size_t>(picture.width));
     for (int y = first; y < last; ++y) {
         std::fill(row.begin(), row.end(), 0);
-        for (int line = 0; line < linesPerCell; ++line)
-            scan.spans(y + (line + 0.5) / linesPerCell, [&](double left, double right) {
+        for (int line = 0; line < kLinesPerCell; ++line)
+            scan.spans(y + (line + 0.5) / kLinesPerCell, [&](double left, double right) {
                 left = std::clamp(left, 0.0, static_cast<double>(picture.width));
                 right = std::clamp(right, 0.0, static_cast<double>(picture.width));
                 for (int x = static_cast<int>(left); x < right; ++x)
                     row[static_cast<std::size_t>(x)] += std::min(right, x + 1.0) - std::max(left, x * 1.0);
             });
         for (int x = 0; x < picture.width; ++x) {
-            const double part = row[static_cast<std::size_t>(x)] / linesPerCell;
+            const double part = row[static_cast<std::size_t>(x)] / kLinesPerCell;
             picture.at(x, y) = std::min(1.0, picture.at(x, y) + part - picture.at(x, y) * part);
         }
     }

@@ -31,41 +31,33 @@ Corners Read(const std::string& text, const ListLengths& lengths, bool far) {
 
 TEST(FaceLines, ReadsEveryForm) {
     struct Case {
-        const char* name;
-        const char* text;
+        const char *name, *text;
         Corners corners;
     };
-    const std::string tabbed = "\t1\t2\t3";
     const Case cases[] = {
         {"positions", " 1 2 3\n", {{1, 1, 1}, {2, 1, 1}, {3, 1, 1}}},
         {"positions and texture", " 1/4 2/5 3/6\n", {{1, 4, 1}, {2, 5, 1}, {3, 6, 1}}},
         {"positions and normals", " 1//4 2//5 3//6\n", {{1, 1, 4}, {2, 1, 5}, {3, 1, 6}}},
         {"all", " 1/4/7 2/5/8 3/6/9\n", {{1, 4, 7}, {2, 5, 8}, {3, 6, 9}}},
         {"a quad", " 1 2 3 4\n", {{1, 1, 1}, {2, 1, 1}, {3, 1, 1}, {4, 1, 1}}},
-        {"nothing between keyword and first corner", "1 2 3\n", {{1, 1, 1}, {2, 1, 1}, {3, 1, 1}}},
         {"many blanks and tabs", "  \t1/2 \t 3/4\t5/6  \r\n", {{1, 2, 1}, {3, 4, 1}, {5, 6, 1}}},
         {"negative", " -3 -2 -1\n", {{8, 1, 1}, {9, 1, 1}, {10, 1, 1}}},
         {"each list its own length", " -1/-1/-1 -1/-2/-3 1/1/1\n", {{10, 20, 30}, {10, 19, 28}, {1, 1, 1}}},
         {"before the start of its list", " -11 1 -10\n", {{0, 1, 1}, {1, 1, 1}, {1, 1, 1}}},
         {"zero stays", " 0 1 2\n", {{0, 1, 1}, {1, 1, 1}, {2, 1, 1}}},
-        {"plus", " +1 +2 +3\n", {{1, 1, 1}, {2, 1, 1}, {3, 1, 1}}},
         {"eight digits", " 12345678 1 2\n", {{12345678, 1, 1}, {1, 1, 1}, {2, 1, 1}}},
         {"beyond 32 bits", " 99999999999 1 2\n", {{INT32_MAX, 1, 1}, {1, 1, 1}, {2, 1, 1}}},
-        {"an unreadable token is dropped", " 1 x 2 3\n", {{1, 1, 1}, {2, 1, 1}, {3, 1, 1}}},
         {"a comment behind", " 1 2 3 # four\n", {{1, 1, 1}, {2, 1, 1}, {3, 1, 1}}},
         {"text behind a number", " 1a 2.5 3-\n", {{1, 1, 1}, {2, 1, 1}, {3, 1, 1}}},
         {"a fourth index", " 1/2/3/4 5/6/7 8/9/1\n", {{1, 2, 3}, {5, 6, 7}, {8, 9, 1}}},
         {"one slash in the whole line", " 1/2 3 4\n", {}},
-        {"one slash, later", " 1 2/2 3\n", {}},
         {"mixed forms take the double slash", " 1/2/3 4//5 6/7/8\n", {{4, 1, 5}}},
         {"the first form does not fit later corners", " 1/2/3 4/5 6/7/8\n", {{1, 2, 3}, {6, 7, 8}}},
         {"texture form drops bare positions", " 1/2 3 4/5 6/7\n", {{1, 2, 1}, {4, 5, 1}, {6, 7, 1}}},
         {"an empty index", " /1/1 2/2/2 3//3\n", {{3, 1, 3}}},
         {"trailing slash", " 1/ 2/ 3/\n", {}},
         {"nothing", "\n", {}},
-        {"blanks", "   \n", {}},
         {"the end of the text", " 1 2 3", {{1, 1, 1}, {2, 1, 1}, {3, 1, 1}}},
-        {"only tabs", tabbed.c_str(), {{1, 1, 1}, {2, 1, 1}, {3, 1, 1}}},
         {"long",
          " 1000001/1000002/1000003 1000004/1000005/1000006 1000007/1000008/1000009 1000010/1000011/1000012\n",
          {{1000001, 1000002, 1000003},
@@ -78,6 +70,9 @@ TEST(FaceLines, ReadsEveryForm) {
             EXPECT_THAT(Read(c.text, {10, 20, 30}, far), testing::ElementsAreArray(c.corners))
                 << c.name << (far ? ", far from the end" : ", near the end");
     }
+    std::string longest = "1"; // as many corners as a line holds
+    for (int i = 1; i < 511; ++i) longest += " 1";
+    for (const bool far : {false, true}) EXPECT_EQ(Read(longest, {}, far).size(), 511u);
 }
 
 // The fast way and the careful one read the same from any line.
@@ -103,12 +98,6 @@ TEST(FaceLines, BothWaysAgree) {
         if (careful.size() < 3) careful.clear();
         ASSERT_EQ(fast, careful) << text;
     }
-}
-
-TEST(FaceLines, ALineHoldsAtMostAllItsCorners) {
-    std::string text;
-    for (int i = 0; i < 511; ++i) text += i ? " 1" : "1";
-    for (const bool far : {false, true}) EXPECT_EQ(Read(text, {}, far).size(), 511u);
 }
 
 } // namespace

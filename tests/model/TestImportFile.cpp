@@ -16,14 +16,14 @@ ModelData Import(const std::string& text, const test::TemporaryFolder& folder) {
     return model;
 }
 
-constexpr const char* kPositions = "v 0 0 0\nv 4 0 0\nv 4 2 0\nv 0 2 0\nv 0 0 2\n";
+const std::string kPositions = "v 0 0 0\nv 4 0 0\nv 4 2 0\nv 0 2 0\nv 0 0 2\n";
 
 TEST(ImportFile, GroupsOfOneMaterialAreMerged) {
     const test::TemporaryFolder folder;
-    const ModelData model = Import(
-        std::string(kPositions) + "g a\nusemtl x\nf 1 2 3\nusemtl y\nf 1 2 5\nusemtl x\nf 2 3 4\nf 3 4 1\n"
-                                  "g b\nusemtl y\nf 1 2 3\nusemtl x\nf 3 4 1\n",
-        folder);
+    const ModelData model =
+        Import(kPositions + "g a\nusemtl x\nf 1 2 3\nusemtl y\nf 1 2 5\nusemtl x\nf 2 3 4\nf 3 4 1\n"
+                            "g b\nusemtl y\nf 1 2 3\nusemtl x\nf 3 4 1\n",
+               folder);
     ASSERT_EQ(model.meshes.size(), 2u);
     const ModelMesh& a = model.meshes[0];
     ASSERT_EQ(a.groups.size(), 2u);
@@ -33,23 +33,19 @@ TEST(ImportFile, GroupsOfOneMaterialAreMerged) {
     ASSERT_EQ(model.meshes[1].groups.size(), 2u);
     EXPECT_EQ(model.meshes[1].groups[0].materialIndex, 1u);
     EXPECT_EQ(TriangleCount(model), 6u);
-}
-
-TEST(ImportFile, EmptyGroupsStayUntilTheMerge) {
-    const test::TemporaryFolder folder;
-    const std::string empty = "usemtl x\nf 1 2\n"; // a face without an area keeps its group
-    ModelData model = Import(std::string(kPositions) + empty + "usemtl y\nf 1 2 3\n", folder);
-    ASSERT_EQ(model.meshes[0].groups.size(), 2u);
-    EXPECT_TRUE(model.meshes[0].groups[0].triangles.empty());
-    model = Import(std::string(kPositions) + "usemtl y\nf 1 2 3\n" + "usemtl y\nf 1 2\nusemtl z\nf 1 2 3\n",
-                   folder);
-    ASSERT_EQ(model.meshes[0].groups.size(), 2u);
-    EXPECT_EQ(model.meshes[0].groups[0].triangles.size(), 1u);
+    // A group without triangles stays, until it is merged.
+    const ModelData empty = Import(kPositions + "usemtl x\nf 1 2\nusemtl y\nf 1 2 3\n", folder);
+    ASSERT_EQ(empty.meshes[0].groups.size(), 2u);
+    EXPECT_TRUE(empty.meshes[0].groups[0].triangles.empty());
+    const ModelData merged =
+        Import(kPositions + "usemtl y\nf 1 2 3\nusemtl y\nf 1 2\nusemtl z\nf 1 2 3\n", folder);
+    ASSERT_EQ(merged.meshes[0].groups.size(), 2u);
+    EXPECT_EQ(merged.meshes[0].groups[0].triangles.size(), 1u);
 }
 
 TEST(ImportFile, BoundsOfMeshesAreNormalised) {
     const test::TemporaryFolder folder;
-    const ModelData model = Import(std::string(kPositions) + "g a\nf 1 2 3\ng none\ng b\nf 1 5 4\n", folder);
+    const ModelData model = Import(kPositions + "g a\nf 1 2 3\ng none\ng b\nf 1 5 4\n", folder);
     EXPECT_EQ(model.size, 2);
     EXPECT_EQ(model.center, (Point3{-1, -0.5f, 0.5f})) << "x and y change sides";
     const ModelMesh& a = model.meshes[0];
@@ -100,10 +96,9 @@ TEST(ImportFile, NothingGivesNothing) {
 
 TEST(PrepareMesh, RunsGroupsBehindOneAnother) {
     const test::TemporaryFolder folder;
-    ModelData model =
-        Import(std::string(kPositions) +
-                   "g a\nusemtl x\nf 1 2 3\nusemtl y\nf 1 2\nusemtl z\nf 1 2 5\nf 2 3 4\ng b\nf 3 4 1\n",
-               folder);
+    ModelData model = Import(
+        kPositions + "g a\nusemtl x\nf 1 2 3\nusemtl y\nf 1 2\nusemtl z\nf 1 2 5\nf 2 3 4\ng b\nf 3 4 1\n",
+        folder);
     const ModelData copy = model;
     const PreparedMesh mesh = PrepareMesh(std::move(model), {});
     ASSERT_EQ(mesh.meshes.size(), 2u);

@@ -1,3 +1,4 @@
+#include "FormatChecks.h"
 #include "model/obj/LayerFile.h"
 
 #include <gtest/gtest.h>
@@ -5,46 +6,22 @@
 namespace velorin::obj {
 namespace {
 
-// Builds the bytes of a layer file.
-class Writer {
-public:
-    Writer& Number(std::uint32_t value) { return Raw(&value, sizeof value); }
-    Writer& Name(const std::string& name) { return Raw(name.c_str(), name.size() + 1); }
-    Writer& Text(const std::string& text) { return Raw(text.data(), text.size()); }
-    Writer& Floats(std::initializer_list<float> values) {
-        for (const float value : values) Raw(&value, sizeof value);
-        return *this;
-    }
-    [[nodiscard]] const std::string& bytes() const { return bytes_; }
+using namespace test;
 
-private:
-    Writer& Raw(const void* data, std::size_t size) {
-        bytes_.append(static_cast<const char*>(data), size);
-        return *this;
-    }
-    std::string bytes_;
-};
-
-Writer TwoLayers() {
-    Writer w;
-    w.Number(2);
-    w.Name("walk").Number(24).Number(1).Number(10).Number(1);
-    w.Name("hip").Number(2).Floats({1, 2, 3, 4, 5, 6, 7}).Floats({-1, -2, -3, -4, -5, -6, -7});
-    w.Name("").Number(25).Number(2).Number(20).Number(0);
-    w.Number(99); // joints; not what bounds them
-    w.Name("hip").Name("").Floats({9, 9, 9, 9, 1, 2, 3});
-    w.Name("knee").Name("hip").Floats({9, 9, 9, 9, 4, 5, 6});
-    return w;
+Buffer Numbers(std::initializer_list<std::uint32_t> values) {
+    Buffer bytes;
+    for (const std::uint32_t value : values) bytes += U32(value);
+    return bytes;
 }
 
-LayerFile Read(const std::string& bytes) {
-    // Memory of exactly this size, so that a sanitizer sees a read behind it.
-    const std::vector<char> exact(bytes.begin(), bytes.end());
-    return ReadLayerFile(std::as_bytes(std::span(exact)));
-}
+const Buffer kTwoLayers = Numbers({2}) + Zero("walk") + Numbers({24, 1, 10, 1}) + Zero("hip") + Numbers({2}) +
+                          F32({1, 2, 3, 4, 5, 6, 7, -1, -2, -3, -4, -5, -6, -7}) + Zero("") +
+                          Numbers({25, 2, 20, 0}) + Numbers({99}) + // joints; not what bounds them
+                          Zero("hip") + Zero("") + F32({9, 9, 9, 9, 1, 2, 3}) + Zero("knee") + Zero("hip") +
+                          F32({9, 9, 9, 9, 4, 5, 6});
 
 TEST(LayerFile, GoldenBytes) {
-    const LayerFile file = Read(TwoLayers().bytes());
+    const LayerFile file = ReadLayerFile(kTwoLayers);
     ASSERT_EQ(file.layers.size(), 2u);
     const AnimationLayer& walk = file.layers[0];
     EXPECT_EQ(walk.name, "walk");
@@ -69,58 +46,39 @@ TEST(LayerFile, GoldenBytes) {
 
 // What was complete before the end is kept, whatever is missing.
 TEST(LayerFile, EveryTruncatedLength) {
-    const std::string whole = TwoLayers().bytes();
     std::size_t keysBefore = 0, jointsBefore = 0;
-    for (std::size_t length = 0; length <= whole.size(); ++length) {
-        const LayerFile file = Read(whole.substr(0, length));
-        std::size_t keys = 0;
-        if (!file.layers.empty() && !file.layers[0].tracks.empty())
-            keys = file.layers[0].tracks.at("hip").size();
-        EXPECT_GE(keys, keysBefore) << length;
-        EXPECT_GE(file.joints.size(), jointsBefore) << length;
+    const auto check = [&](Bytes part) {
+        const LayerFile file = ReadLayerFile(part);
+        const bool hasTrack = !file.layers.empty() && !file.layers[0].tracks.empty();
+        const std::size_t keys = hasTrack ? file.layers[0].tracks.at("hip").size() : 0;
+        EXPECT_GE(keys, keysBefore) << part.size();
+        EXPECT_GE(file.joints.size(), jointsBefore) << part.size();
         keysBefore = keys;
         jointsBefore = file.joints.size();
-    }
+    };
+    ForEachTruncation(kTwoLayers, check);
+    EXPECT_EQ(jointsBefore, 1u);
+    check(kTwoLayers + Text("x")); // a byte too many
     EXPECT_EQ(keysBefore, 2u);
     EXPECT_EQ(jointsBefore, 2u);
-    EXPECT_EQ(Read(whole + "x").joints.size(), 2u) << "a byte too many";
-    EXPECT_EQ(Read(whole.substr(0, whole.size() - 1)).joints.size(), 1u);
 }
 
-TEST(LayerFile, HugeCountsTakeNoMemory) {
+TEST(LayerFile, HugeCountsAndLongNames) {
     constexpr std::uint32_t huge = 0xffffffffu;
-    EXPECT_TRUE(Read(Writer().Number(huge).bytes()).layers.empty());
-    EXPECT_EQ(Read(Writer().Number(huge).Name("l").Number(1).Number(1).Number(1).Number(huge).bytes())
-                  .layers.size(),
-              1u);
-    const LayerFile keys = Read(Writer()
-                                    .Number(1)
-                                    .Name("l")
-                                    .Number(1)
-                                    .Number(1)
-                                    .Number(1)
-                                    .Number(huge)
-                                    .Name("t")
-                                    .Number(huge)
-                                    .Floats({1, 2, 3, 4, 5, 6, 7, 8})
-                                    .bytes());
+    EXPECT_TRUE(ReadLayerFile(Numbers({huge})).layers.empty());
+    EXPECT_EQ(ReadLayerFile(Numbers({huge}) + Zero("l") + Numbers({1, 1, 1, huge})).layers.size(), 1u);
+    const LayerFile keys = ReadLayerFile(Numbers({1}) + Zero("l") + Numbers({1, 1, 1, huge}) + Zero("t") +
+                                         Numbers({huge}) + F32({1, 2, 3, 4, 5, 6, 7, 8}));
     ASSERT_EQ(keys.layers.size(), 1u);
     EXPECT_EQ(keys.layers[0].tracks.at("t").size(), 1u);
     EXPECT_LT(keys.layers[0].tracks.at("t").capacity(), 100u);
-}
-
-TEST(LayerFile, NamesEndAtTheirRoom) {
     // 254 characters and the zero fit; of a longer name the reader takes 254 and goes on 255 behind its
     // start.
-    const std::string longest(254, 'a');
-    Writer fits;
-    fits.Number(1).Name(longest).Number(7).Number(0).Number(0).Number(0);
-    EXPECT_EQ(Read(fits.bytes()).layers.at(0).name, longest);
-    EXPECT_EQ(Read(fits.bytes()).layers.at(0).frameRate, 7u);
-    Writer tooLong;
-    tooLong.Number(1).Text(std::string(255, 'b')).Number(8).Number(0).Number(0).Number(0);
-    EXPECT_EQ(Read(tooLong.bytes()).layers.at(0).name, std::string(254, 'b'));
-    EXPECT_EQ(Read(tooLong.bytes()).layers.at(0).frameRate, 8u);
+    for (const Buffer& name : {Zero(std::string(254, 'a')), Text(std::string(255, 'a'))}) {
+        const LayerFile file = ReadLayerFile(Numbers({1}) + name + Numbers({7, 0, 0, 0}));
+        EXPECT_EQ(file.layers.at(0).name, std::string(254, 'a'));
+        EXPECT_EQ(file.layers.at(0).frameRate, 7u);
+    }
 }
 
 } // namespace

@@ -1,15 +1,17 @@
+#include "Models.h"
+
 #include "model/mesh/MeshSteps.h"
 #include "model/mesh/PositionPlaces.h"
-#include "model/primitives/BuildPrimitive.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
-#include <numeric>
 #include <random>
 
 namespace velorin {
 namespace {
+
+using namespace test;
 
 struct Mesh {
     ModelVertices vertices;
@@ -30,13 +32,6 @@ Mesh Fold(float degrees) {
     const float a = degrees * kPi / 180;
     return Unshared({{Point3{0, 0, 0}, {1, 0, 0}, {0, -1, 0}},
                      {Point3{1, 0, 0}, {0, 0, 0}, {0, std::cos(a), std::sin(a)}}});
-}
-ModelData Cube() {
-    PrimitiveParameters p;
-    p.box.chamfer = 0;
-    ModelData model;
-    BuildPrimitive(model, PrimitiveKind::Box, p);
-    return model;
 }
 void ExpectNear(Point3 a, Point3 b, float tolerance, const std::string& what) {
     EXPECT_LE(Length(a - b), tolerance) << what << ": " << a.x << ' ' << a.y << ' ' << a.z;
@@ -60,33 +55,31 @@ TEST(AutoNormals, SmoothsBelowTheThreshold) {
     }
 }
 
-TEST(AutoNormals, WeighsByArea) {
+TEST(AutoNormals, WeighsByAreaAndFindsASphere) {
     Mesh mesh = Fold(90);
-    for (std::size_t i : {5u}) mesh.vertices[i].position *= 3.0f; // three times the area
+    mesh.vertices[5].position *= 3.0f; // three times the area
     AutoNormals(mesh.vertices, mesh.triangles, 100);
     ExpectNear(mesh.vertices[0].normal, Normalized({0, 3, -1}), 1e-5f, "weighted");
-}
 
-TEST(AutoNormals, FindsTheNormalsOfASphere) {
     PrimitiveParameters p;
     p.sphere.segments = 12;
     p.sphere.noSmoothing = true;
-    ModelData model;
-    BuildPrimitive(model, PrimitiveKind::Sphere, p);
-    AutoNormals(model.vertices, model.meshes[0].groups[0].triangles, 60);
-    for (const ModelVertex& v : model.vertices) EXPECT_GT(Dot(v.normal, Normalized(v.position)), 0.999f);
+    ModelData sphere = Primitive(PrimitiveKind::Sphere, p);
+    AutoNormals(sphere.vertices, TrianglesOf(sphere), 60);
+    for (const ModelVertex& v : sphere.vertices) EXPECT_GT(Dot(v.normal, Normalized(v.position)), 0.999f);
 }
 
 // So many triangles at one point that they are gathered by direction give nearly what all pairs give.
 TEST(AutoNormals, ManyCornersAtOnePlace) {
     const auto cone = [](int count) {
         Mesh mesh;
-        for (int i = 0; i < count; ++i) {
+        const auto rim = [&](int i) {
             const float a = kPi * 2 * static_cast<float>(i) / static_cast<float>(count);
-            const float b = kPi * 2 * static_cast<float>(i + 1) / static_cast<float>(count);
+            return Point3{std::cos(a), 0, std::sin(a)};
+        };
+        for (int i = 0; i < count; ++i) {
             const auto first = static_cast<std::uint32_t>(mesh.vertices.size());
-            for (const Point3 p :
-                 {Point3{0, -1, 0}, {std::cos(a), 0, std::sin(a)}, {std::cos(b), 0, std::sin(b)}})
+            for (const Point3 p : {Point3{0, -1, 0}, rim(i), rim(i + 1)})
                 mesh.vertices.push_back({p, {}, {}, {}});
             mesh.triangles.push_back({first, first + 2, first + 1});
         }
@@ -98,26 +91,6 @@ TEST(AutoNormals, ManyCornersAtOnePlace) {
         EXPECT_GT(Dot(pairs.vertices[static_cast<std::size_t>(3 * i)].normal,
                       cells.vertices[static_cast<std::size_t>(12 * i)].normal),
                   0.98f);
-}
-
-TEST(OptimizeMesh, KeepsTheOrderOfFirstUse) {
-    ModelData cube = Cube();
-    UnshareVertices(cube);
-    ASSERT_EQ(cube.vertices.size(), 36u);
-    ModelTriangles& triangles = cube.meshes[0].groups[0].triangles;
-    const ModelVertices before = cube.vertices;
-    const ModelTriangles old = triangles;
-    OptimizeMesh(cube.vertices, triangles);
-    EXPECT_EQ(cube.vertices.size(), 24u) << "four a face";
-    std::uint32_t next = 0;
-    for (std::size_t t = 0; t < triangles.size(); ++t) {
-        for (std::size_t i = 0; i < 3; ++i) {
-            EXPECT_LE(triangles[t][i], next);
-            next = std::max(next, triangles[t][i] + 1);
-            EXPECT_EQ(cube.vertices[triangles[t][i]].position, before[old[t][i]].position);
-            EXPECT_EQ(cube.vertices[triangles[t][i]].normal, before[old[t][i]].normal);
-        }
-    }
 }
 
 TEST(OptimizeMesh, ComparesTheFieldsAndDropsTheUnused) {
@@ -142,7 +115,7 @@ TEST(OptimizeMesh, ComparesTheFieldsAndDropsTheUnused) {
 
 TEST(Subdivide, GivesFourForOne) {
     const ModelData cube = Cube();
-    const ModelTriangles& coarse = cube.meshes[0].groups[0].triangles;
+    const ModelTriangles& coarse = TrianglesOf(cube);
     ASSERT_EQ(coarse.size(), 12u);
     ModelVertices vertices = cube.vertices;
     ModelTriangles fine;
@@ -158,23 +131,20 @@ TEST(Subdivide, GivesFourForOne) {
     EXPECT_EQ(ab.texCoord, (cube.vertices[a].texCoord + cube.vertices[b].texCoord) * 0.5f);
     EXPECT_EQ(ab.normal, cube.vertices[a].normal);
     // The surface stays: each level has the same area, wound the same way.
-    Point3 area, fineArea;
-    float total = 0, fineTotal = 0;
     ModelTriangles finest;
     SubdivideGroup(3, vertices, coarse, finest);
     EXPECT_EQ(finest.size(), 12u * 64);
-    for (const Triangle& t : coarse) {
-        const Point3 n = Cross(vertices[t[1]].position - vertices[t[0]].position,
-                               vertices[t[2]].position - vertices[t[0]].position);
-        area += n, total += Length(n);
-    }
-    for (const Triangle& t : finest) {
-        const Point3 n = Cross(vertices[t[1]].position - vertices[t[0]].position,
-                               vertices[t[2]].position - vertices[t[0]].position);
-        fineArea += n, fineTotal += Length(n);
-    }
-    EXPECT_NEAR(total, fineTotal, 1e-3f);
-    ExpectNear(area, fineArea, 1e-3f, "closed");
+    const auto measure = [&](const ModelTriangles& triangles) {
+        Point4 sum; // of the faces, and of their sizes
+        for (const Triangle& t : triangles) {
+            const Point3 face = FaceOf(vertices, t);
+            sum = {sum.x + face.x, sum.y + face.y, sum.z + face.z, sum.w + Length(face)};
+        }
+        return sum;
+    };
+    const Point4 before = measure(coarse), after = measure(finest);
+    EXPECT_NEAR(before.w, after.w, 1e-3f);
+    ExpectNear({before.x, before.y, before.z}, {after.x, after.y, after.z}, 1e-3f, "closed");
 }
 
 TEST(Edges, ConnectMergesWithinAStepOfTheGrid) {
@@ -195,53 +165,43 @@ TEST(Edges, HardOnesAreFilledBelowAQuarterTurn) {
         ASSERT_EQ(edges.size(), angle > 0 ? 1u : 0u) << angle;
         FillEdges(mesh.vertices, edges, mesh.triangles);
         ASSERT_EQ(mesh.triangles.size(), angle > 0 && angle < 90 ? 4u : 2u) << angle;
-        // Moved along their normals, the two halves and the filling between them have no crack: the edge of
-        // each half is met by the opposite edge of the filling.
-        for (std::size_t t = 2; t < mesh.triangles.size(); ++t)
-            for (ModelVertex& v : mesh.vertices) EXPECT_EQ(LengthSquared(v.normal) > 0, true);
-        if (mesh.triangles.size() == 4) {
-            const auto has = [&](std::uint32_t from, std::uint32_t to) {
-                int count = 0;
-                for (const Triangle& t : mesh.triangles)
-                    for (std::size_t i = 0; i < 3; ++i) count += t[i] == from && t[(i + 1) % 3] == to;
-                return count;
-            };
-            EXPECT_EQ(has(0, 1) + has(1, 0), 2);
-            EXPECT_EQ(has(0, 1), has(1, 0));
-            EXPECT_EQ(has(3, 4), has(4, 3));
-        }
+        if (mesh.triangles.size() != 4) continue;
+        // The edge of each half is met by the opposite edge of the filling: moved along their normals they
+        // have no crack.
+        const auto has = [&](std::uint32_t from, std::uint32_t to) {
+            int count = 0;
+            for (const Triangle& t : mesh.triangles)
+                for (std::size_t i = 0; i < 3; ++i) count += t[i] == from && t[(i + 1) % 3] == to;
+            return count;
+        };
+        EXPECT_EQ(has(0, 1) + has(1, 0), 2);
+        EXPECT_EQ(has(0, 1), has(1, 0));
+        EXPECT_EQ(has(3, 4), has(4, 3));
     }
     ModelData cube = Cube();
     UnshareVertices(cube);
-    EXPECT_EQ(FindHardEdges(cube.vertices, cube.meshes[0].groups[0].triangles).size(), 12u);
+    EXPECT_EQ(cube.vertices.size(), 36u);
+    EXPECT_EQ(FindHardEdges(cube.vertices, TrianglesOf(cube)).size(), 12u);
 }
 
-TEST(Edges, AdjacentNormalsAreSharedAtAPosition) {
-    ModelData cube = Cube();
+TEST(Edges, AdjacentNormalsAndTheListOfCorners) {
+    const ModelData cube = Cube();
     const LargeArray<Point3> normals = AdjacentNormals(cube.vertices);
-    for (std::size_t i = 0; i < normals.size(); ++i) {
-        // The three faces of a corner: towards the corner.
-        ExpectNear(Normalized(normals[i]), Normalized(cube.vertices[i].position), 1e-5f, "corner");
-        EXPECT_NEAR(Length(normals[i]), std::sqrt(1 / 3.0f), 1e-5f) << "a mean";
-    }
-}
+    for (std::size_t i = 0; i < normals.size(); ++i) // the mean of the three faces of a corner
+        ExpectNear(normals[i], Normalized(cube.vertices[i].position) * std::sqrt(1 / 3.0f), 1e-5f, "corner");
 
-TEST(Edges, TheListHasAllCornersOfAPlace) {
-    ModelData cube = Cube();
-    const ModelTriangles& triangles = cube.meshes[0].groups[0].triangles;
+    const ModelTriangles& triangles = TrianglesOf(cube);
     const EdgeList list = BuildEdgeList(cube.vertices, triangles);
     ASSERT_EQ(list.first.size(), 8u + 1);
     ASSERT_EQ(list.corners.size(), 36u);
+    const auto position = [&](std::uint32_t corner) {
+        return cube.vertices[triangles[corner / 3][corner % 3]].position;
+    };
     for (std::uint32_t c = 0; c < 36; ++c) {
-        const std::uint32_t place = list.place[c];
-        bool found = false;
-        for (std::uint32_t i = list.first[place]; i < list.first[place + 1]; ++i) {
-            const std::uint32_t other = list.corners[i];
-            found |= other == c;
-            EXPECT_EQ(cube.vertices[triangles[other / 3][other % 3]].position,
-                      cube.vertices[triangles[c / 3][c % 3]].position);
-        }
-        EXPECT_TRUE(found);
+        const auto first = list.corners.begin() + list.first[list.place[c]],
+                   last = list.corners.begin() + list.first[list.place[c] + 1];
+        EXPECT_EQ(std::count(first, last, c), 1);
+        for (auto other = first; other != last; ++other) EXPECT_EQ(position(*other), position(c));
     }
 }
 
@@ -273,6 +233,12 @@ TEST(MeshSteps, TheOrderOfVerticesChangesNothing) {
     OptimizeMesh(reversed, backwards);
     EXPECT_EQ(triangles, backwards);
     EXPECT_LE(ordered.size(), 125u * 3u) << "five steps an axis, three texture coordinates";
+    std::uint32_t next = 0; // vertices stand in the order of their first use
+    for (const Triangle& t : triangles)
+        for (const std::uint32_t index : t) {
+            ASSERT_LE(index, next);
+            next = std::max(next, index + 1);
+        }
     ASSERT_EQ(ordered.size(), reversed.size());
     for (std::size_t i = 0; i < ordered.size(); ++i) EXPECT_EQ(ordered[i].position, reversed[i].position);
     for (std::size_t t = 0; t < corners.size(); ++t)

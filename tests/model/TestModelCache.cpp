@@ -59,6 +59,7 @@ TEST_F(ModelCacheTest, FindsARecordAsLongAsTheFileIsTheSame) {
     EXPECT_EQ(data.sourceOffset.x, 5);
     EXPECT_FALSE(cache.Find(ModelAt("other.obj"), file, data)) << "by the path of the scene";
     ASSERT_TRUE(ModelCache().Find(ModelAt("a.obj"), file, data)) << "in the next process too";
+    EXPECT_EQ(cache.pack().path(), folder_.file("Quenmarworks/model_cache_2"));
 
     folder_.Put("a.obj", std::string(kTriangle) + "#");
     MakeOlder(file, 10);

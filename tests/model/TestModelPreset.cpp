@@ -110,20 +110,33 @@ TEST(ModelPreset, KeepsTheTreeAndItsMaterials) {
     EXPECT_EQ(c.references(), 1u);
 }
 
-TEST(ModelPreset, OfAModelInAFolderStandsAlone) {
+TEST(ModelPreset, OfAModelInAFolderStandsAloneAndInABundle) {
     const TemporaryFolder folder;
     Scene scene;
     FillScene(scene);
     const SceneModel& inner = *scene.models[1]->children[1];
-    ASSERT_TRUE(SaveModelPreset(folder.file("inner.qmx"), inner, scene, {}));
+    const std::string path = folder.file("inner.qmx"), bundle = folder.file("c.qbndl");
+    ASSERT_TRUE(SaveModelPreset(path, inner, scene, {}));
+    {
+        PackFile pack;
+        pack.Open(bundle, false, false);
+        ASSERT_TRUE(pack.Put("sets/a.qmx", Text(ReadWhole(path))));
+    }
+    for (const std::string& place : {path, bundle + ">sets/a.qmx"}) {
+        SceneModel root;
+        Materials materials;
+        PresetPicture picture{1, 1, {1, 2, 3, 4}};
+        ASSERT_TRUE(LoadModelPreset(place, root, materials, &picture));
+        EXPECT_EQ(Draw(root), "inner(c )");
+        EXPECT_EQ(root.children[0]->depth, 1u);
+        EXPECT_TRUE(materials.empty());
+        EXPECT_TRUE(picture.pixels.empty()) << "a preset without a picture";
+    }
     SceneModel root;
     Materials materials;
-    PresetPicture picture{1, 1, {1, 2, 3, 4}};
-    ASSERT_TRUE(LoadModelPreset(folder.file("inner.qmx"), root, materials, &picture));
-    EXPECT_EQ(Draw(root), "inner(c )");
-    EXPECT_EQ(root.children[0]->depth, 1u);
-    EXPECT_TRUE(materials.empty());
-    EXPECT_TRUE(picture.pixels.empty()) << "a preset without a picture";
+    for (const std::string& place :
+         {bundle + ">sets/b.qmx", folder.file("no.qbndl>a"), folder.file("no.qmx")})
+        EXPECT_FALSE(LoadModelPreset(place, root, materials)) << place;
 }
 
 TEST(ModelPreset, ReadsWhatOthersWrote) {
@@ -173,8 +186,6 @@ TEST(ModelPreset, RefusesWhatIsNone) {
     const TemporaryFolder folder;
     SceneModel root;
     Materials materials;
-    EXPECT_FALSE(LoadModelPreset(folder.file("missing.qmx"), root, materials));
-    EXPECT_FALSE(LoadModelPreset(folder.file("missing.qbndl>a.qmx"), root, materials));
     EXPECT_FALSE(LoadModelPresetBytes({}, root, materials));
     EXPECT_FALSE(LoadModelPresetBytes(kMagic, root, materials)) << "no model in it";
     EXPECT_FALSE(LoadModelPresetBytes(Text("NXCFH") + U8({0, 0, 4}) + Model("a", 1, 0), root, materials))
@@ -199,21 +210,4 @@ TEST(ModelPreset, RefusesWhatIsNone) {
             for (const MaterialBinding& binding : child->bindings)
                 EXPECT_TRUE(!binding.material || !read.empty());
     });
-}
-
-TEST(ModelPreset, IsFoundInABundle) {
-    const TemporaryFolder folder;
-    Scene scene;
-    FillScene(scene);
-    ASSERT_TRUE(SaveModelPreset(folder.file("a.qmx"), *scene.models[1], scene, {}));
-    {
-        PackFile pack;
-        pack.Open(folder.file("c.qbndl"), false, false);
-        ASSERT_TRUE(pack.Put("sets/a.qmx", Text(ReadWhole(folder.file("a.qmx")))));
-    }
-    SceneModel root;
-    Materials materials;
-    ASSERT_TRUE(LoadModelPreset(folder.file("c.qbndl") + ">sets/a.qmx", root, materials));
-    EXPECT_EQ(Draw(root), "top(a inner(c ) b )");
-    EXPECT_FALSE(LoadModelPreset(folder.file("c.qbndl") + ">sets/b.qmx", root, materials));
 }

@@ -2,11 +2,11 @@
 #include "model/ModelRecord.h"
 
 #include "FormatChecks.h"
+#include "extrusion/Shapes.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <set>
 
 using namespace velorin;
 using namespace velorin::test;
@@ -167,27 +167,20 @@ TEST(ModelRecord, WritesTheNewestVersionByteForByte) {
     EXPECT_EQ(head->version, 12u);
     EXPECT_EQ(head->sourceSize, 777u);
     EXPECT_FALSE(ReadModelRecordHead(ByteStream(Bytes(Record(12)).first(7))));
-}
 
-TEST(ModelRecord, TakesNewerVersionsForTheOldest) {
-    Buffer bytes = Record(3);
-    bytes[0] = std::byte{13};
-    ModelData model;
-    ASSERT_TRUE(ReadModelRecord(bytes, model));
+    // Newer versions are taken for the oldest.
+    Buffer newer = Record(3);
+    newer[0] = std::byte{13};
+    ASSERT_TRUE(ReadModelRecord(newer, model));
     ExpectGeometry(model);
-}
-
-TEST(ModelRecord, OfNothingIsAllZeros) {
-    const Buffer bytes = WriteModelRecord(ModelData{}, 0);
-    EXPECT_EQ(bytes, U32(12) + Buffer(62) + U32(0) + F32({0, 0, 0}));
-    ModelData model;
-    EXPECT_TRUE(ReadModelRecord(bytes, model));
+    // A model of nothing is all zeros.
+    const Buffer nothing = WriteModelRecord(ModelData{}, 0);
+    EXPECT_EQ(nothing, U32(12) + Buffer(62) + U32(0) + F32({0, 0, 0}));
+    EXPECT_TRUE(ReadModelRecord(nothing, model));
     EXPECT_TRUE(model.vertices.empty() && model.meshes.empty() && model.materials.empty());
-
     // A mesh without triangles in an old record has no bounds.
-    const Buffer empty =
-        U32(3) + U32(0) + U32(0) + U32(0) + U32(1) + Buffer(40) + F32({9, 9, 9}) + U32(0) + U32(0);
-    ASSERT_TRUE(ReadModelRecord(empty, model));
+    ASSERT_TRUE(ReadModelRecord(
+        U32(3) + U32(0) + U32(0) + U32(0) + U32(1) + Buffer(40) + F32({9, 9, 9}) + U32(0) + U32(0), model));
     EXPECT_EQ(model.meshes.at(0).center, Point3{});
     EXPECT_EQ(model.meshes.at(0).boundsMin, Point3{});
 }
@@ -195,12 +188,11 @@ TEST(ModelRecord, OfNothingIsAllZeros) {
 TEST(ModelRecord, RefusesWhatIsCutShort) {
     for (std::uint32_t version = 3; version <= 12; ++version) {
         SCOPED_TRACE(version);
-        ForEachTruncation(Record(version), [](Bytes part) {
-            ModelData model;
+        ModelData model;
+        ForEachTruncation(Record(version), [&](Bytes part) {
             EXPECT_FALSE(ReadModelRecord(part, model)) << part.size() << " bytes";
             EXPECT_TRUE(model.vertices.empty() && model.meshes.empty());
         });
-        ModelData model;
         EXPECT_TRUE(ReadModelRecord(Record(version) + U8({1}), model)) << "a byte too many";
     }
 }
@@ -241,23 +233,10 @@ TEST(DefaultModel, IsAClosedTubeThatLooksOutward) {
     ASSERT_EQ(model.meshes.size(), 1u);
     EXPECT_EQ(model.materials.size(), 1u);
 
-    double volume = 0;
-    std::set<std::pair<std::array<float, 3>, std::array<float, 3>>> edges;
-    const auto corner = [&](std::uint32_t index) {
-        const Point3 p = model.vertices[index].position;
-        return std::array<float, 3>{p.x, p.y, p.z};
-    };
-    for (const Triangle& t : model.meshes[0].groups.at(0).triangles) {
-        const Point3 a = model.vertices[t[0]].position, b = model.vertices[t[1]].position,
-                     c = model.vertices[t[2]].position;
-        volume += static_cast<double>(Dot(a, Cross(b, c))) / 6;
-        const Point3 face = Cross(b - a, c - a);
-        EXPECT_GT(Dot(face, model.vertices[t[0]].normal), 0);
-        for (std::size_t i = 0; i < 3; ++i)
-            EXPECT_TRUE(edges.insert({corner(t[i]), corner(t[(i + 1) % 3])}).second);
-    }
-    for (const auto& [from, to] : edges) EXPECT_EQ(edges.count({to, from}), 1u) << "an open edge";
-    EXPECT_GT(volume, 0.01);
+    const shapes::Measures solid = shapes::Measure(model);
+    EXPECT_EQ(solid.crowdedEdges, 0u);
+    EXPECT_GT(solid.volume, 0);
+    EXPECT_LT(solid.normalError, 0.3) << "the faces and their normals";
     for (const ModelVertex& vertex : model.vertices) {
         EXPECT_NEAR(Length(vertex.normal), 1, 1e-4f);
         EXPECT_NEAR(Length({vertex.tangent.x, vertex.tangent.y, vertex.tangent.z}), 1, 1e-4f);

@@ -53,10 +53,7 @@ TEST(NormaliseModel, AnimationFollows) {
     EXPECT_EQ(sample.channels[0].tangent[1].timeLeft, 30);
     EXPECT_EQ(sample.channels[1].tangent[1].valueLeft, 10) << "the rotation channel stays";
     EXPECT_EQ(model.layers[0].tracks["t"][0].position, (Point3{1, 2, 3}));
-    const Point3 joint = model.joints.front().matrix.translation();
-    EXPECT_NEAR(joint.x, 0, 1e-6f);
-    EXPECT_NEAR(joint.y, 1.8f, 1e-6f);
-    EXPECT_NEAR(joint.z, 2.8f, 1e-6f);
+    EXPECT_LT(Length(model.joints.front().matrix.translation() - Point3{0, 1.8f, 2.8f}), 1e-6f);
 }
 
 TEST(NormaliseModel, OddModels) {

@@ -239,13 +239,3 @@ TEST(PackFile, FollowsWhatOthersWrite) {
     ASSERT_TRUE(one.Put("c", Text("3")));
     EXPECT_EQ(two.Names(), std::vector<std::string>{"c"});
 }
-
-TEST(PackFile, KeepsTheUsersFilesInTheirFolder) {
-    const TemporaryFolder folder;
-    const ScopedVariable variable("VELORIN_USER_PATH", folder.path());
-    PackFile pack;
-    pack.Open("some_cache", false, true);
-    EXPECT_EQ(pack.path(), folder.path() + "/Quenmarworks/some_cache");
-    EXPECT_TRUE(pack.Put("a", Text("x")));
-    EXPECT_TRUE(std::filesystem::exists(folder.path() + "/Quenmarworks/some_cache"));
-}

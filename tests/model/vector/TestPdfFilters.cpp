@@ -1,20 +1,13 @@
+#include "Deflate.h"
 #include "model/vector/PdfFilters.h"
 #include "model/vector/PdfObject.h"
 
 #include <gtest/gtest.h>
-#include <zlib.h>
 
 namespace velorin {
 namespace {
 
-std::string Deflate(const std::string& text) {
-    uLongf size = compressBound(static_cast<uLong>(text.size()));
-    std::string out(size, '\0');
-    compress(reinterpret_cast<Bytef*>(out.data()), &size, reinterpret_cast<const Bytef*>(text.data()),
-             static_cast<uLong>(text.size()));
-    out.resize(size);
-    return out;
-}
+using test::Deflate;
 
 TEST(PdfFilters, DecodeKnownText) {
     const struct {
@@ -28,12 +21,8 @@ TEST(PdfFilters, DecodeKnownText) {
         {"ASCII85Decode", "z9jqo^~>", std::string(4, '\0') + "Man "},
         {"A85", "9jn~>", "Ma"},
         {"RunLengthDecode",
-         std::string("\x02"
-                     "abc"
-                     "\xFD"
-                     "x"
-                     "\x80"
-                     "rest"),
+         "\x02"
+         "abc\xFDx\x80rest",
          "abcxxxx"},
         {"FlateDecode", Deflate("inflated"), "inflated"},
         // The worked example of the LZW filter: 45 45 45 45 45 65 45 45 45 66.
@@ -65,13 +54,12 @@ TEST(PdfFilters, PredictorsUndoTheirDifferences) {
 }
 
 TEST(PdfFilters, BrokenAndBoundlessDataIsRefused) {
-    EXPECT_THROW(static_cast<void>(DecodeFilter("ASCII85Decode", "9jq\x7f", {}, 1000)), PdfError);
-    EXPECT_THROW(static_cast<void>(DecodeFilter("FlateDecode", "no zlib data", {}, 1000)), PdfError);
-    EXPECT_THROW(
-        static_cast<void>(DecodeFilter("FlateDecode", Deflate(std::string(1 << 20, 'a')), {}, 100'000)),
-        PdfError);
-    EXPECT_THROW(static_cast<void>(DecodeFilter("RunLengthDecode", std::string(200, '\x81'), {}, 100)),
-                 PdfError);
+    const std::pair<const char*, std::string> rows[] = {{"ASCII85Decode", "9jq\x7f"},
+                                                        {"FlateDecode", "no zlib data"},
+                                                        {"FlateDecode", Deflate(std::string(1 << 20, 'a'))},
+                                                        {"RunLengthDecode", std::string(200'000, '\x81')}};
+    for (const auto& [filter, data] : rows)
+        EXPECT_THROW(static_cast<void>(DecodeFilter(filter, data, {}, 100'000)), PdfError) << filter;
     std::string cut = Deflate(std::string(5000, 'a') + "the end"); // a cut stream keeps what came before
     cut.resize(cut.size() - 6);
     EXPECT_GE(DecodeFilter("FlateDecode", cut, {}, 100'000).size(), 1000u);

@@ -1,3 +1,6 @@
+#include "Deflate.h"
+#include "FormatChecks.h"
+
 #include "model/extrusion/Contours.h"
 #include "model/extrusion/FlattenPath.h"
 #include "model/vector/PdfEncoding.h"
@@ -5,7 +8,6 @@
 #include "services/MappedFile.h"
 
 #include <gtest/gtest.h>
-#include <zlib.h>
 
 #include <cmath>
 #include <ctime>
@@ -14,6 +16,8 @@
 
 namespace velorin {
 namespace {
+
+using test::Deflate;
 
 // Writes a document with a cross-reference table out of the bodies of its objects, numbered from 1; object 1
 // is the root.
@@ -100,7 +104,7 @@ TEST(VectorFile, PathOperatorsGiveTheirShapes) {
     }
 }
 
-TEST(VectorFile, FormsAndInheritedResources) {
+TEST(VectorFile, FormsFontsOfContentAndInheritedResources) {
     const std::string form = Stream("0 0 10 10 re f", "/Subtype /Form /Matrix [2 0 0 2 100 0]");
     const Outcome outcome = Load(Page("/F Do 0 0 1 1 re f", "<< /XObject << /F 5 0 R >> >>", {form}));
     ASSERT_EQ(outcome.set.paths.size(), 2u);
@@ -109,6 +113,15 @@ TEST(VectorFile, FormsAndInheritedResources) {
     const std::string self =
         Stream("0 0 1 1 re f /F Do", "/Subtype /Form /Resources << /XObject << /F 5 0 R >> >>");
     EXPECT_EQ(Load(Page("/F Do", "<< /XObject << /F 5 0 R >> >>", {self})).set.paths.size(), 1u);
+    // A font whose glyphs are content, too.
+    const std::string font =
+        "<< /Type /Font /Subtype /Type3 /FontMatrix [0.01 0 0 0.01 0 0] /CharProcs << /box 6 0 R >> "
+        "/Encoding << /Differences [65 /box] >> /FirstChar 65 /LastChar 65 /Widths [60] >>";
+    const Outcome text = Load(
+        Page("BT /F1 10 Tf (AA) Tj ET", "<< /Font << /F1 5 0 R >> >>", {font, Stream("0 0 50 100 re f")}));
+    ASSERT_EQ(text.set.paths.size(), 2u);
+    EXPECT_EQ(text.set.paths[0][2].position, (Point2{5, -10}));
+    EXPECT_NEAR(text.set.paths[1][0].position.x, 0.6f, 1e-5f); // width 60 thousandths of size 10
 }
 
 TEST(VectorFile, TextOfASystemFontHasItsHeightAndAdvance) {
@@ -221,35 +234,23 @@ TEST(VectorFile, PagesThatAreShownTurned) {
     }
 }
 
-TEST(VectorFile, FontsWithGlyphsAsContent) {
-    const std::string font =
-        "<< /Type /Font /Subtype /Type3 /FontMatrix [0.01 0 0 0.01 0 0] /CharProcs << /box 6 0 R >> "
-        "/Encoding << /Differences [65 /box] >> /FirstChar 65 /LastChar 65 /Widths [60] >>";
-    const Outcome outcome = Load(
-        Page("BT /F1 10 Tf (AA) Tj ET", "<< /Font << /F1 5 0 R >> >>", {font, Stream("0 0 50 100 re f")}));
-    ASSERT_EQ(outcome.set.paths.size(), 2u);
-    EXPECT_EQ(outcome.set.paths[0][2].position, (Point2{5, -10}));
-    EXPECT_NEAR(outcome.set.paths[1][0].position.x, 0.6f, 1e-5f); // width 60 thousandths of size 10
-}
-
 TEST(VectorFile, StructuresOfRealFiles) {
     const std::string square = "0 0 10 10 re f";
-    // A length given by reference, a length that lies, and a damaged table that is searched around.
-    std::string file =
-        Document({"<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [3 0 R] >>",
-                  "<< /Type /Page /Contents 4 0 R >>",
-                  "<< /Length 5 0 R >>\nstream\n" + square + "\nendstream", std::to_string(square.size())});
-    EXPECT_EQ(Load(file).set.paths.size(), 1u);
-    EXPECT_EQ(Load(Document({"<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [3 0 R] >>",
-                             "<< /Type /Page /Contents 4 0 R >>",
-                             "<< /Length 3 >>\nstream\n" + square + "\nendstream"}))
-                  .set.paths.size(),
-              1u);
+    const std::vector<std::string> page = {"<< /Type /Catalog /Pages 2 0 R >>",
+                                           "<< /Type /Pages /Kids [3 0 R] >>",
+                                           "<< /Type /Page /Contents 4 0 R >>"};
+    const auto withLength = [&](const std::string& length) {
+        auto objects = page;
+        objects.push_back("<< /Length " + length + " >>\nstream\n" + square + "\nendstream");
+        objects.push_back(std::to_string(square.size()));
+        return Document(objects);
+    };
+    // Every offset shifted, then no table at all.
     std::string moved = Page(square);
     moved.insert(9, "% a line that shifts every offset\n");
-    EXPECT_EQ(Load(moved).set.paths.size(), 1u);
-    moved.resize(moved.rfind("xref\n"));
-    EXPECT_EQ(Load(moved).set.paths.size(), 1u);
+    const std::string bare = moved.substr(0, moved.rfind("xref\n"));
+    for (const std::string& file : {withLength("5 0 R"), withLength("3"), moved, bare})
+        EXPECT_EQ(Load(file).set.paths.size(), 1u) << file;
     // A later version of an object, in a table of its own.
     std::string updated = Page(square);
     const std::size_t old = updated.rfind("xref\n0"), at = updated.size();
@@ -265,13 +266,7 @@ TEST(VectorFile, StructuresOfRealFiles) {
 TEST(VectorFile, HostileFilesEndInOneSentence) {
     std::string deep = "%PDF-1.4\n1 0 obj\n";
     deep.append(100'000, '[');
-    std::string bomb(64 << 20, ' ');
-    uLongf size = compressBound(static_cast<uLong>(bomb.size()));
-    std::string packed(size, '\0');
-    compress(reinterpret_cast<Bytef*>(packed.data()), &size, reinterpret_cast<const Bytef*>(bomb.data()),
-             static_cast<uLong>(bomb.size()));
-    packed.resize(size);
-    const std::string stream = Stream(packed, "/Filter /FlateDecode");
+    const std::string stream = Stream(Deflate(std::string(64 << 20, ' ')), "/Filter /FlateDecode");
     const std::string rows[] = {
         "",
         "%PDF",
@@ -296,13 +291,11 @@ TEST(VectorFile, HostileFilesEndInOneSentence) {
     // Every truncation of a good file, in an allocation of its own.
     const std::string good =
         Page("q 1 0 0 1 0 0 cm 0 0 10 10 re f Q BT /F1 1 Tf (a) Tj ET", "<< /Font << >> >>");
-    for (std::size_t length = 0; length < good.size(); ++length) {
-        const std::vector<std::byte> cut(AsBytes(good).begin(),
-                                         AsBytes(good).begin() + static_cast<std::ptrdiff_t>(length));
+    test::ForEachTruncation(AsBytes(good), [](Bytes part) {
         PathSet set;
         std::string reason;
-        static_cast<void>(LoadVectorBytes(set, cut, reason));
-    }
+        static_cast<void>(LoadVectorBytes(set, part, reason));
+    });
 }
 
 // Small files that ask for much: each is read or refused within bounds, whatever it gives.
