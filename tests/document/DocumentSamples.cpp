@@ -1,7 +1,5 @@
 #include "document/DocumentSamples.h"
 
-#include <gtest/gtest.h>
-
 namespace velorin::test {
 
 namespace {
@@ -66,63 +64,28 @@ void ScrambleField(const Field& field, void* record, std::uint32_t number) {
     }
 }
 
-// Puts back what a document does not keep for a model of this type.
-void DropUnstored(SceneModel& model) {
-    const PrimitiveParameters all = model.primitiveParameters;
-    PrimitiveParameters& kept = model.primitiveParameters = {};
-    if (!IsExtrusion(model.type)) static_cast<ExtrusionOptions&>(model) = {};
-    if (model.type != ModelType::PathExtrusion) {
-        model.storedPaths.clear();
-        model.storedPathScale = 1;
-        model.storedPathClosed = true;
-    }
-    if (model.type != ModelType::Primitive) {
-        model.primitive = PrimitiveKind::Box;
-        return;
-    }
-    switch (model.primitive) {
-    case PrimitiveKind::Box:
-        kept.box = all.box;
-        break;
-    case PrimitiveKind::Sphere:
-        kept.sphere = all.sphere;
-        break;
-    case PrimitiveKind::Cylinder:
-        kept.cylinder = all.cylinder;
-        break;
-    case PrimitiveKind::Tube:
-        kept.tube = all.tube;
-        break;
-    case PrimitiveKind::Torus:
-        kept.torus = all.torus;
-        break;
-    case PrimitiveKind::Cone:
-        kept.cone = all.cone;
-        break;
-    case PrimitiveKind::Plane:
-        kept.plane = all.plane;
-        break;
-    case PrimitiveKind::Capsule:
-        kept.capsule = all.capsule;
-        break;
-    case PrimitiveKind::Star:
-        kept.star = all.star;
-        break;
-    case PrimitiveKind::Gear:
-        kept.gear = all.gear;
-        break;
-    case PrimitiveKind::None:
-        break;
+// Whether a document keeps the field for a model of this type.
+bool IsKept(const Field& field, ModelType type, PrimitiveKind primitive) {
+    switch (field.use) {
+    case FieldUse::Extrusion:
+        return IsExtrusion(type);
+    case FieldUse::PathExtrusion:
+        return type == ModelType::PathExtrusion;
+    case FieldUse::PrimitiveBlock:
+        return type == ModelType::Primitive && primitive == field.block;
+    default:
+        return field.use != FieldUse::NotStored;
     }
 }
 
 Ref<SceneModel> MakeModel(const Scene& scene, ModelType type, PrimitiveKind primitive, std::uint32_t seed) {
     Ref<SceneModel> model = Ref<SceneModel>::Make(type);
-    Scramble(kModelFields, model.get(), seed);
+    std::uint32_t number = seed;
+    for (const Field& field : kModelFields.rows)
+        if (field.at && IsKept(field, type, primitive)) ScrambleField(field, model.get(), ++number);
     model->type = type;
     model->primitive = primitive;
     model->depth = 0;
-    model->noMaterials = false;
     model->groups = {seed % 2 == 0, true, seed % 3 == 0, false, true};
     model->meshVisible = {true, false, seed % 2 == 0};
     const auto materials = static_cast<std::uint32_t>(scene.materials.size());
@@ -136,11 +99,11 @@ Ref<SceneModel> MakeModel(const Scene& scene, ModelType type, PrimitiveKind prim
         model->meshes.back()->parts = {i, seed, 70'000};
         model->meshes.back()->materialName.clear();
     }
-    for (std::uint32_t i = 0; i < kBevels; ++i) Scramble(kBevelFields, &model->bevels[i], seed + 20 * i);
-    model->storedPaths.resize(2);
-    for (std::uint32_t i = 0; i < 3; ++i)
+    for (std::uint32_t i = 0; i < kBevels && IsExtrusion(type); ++i)
+        Scramble(kBevelFields, &model->bevels[i], seed + 20 * i);
+    if (type == ModelType::PathExtrusion) model->storedPaths.resize(2);
+    for (std::uint32_t i = 0; i < 3 && !model->storedPaths.empty(); ++i)
         Scramble(kPathPointFields, &model->storedPaths[1].emplace_back(), seed + 10 * i);
-    DropUnstored(*model);
     return model;
 }
 

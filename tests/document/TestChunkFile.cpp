@@ -134,10 +134,9 @@ TEST(ChunkFile, AcceptsAndRefusesMagics) {
         file.Begin();
         EXPECT_TRUE(file.begun());
         EXPECT_EQ(file.opened(), c.opened);
+        EXPECT_EQ(file.damaged(), !c.opened);
         EXPECT_EQ(file.version(), c.version);
-        if (!c.opened) {
-            EXPECT_EQ(file.NextChunk(), 0u);
-        }
+        if (!c.opened) EXPECT_EQ(file.NextChunk(), 0u);
     }
     // What is skipped has the length of the expected magic: four bytes of the eight are then a chunk's
     // header.
@@ -146,19 +145,31 @@ TEST(ChunkFile, AcceptsAndRefusesMagics) {
     EXPECT_TRUE(ReadAll(mixed, kSceneForm).empty());
 }
 
-TEST(ChunkFile, StoresOnlyTheLowBitsOfANarrowLength) {
+TEST(ChunkFile, EndsAtATagOfZeroOrInsideAChunk) {
+    const Buffer start = Text("ZQS") + U8({4}) + Narrow(5, U8({1}));
+    const struct {
+        Buffer rest;
+        bool damaged;
+    } cases[] = {{{}, false},
+                 {Narrow(0, U8({2})) + Narrow(6, U8({3})), false},
+                 {U8({0, 0, 1}), false},
+                 {U8({6}), true},
+                 {U8({6, 0, 2, 0, 1}), true}};
+    for (const auto& c : cases) {
+        const Buffer document = start + c.rest;
+        ChunkFile file(document, kSceneForm);
+        EXPECT_EQ(ReadAll(file), (Chunks{{5, U8({1})}}));
+        EXPECT_EQ(file.NextChunk(), 0u) << "the end stays the end";
+        EXPECT_EQ(file.damaged(), c.damaged) << c.rest.size();
+        EXPECT_EQ(file.bytesRead(), start.size());
+    }
+    // Of a narrow length only the low bits are stored.
     const Buffer payload(65'536, std::byte{1});
     Buffer buffer(4 + 4 + payload.size());
     ChunkFile file(buffer.data(), buffer.size(), kSceneForm);
     file.WriteChunk(300, payload);
     EXPECT_EQ(Buffer(buffer.begin() + 4, buffer.begin() + 8), U16(300) + U16(0));
     EXPECT_EQ(file.size(), buffer.size());
-}
-
-TEST(ChunkFile, EndsAtATagOfZero) {
-    const Buffer document =
-        Text("ZQS") + U8({4}) + Narrow(5, U8({1})) + Narrow(0, U8({2})) + Narrow(6, U8({3}));
-    EXPECT_EQ(ReadAll(document, kSceneForm), (Chunks{{5, U8({1})}}));
 }
 
 TEST(ChunkFile, WritesFilesThatBeginWithEightBytes) {

@@ -7,8 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-
 using namespace velorin;
 using namespace velorin::test;
 
@@ -67,122 +65,69 @@ TEST(SceneMaterial, StoresItsPlaceInTheScene) {
 }
 
 TEST(SceneMaterial, PutsEachTagIntoItsField) {
-    using Material = const SceneMaterial&;
-    const Buffer tint = U8({1, 2, 3, 4});
-    const Colour colour{1, 2, 3, 4};
-    const struct {
-        std::uint16_t tag;
-        Buffer payload;
-        std::function<bool(Material)> check;
-    } cases[] = {
-        {501, Zero("Glaze"), [](Material m) { return m.name == "Glaze"; }},
-        {502, U32(4), [](Material m) { return m.index == 4; }},
-        {503, U32(1), [](Material m) { return m.type == MaterialType::Physical; }},
-        {510, tint, [&](Material m) { return m.diffuseColor == colour; }},
-        {517, tint, [&](Material m) { return m.specularColor == colour; }},
-        {511, F32({0.5f}), [](Material m) { return m.smoothing == 0.5f; }},
-        {512, F32({2}), [](Material m) { return m.diffuse == 2; }},
-        {513, F32({2}), [](Material m) { return m.specular == 2; }},
-        {514, F32({2}), [](Material m) { return m.specularShininess == 2; }},
-        {522, F32({2}), [](Material m) { return m.specularSharpness == 2; }},
-        {515, F32({2}), [](Material m) { return m.ambient == 2; }},
-        {516, F32({2}), [](Material m) { return m.alphaThreshold == 2; }},
-        {518, F32({0.25f}), [](Material m) { return m.forceOpacity == 0.25f; }},
-        {518, F32({1.5f}), [](Material m) { return m.forceOpacity == 1; }},
-        {518, F32({-2}), [](Material m) { return m.forceOpacity == -2; }},
-        {520, U32(2), [](Material m) { return m.blendMode == MaterialBlend::Screen; }},
-        {521, U8({0}), [](Material m) { return !m.twoSidedLighting && !m.drawBackfaces; }},
-        {519, U8({1}), [](Material m) { return m.drawBackfaces && m.twoSidedLighting; }},
-        {530, F32({2}), [](Material m) { return m.reflectionIntensity == 2; }},
-        {531, F32({2}), [](Material m) { return m.reflectionFresnel == 2; }},
-        {532, F32({2}), [](Material m) { return m.reflectionFresnelBias == 2; }},
-        {533, tint, [&](Material m) { return m.reflectionTint == colour; }},
-        {534, U32(2), [](Material m) { return m.reflectionBlend == ReflectionBlend::Add; }},
-        {540, F32({2}), [](Material m) { return m.refractionIntensity == 2; }},
-        {543, F32({2}), [](Material m) { return m.refractionIoR == 2; }},
-        {545, U32(2), [](Material m) { return m.refractionBlend == ReflectionBlend::Add; }},
-        {550, F32({2}), [](Material m) { return m.illuminationIntensity == 2; }},
-        {553, tint, [&](Material m) { return m.illuminationColor == colour; }},
-        {554, U8({1}), [](Material m) { return m.useDiffuseColor; }},
-        {560, U8({1}), [](Material m) { return m.swapXY && !m.invertX; }},
-        {561, U8({1}), [](Material m) { return m.invertX && !m.invertY; }},
-        {562, U8({1}), [](Material m) { return m.invertY && !m.invertDepth; }},
-        {563, U8({1}), [](Material m) { return m.invertDepth && !m.convertBump; }},
-        {570, U8({1}), [](Material m) { return m.matteShadow; }},
-        {582, U8({1}), [](Material m) { return m.matteShadow; }},
-        {571, U32(2), [](Material m) { return m.aoMode == AoMode::ReceiveRayTraced; }},
-        {572, U8({0}), [](Material m) { return !m.castShadow && m.receiveShadow; }},
-        {573, U8({0}), [](Material m) { return !m.receiveShadow && m.castShadow; }},
-        {574, U8({0}), [](Material m) { return !m.visibleToCamera && !m.castShadow; }},
-        {574, U8({1}), [](Material m) { return m.visibleToCamera && m.castShadow; }},
-        {575, U8({1}), [](Material m) { return m.legacyFlag; }},
-        {580, F32({2}), [](Material m) { return m.aoAmount == 2; }},
-        {581, F32({2}), [](Material m) { return m.glowAmount == 2; }},
-        {583, U8({1}), [](Material m) { return m.matteReflection && !m.matteShadow; }},
-        {584, U8({0}), [](Material m) { return !m.visibleToReflections && m.visibleToCamera; }},
-        {585, U8({0}), [](Material m) { return !m.visibleToCamera && m.castShadow; }},
-        {590, F32({2}), [](Material m) { return m.sssIntensity == 2; }},
-        {592, F32({5}), [](Material m) { return m.absorptionFalloff == 5; }},
-        {594, F32({5}), [](Material m) { return m.absorptionRange == 5; }},
-        {600, U32(5), [](Material m) { return m.displaceA == 5; }},
-        {601, U32(5), [](Material m) { return m.displaceC == 5; }},
-        {602, U32(5), [](Material m) { return m.displaceB == 5; }},
-        {603, U32(5), [](Material m) { return m.displaceD == 5; }},
-        {622, tint, [&](Material m) { return m.wireColor == colour; }},
-        {623, U32(1), [](Material m) { return m.wireFillMode == WireFillMode::LinesOnly; }},
-        {625, U32(3), [](Material m) { return m.wireTransferMode == WireTransferMode::Multiply; }},
-        {650, F32({5}), [](Material m) { return m.pbrAmbient == 5; }},
-        {651, F32({5}), [](Material m) { return m.pbrDiffuse == 5; }},
-        {652, tint, [&](Material m) { return m.pbrDiffuseColor == colour; }},
-        {653, tint, [&](Material m) { return m.pbrReflectivityColor == colour; }},
-        {658, tint, [&](Material m) { return m.pbrRefractionColor == colour; }},
-        {654, F32({5}), [](Material m) { return m.pbrReflectivity == 5; }},
-        {655, F32({5}), [](Material m) { return m.pbrGlossiness == 5; }},
-        {656, F32({5}), [](Material m) { return m.pbrRefraction == 5; }},
-        {657, U8({1}), [](Material m) { return m.pbrAffectRefraction && !m.energyConservation; }},
-        {662, U8({1}), [](Material m) { return m.energyConservation && !m.pbrAffectRefraction; }},
-        {510, U8({9}),
-         [](Material m) {
-             return m.diffuseColor == Colour{9, 0, 0, 0};
-         }},
-        {701, Zero("x.png"), [](Material m) { return m.channels[0].path.empty(); }}, // no channel is selected
-        {663, U8({1}), [](Material) { return true; }},
-        {101, Zero("x"), [](Material m) { return m.name == "Default"; }},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.tag);
-        EXPECT_TRUE(c.check(*ReadFrom(Narrow(c.tag, c.payload))));
-    }
+    using M = SceneMaterial;
+    const auto fields = Fields<M>([](const Buffer& chunk) { return M(*ReadFrom(chunk)); });
+    fields.Expect(
+        Tag(501, &M::name), Tag(503, &M::type), Tag(520, &M::blendMode), Tag(534, &M::reflectionBlend),
+        Tag(545, &M::refractionBlend), Tag(571, &M::aoMode), Tag(623, &M::wireFillMode),
+        Tag(624, &M::wireColorMode), Tag(625, &M::wireTransferMode), Tag(502, &M::index),
+        Tag(600, &M::displaceA), Tag(601, &M::displaceC), Tag(602, &M::displaceB), Tag(603, &M::displaceD),
+        Tag(510, &M::diffuseColor), Tag(517, &M::specularColor), Tag(533, &M::reflectionTint),
+        Tag(544, &M::refractionTint), Tag(553, &M::illuminationColor), Tag(593, &M::scatterColor),
+        Tag(622, &M::wireColor), Tag(652, &M::pbrDiffuseColor), Tag(653, &M::pbrReflectivityColor),
+        Tag(658, &M::pbrRefractionColor), Tag(519, &M::drawBackfaces), Tag(521, &M::twoSidedLighting),
+        Tag(554, &M::useDiffuseColor), Tag(560, &M::swapXY), Tag(561, &M::invertX), Tag(562, &M::invertY),
+        Tag(563, &M::invertDepth), Tag(564, &M::convertBump), Tag(570, &M::matteShadow),
+        Tag(572, &M::castShadow), Tag(573, &M::receiveShadow), Tag(574, &M::visibleToCamera),
+        Tag(574, &M::castShadow), Tag(575, &M::legacyFlag), Tag(583, &M::matteReflection),
+        Tag(584, &M::visibleToReflections), Tag(585, &M::visibleToCamera), Tag(586, &M::matteAlpha),
+        Tag(587, &M::invisibleToAOGlow), Tag(582, &M::matteShadow), Tag(595, &M::sssEnable),
+        Tag(620, &M::wireEnable), Tag(626, &M::wireFogInfluence), Tag(657, &M::pbrAffectRefraction),
+        Tag(662, &M::energyConservation), Tag(511, &M::smoothing), Tag(512, &M::diffuse),
+        Tag(513, &M::specular), Tag(514, &M::specularShininess), Tag(515, &M::ambient),
+        Tag(516, &M::alphaThreshold), Tag(518, &M::forceOpacity), Tag(522, &M::specularSharpness),
+        Tag(530, &M::reflectionIntensity), Tag(531, &M::reflectionFresnel),
+        Tag(532, &M::reflectionFresnelBias), Tag(540, &M::refractionIntensity),
+        Tag(541, &M::refractionFresnel), Tag(542, &M::refractionFresnelBias), Tag(543, &M::refractionIoR),
+        Tag(550, &M::illuminationIntensity), Tag(551, &M::illuminationFresnel),
+        Tag(552, &M::illuminationFresnelBias), Tag(580, &M::aoAmount), Tag(581, &M::glowAmount),
+        Tag(590, &M::sssIntensity), Tag(591, &M::scattering), Tag(592, &M::absorptionFalloff),
+        Tag(594, &M::absorptionRange), Tag(596, &M::lightPenetration), Tag(621, &M::wireWidth),
+        Tag(627, &M::wireFresnel), Tag(628, &M::wireFresnelBias), Tag(650, &M::pbrAmbient),
+        Tag(651, &M::pbrDiffuse), Tag(654, &M::pbrReflectivity), Tag(655, &M::pbrGlossiness),
+        Tag(656, &M::pbrRefraction), Tag(659, &M::pbrIoR), Tag(660, &M::pbrEnvironmentMultiplier),
+        Tag(661, &M::pbrSpecularMultiplier));
+    EXPECT_EQ(ReadFrom(Narrow(518, F32({1.5f})))->forceOpacity, 1);
+    EXPECT_EQ(ReadFrom(Narrow(518, F32({0.25f})))->forceOpacity, 0.25f);
+    EXPECT_EQ(ReadFrom(Narrow(510, U8({9})))->diffuseColor, (Colour{9, 0, 0, 0}))
+        << "short: filled up with zeros";
+    EXPECT_EQ(ReadFrom(Narrow(701, Zero("x.png")))->channels[0].path, "") << "no channel is selected";
+    EXPECT_EQ(ReadFrom(Narrow(101, Zero("x")) + Narrow(663, U8({1})))->name, "Default");
 }
 
 TEST(SceneMaterial, ReadsTexturesIntoTheSelectedChannel) {
-    const auto material =
-        ReadFrom(Narrow(700, U32(4)) + Narrow(701, Zero("n.png")) + Narrow(702, U8({1})) +
-                 Narrow(703, F32({-3})) + Narrow(704, F32({1.5f})) + Narrow(705, U32(0xFFFFFFFF)) +
-                 Narrow(706, F32({1, 2, 3, 4})) + Narrow(707, F32({0.1f})) + Narrow(708, F32({0.2f})) +
-                 Narrow(709, F32({0.3f})) + Narrow(710, U8({1})) + Narrow(713, F32({0.25f, 0.75f})) +
-                 Narrow(714, F32({0.1f, 0.4f, 0.9f})) + Narrow(700, U32(101)) + Narrow(701, Zero("d.png")) +
-                 Narrow(712, F32({0.1f, 0.9f, 0.4f})) + Narrow(700, U32(7)) +
-                 Narrow(701, Zero("nowhere.png")) + Narrow(700, U32(6)) + Narrow(701, Zero("r.png")));
-    const TextureChannel& normal = material->channel(Channel::Normal);
-    EXPECT_EQ(normal.path, "n.png");
-    EXPECT_TRUE(normal.enabled && normal.invert);
-    EXPECT_EQ(normal.amount, -3);
-    EXPECT_EQ(normal.gamma, 1.5f);
-    EXPECT_EQ(normal.customLayer, -1);
-    EXPECT_EQ(normal.uvOffset, (Point2{1, 2}));
+    using T = TextureChannel;
+    for (const Channel channel :
+         {Channel::Diffuse, Channel::Normal, Channel::Reflection, Channel::Displacement}) {
+        const auto fields = Fields<T>([channel](const Buffer& chunk) {
+            const auto number = static_cast<std::uint32_t>(channel);
+            const auto material = ReadFrom(Narrow(700, U32(number)) + chunk + Narrow(700, U32(7)) + chunk);
+            for (std::uint32_t other = 0; other < kMaterialChannels; ++other)
+                if (other != number) EXPECT_EQ(material->channels[other], T(Channel{other}));
+            return material->channel(channel);
+        });
+        fields.Expect(Tag(701, &T::path), Tag(702, &T::enabled), Tag(703, &T::amount), Tag(704, &T::gamma),
+                      Tag(705, &T::customLayer), Tag(706, &T::uvOffset), Tag(707, &T::contrast),
+                      Tag(708, &T::saturation), Tag(709, &T::brightness), Tag(710, &T::invert));
+    }
+    const auto levels = ReadFrom(Narrow(700, U32(4)) + Narrow(706, F32({1, 2, 3, 4})) +
+                                 Narrow(713, F32({0.25f, 0.75f})) + Narrow(714, F32({0.1f, 0.4f, 0.9f})) +
+                                 Narrow(700, U32(101)) + Narrow(712, F32({0.1f, 0.9f, 0.4f})));
+    const T& normal = levels->channel(Channel::Normal);
     EXPECT_EQ(normal.uvRepeat, (Point2{3, 4}));
-    EXPECT_EQ(normal.contrast, 0.1f);
-    EXPECT_EQ(normal.saturation, 0.2f);
-    EXPECT_EQ(normal.brightness, 0.3f);
     EXPECT_EQ(normal.outputLevels, (std::array<float, 2>{0.25f, 0.75f}));
     EXPECT_EQ(normal.inputLevels, (std::array<float, 3>{0.1f, 0.4f, 0.9f}));
-    EXPECT_EQ(material->displacement.path, "d.png");
-    EXPECT_EQ(material->displacement.inputLevels, normal.inputLevels) << "the old order is low, high, mid";
-    EXPECT_EQ(material->channel(Channel::Reflection).path, "r.png");
-    for (const Channel empty :
-         {Channel::Diffuse, Channel::Specular, Channel::Occlusion, Channel::Illumination})
-        EXPECT_EQ(material->channel(empty).path, "");
+    EXPECT_EQ(levels->displacement.inputLevels, normal.inputLevels) << "the old order is low, high, mid";
 }
 
 TEST(SceneMaterial, StartsAsTheFormatSays) {
@@ -210,24 +155,16 @@ TEST(SceneMaterial, StartsAsTheFormatSays) {
     EXPECT_FALSE(hidden->castShadow);
 }
 
-TEST(SceneMaterial, ForgetsWhatIsNotStored) {
-    SceneMaterial material;
-    material.affectReflection = material.affectRefraction = false;
-    material.sortOrder = 5;
-    SceneMaterial read;
-    ASSERT_TRUE(read.ReadPresetBytes(Written(material, nullptr, true)));
-    EXPECT_TRUE(read.affectReflection && read.affectRefraction);
-    EXPECT_EQ(read.sortOrder, 1);
-    SceneMaterial copy(material);
-    EXPECT_FALSE(copy.affectReflection);
-    EXPECT_TRUE(copy.needsTextures);
-}
-
-TEST(SceneMaterial, ResetsToItsDefaults) {
+TEST(SceneMaterial, ForgetsWhatIsNotStoredAndResets) {
     SceneMaterial material;
     Scramble(kMaterialFields, &material, 5);
-    material.name = "kept";
     material.needsTextures = false;
+    SceneMaterial read;
+    ASSERT_TRUE(read.ReadPresetBytes(Written(material, nullptr, true)));
+    EXPECT_TRUE(read.affectReflection && read.affectRefraction && read.sortOrder == 1);
+    const SceneMaterial copy(material);
+    EXPECT_TRUE(!copy.affectReflection && copy.needsTextures);
+    material.name = "kept";
     material.Reset(true);
     EXPECT_EQ(material.name, "kept");
     EXPECT_EQ(static_cast<const MaterialSettings&>(material), MaterialSettings{});
