@@ -42,51 +42,48 @@ protected:
     SequenceRecord record{nullptr};
 };
 
+// Whether these members are equal in both.
+template <class Record, class... Member>
+void ExpectSame(const Record& a, const Record& b, Member... members) {
+    int place = 0;
+    const auto same = [&](double x, double y) {
+        EXPECT_NEAR(x, y, 1e-6) << "member " << place;
+        ++place;
+    };
+    (same(static_cast<double>(a.*members), static_cast<double>(b.*members)), ...);
+}
+
 // The renderer's own defaults are those of the rows; a row that is read into the wrong field shows here.
 TEST_F(FrameRows, DefaultsAreTheRenderersDefaults) {
     const FrameRecord frame = Read();
-    const RenderSettings& s = frame.settings;
-    const RenderSettings d;
+    using S = RenderSettings;
+    const S& s = frame.settings;
+    const S d;
     EXPECT_EQ(s.output, d.output);
-    EXPECT_EQ(s.sampleCount, 8);
-    EXPECT_EQ(s.supersampling, d.supersampling);
-    EXPECT_EQ(s.gamma, d.gamma);
-    EXPECT_EQ(s.textureGamma, d.textureGamma);
-    EXPECT_EQ(s.specularCompression, d.specularCompression);
-    EXPECT_EQ(s.wireframeWidth, d.wireframeWidth);
-    EXPECT_EQ(s.pointSize, d.pointSize);
-    EXPECT_EQ(s.compressTextures, d.compressTextures);
-    EXPECT_EQ(s.environment.exposure, d.environment.exposure);
-    EXPECT_FLOAT_EQ(s.environment.lightingInfluence, d.environment.lightingInfluence);
+    ExpectSame(s, d, &S::supersampling, &S::gamma, &S::textureGamma, &S::specularCompression,
+               &S::wireframeWidth, &S::pointSize, &S::compressTextures);
+    using Environment = decltype(d.environment);
+    ExpectSame(s.environment, d.environment, &Environment::exposure, &Environment::lightingInfluence);
     EXPECT_EQ(s.environment.rotation, d.environment.rotation);
-    EXPECT_EQ(s.fog.start, d.fog.start);
-    EXPECT_EQ(s.fog.range, d.fog.range);
-    EXPECT_FLOAT_EQ(s.fog.opacity, d.fog.opacity);
-    EXPECT_EQ(s.shadow.mapSize, d.shadow.mapSize);
-    EXPECT_EQ(s.shadow.samples, d.shadow.samples);
-    EXPECT_EQ(s.shadow.shadowSize, d.shadow.shadowSize);
-    EXPECT_EQ(s.shadow.rayMultisampling, d.shadow.rayMultisampling);
-    EXPECT_FLOAT_EQ(s.shadow.blurScale, d.shadow.blurScale);
-    EXPECT_EQ(s.subSurface.samples, d.subSurface.samples);
-    EXPECT_FLOAT_EQ(s.subSurface.lightColourTint, d.subSurface.lightColourTint);
-    EXPECT_EQ(s.ao.amount, 0);
-    EXPECT_EQ(s.ao.samples, d.ao.samples);
-    EXPECT_EQ(s.ao.blurSteps, d.ao.blurSteps);
-    EXPECT_NEAR(s.ao.blurBlend, d.ao.blurBlend, 1e-6);
+    using Fog = decltype(d.fog);
+    ExpectSame(s.fog, d.fog, &Fog::start, &Fog::range, &Fog::opacity);
+    using Shadow = decltype(d.shadow);
+    ExpectSame(s.shadow, d.shadow, &Shadow::mapSize, &Shadow::samples, &Shadow::shadowSize,
+               &Shadow::rayMultisampling, &Shadow::blurScale);
+    using Scatter = decltype(d.subSurface);
+    ExpectSame(s.subSurface, d.subSurface, &Scatter::samples, &Scatter::lightColourTint);
+    using Ao = decltype(d.ao);
+    ExpectSame(s.ao, d.ao, &Ao::samples, &Ao::blurSteps, &Ao::blurBlend);
+    using Glow = decltype(d.glow);
+    ExpectSame(s.glow, d.glow, &Glow::radiusX, &Glow::quality);
     EXPECT_EQ(s.reflection.mapSize, d.reflection.mapSize);
-    EXPECT_EQ(s.mixer.subSurface, 1);
     EXPECT_EQ(s.depthOutput.end, d.depthOutput.end);
     EXPECT_EQ(s.matte.feather, d.matte.feather);
-    EXPECT_EQ(s.matte.position, (Point3{80, 45, 0}));
-    EXPECT_EQ(s.glow.radiusX, d.glow.radiusX);
-    EXPECT_EQ(s.glow.tintMode, 0);
-    EXPECT_EQ(s.glow.quality, d.glow.quality);
     EXPECT_EQ(s.rayTracer.transparency, d.rayTracer.transparency);
-    EXPECT_EQ(frame.motionBlurSamples, 1);
-    EXPECT_EQ(frame.nearPlane, 10);
-    EXPECT_EQ(frame.farPlane, 50000);
-    // No comp lights, and none added: the rig of a comp without lights.
-    EXPECT_FALSE(s.lights.empty());
+    EXPECT_EQ(s.matte.position, (Point3{80, 45, 0}));
+    EXPECT_TRUE(s.sampleCount == 8 && s.ao.amount == 0 && s.mixer.subSurface == 1 && s.glow.tintMode == 0);
+    EXPECT_TRUE(frame.motionBlurSamples == 1 && frame.nearPlane == 10 && frame.farPlane == 50000);
+    EXPECT_FALSE(s.lights.empty()) << "no comp lights, and none added: the rig of a comp without lights";
 }
 
 TEST_F(FrameRows, ValuesAreScaledAndRounded) {

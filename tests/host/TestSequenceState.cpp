@@ -1,19 +1,26 @@
 #include "host/SequenceState.h"
 
+#include "FormatChecks.h"
+#include "core/document/ChunkFile.h"
+
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <memory>
+#include <utility>
 
 namespace velorin {
 namespace {
 
-using Buffer = std::vector<std::byte>;
+using test::Buffer, test::ForEachTruncation, test::Little, test::Text, test::U8, test::Wide;
+using test::operator+, test::operator+=;
 
 Buffer Flatten(const SequenceState& state, std::int64_t stamp = 0, std::vector<std::uint64_t> held = {}) {
     Buffer bytes(WriteSequence(state, stamp, held, nullptr, 0));
     EXPECT_EQ(WriteSequence(state, stamp, held, bytes.data(), bytes.size()), bytes.size());
     return bytes;
+}
+
+FlatSequence Read(const Buffer& chunks, std::string_view magic = {"NXCFH\0\0\1", 8}) {
+    return ReadSequence(Text(magic) + chunks);
 }
 
 // Every field away from its default.
@@ -35,32 +42,6 @@ SequenceState Filled() {
     return state;
 }
 
-struct Chunk {
-    std::uint32_t tag;
-    Buffer payload;
-};
-void Append(Buffer& to, const void* data, std::size_t size) {
-    const auto* bytes = static_cast<const std::byte*>(data);
-    to.insert(to.end(), bytes, bytes + size);
-}
-Buffer Stream(const std::vector<Chunk>& chunks, const char* magic = "NXCFH\0\0\1") {
-    Buffer bytes;
-    Append(bytes, magic, 8);
-    for (const Chunk& chunk : chunks) {
-        const auto length = static_cast<std::uint32_t>(chunk.payload.size());
-        Append(bytes, &chunk.tag, 4);
-        Append(bytes, &length, 4);
-        Append(bytes, chunk.payload.data(), length);
-    }
-    return bytes;
-}
-template <class T>
-Buffer Payload(T value) {
-    Buffer bytes;
-    Append(bytes, &value, sizeof value);
-    return bytes;
-}
-
 // The order and width of every chunk of a default record, told by the layout and not by the writer.
 TEST(SequenceState, WritesTheChunksOfTheFormat) {
     const std::pair<std::uint32_t, std::uint32_t> layout[] = {
@@ -74,20 +55,15 @@ TEST(SequenceState, WritesTheChunksOfTheFormat) {
         {42, 4},   {43, 4},  {44, 4},  {45, 4},  {46, 4},  {200, 8}, {201, 8}, {201, 8},
     };
     const Buffer bytes = Flatten({}, 0x1122334455667788, {5, 6});
-    ASSERT_GE(bytes.size(), 8u);
-    EXPECT_EQ(std::memcmp(bytes.data(), "NXCFH\0\0\1", 8), 0);
-    std::size_t at = 8;
+    ChunkFile file(bytes);
     for (const auto& [tag, length] : layout) {
-        std::uint32_t header[2];
-        ASSERT_LE(at + 8, bytes.size());
-        std::memcpy(header, bytes.data() + at, 8);
-        EXPECT_EQ(header[0], tag) << "at " << at;
-        EXPECT_EQ(header[1], length) << "tag " << tag;
-        at += 8 + length;
+        EXPECT_EQ(file.NextChunk(), tag);
+        EXPECT_EQ(file.PayloadLength(), length) << "tag " << tag;
     }
-    EXPECT_EQ(at, bytes.size());
-    // stateId -1 stands in the second chunk.
-    EXPECT_EQ(std::memcmp(bytes.data() + 8 + 12 + 8, "\xff\xff\xff\xff", 4), 0);
+    EXPECT_EQ(file.NextChunk(), 0u);
+    const Buffer start = Text({"NXCFH\0\0\1", 8}) + Wide(1000, Little(1)) + Wide(7, Little(-1)) +
+                         Wide(9, U8({0})) + Wide(20, U8({1}));
+    EXPECT_EQ(Buffer(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(start.size())), start);
 }
 
 TEST(SequenceState, SurvivesARoundTrip) {
@@ -112,14 +88,11 @@ TEST(SequenceState, DefaultsAreThoseOfANewInstance) {
 
 // Format version 2 keeps what stands up to tag 46; the rest of it is of another meaning.
 TEST(SequenceState, AnotherFormatVersionKeepsOnlyTheFirstTags) {
-    const std::vector<Chunk> body = {
-        {7, Payload(std::int32_t{5})}, {43, Payload(std::int32_t{8})},     {66, Payload(std::uint64_t{3})},
-        {92, Payload(9.0f)},           {200, Payload(std::int64_t{1234})}, {201, Payload(std::uint64_t{1})},
-    };
+    const Buffer body = Wide(7, Little(5)) + Wide(43, Little(8)) + Wide(66, Little(std::uint64_t{3})) +
+                        Wide(92, Little(9.0f)) + Wide(200, Little(std::int64_t{1234})) +
+                        Wide(201, Little(std::uint64_t{1}));
     for (const std::uint32_t version : {0u, 1u, 2u}) {
-        std::vector<Chunk> chunks = body;
-        if (version > 0) chunks.insert(chunks.begin(), {1000, Payload(version)});
-        const FlatSequence flat = ReadSequence(Stream(chunks));
+        const FlatSequence flat = Read(version > 0 ? Wide(1000, Little(version)) + body : body);
         EXPECT_EQ(flat.state.stateId, 5);
         EXPECT_EQ(flat.state.nullLayerIds[3], 8);
         EXPECT_EQ(flat.state.preview.viewIndex, version == 1 ? 3u : 0u);
@@ -129,50 +102,40 @@ TEST(SequenceState, AnotherFormatVersionKeepsOnlyTheFirstTags) {
 }
 
 TEST(SequenceState, ReadsTheMagicLeniently) {
-    const std::vector<Chunk> chunks = {{7, Payload(std::int32_t{5})}};
-    struct Case {
-        const char* magic;
-        std::int32_t stateId;
-    };
-    const Case cases[] = {
-        {"NXCFH\0\0\1", 5},
-        {"NXCFH\0\0\3", -1},
-        {"NXCFH\0\0\4", -1},
-        {"whatever", 5},
-    };
-    for (const Case& c : cases)
-        EXPECT_EQ(ReadSequence(Stream(chunks, c.magic)).state.stateId, c.stateId) << c.magic;
+    const std::pair<std::string_view, bool> magics[] = {{{"NXCFH\0\0\1", 8}, true},
+                                                        {{"NXCFH\0\0\3", 8}, false},
+                                                        {{"NXCFH\0\0\4", 8}, false},
+                                                        {"whatever", true}};
+    for (const auto& [magic, taken] : magics) {
+        const FlatSequence flat = Read(Wide(7, Little(5)), magic);
+        EXPECT_EQ(flat.state.stateId, taken ? 5 : -1) << magic;
+        EXPECT_EQ(flat.damaged, !taken) << magic;
+    }
 }
 
 TEST(SequenceState, OddChunksDoNoHarm) {
-    const FlatSequence flat = ReadSequence(Stream({
-        {1000, Payload(std::uint32_t{1})},
-        {15, Payload(std::int32_t{5})}, // no channel set yet
-        {14, Payload(std::uint32_t{0})},
-        {15, Payload(std::uint8_t{7})}, // short: padded with zeros
-        {100, Payload(std::uint32_t{700})},
-        {92, Payload(1.0f)}, // of a view that is none
-        {123456, Buffer(5)},
-        {50, Payload(std::uint64_t{~0ull})}, // longer than the field
-    }));
+    Buffer chunks = Wide(1000, Little(1)) + Wide(15, Little(5)) +      // no channel set yet
+                    Wide(14, Little(0)) + Wide(15, U8({7})) +          // short: padded with zeros
+                    Wide(100, Little(700)) + Wide(92, Little(1.0f)) +  // of a view that is none
+                    Wide(123456, Buffer(5)) + Wide(50, Little(~0ull)); // longer than the field
+    const FlatSequence flat = Read(chunks);
     ASSERT_EQ(flat.state.channelSets.size(), 1u);
     EXPECT_EQ(flat.state.channelSets[0].values, std::vector<std::int32_t>{7});
-    SequenceState expected;
-    EXPECT_EQ(flat.state.preview, expected.preview);
+    EXPECT_EQ(flat.state.preview, SequenceState().preview);
     EXPECT_EQ(flat.state.editor[3], std::byte{0xff});
     EXPECT_EQ(flat.state.editor[4], std::byte{0});
+    for (std::size_t i = 0; i < 2 * kMostChannelSets; ++i) chunks += Wide(14, {});
+    EXPECT_EQ(Read(chunks).state.channelSets.size(), kMostChannelSets);
 }
 
-// Each length in an allocation of its own, so that a read behind the end shows.
 TEST(SequenceState, EveryTruncationReadsWhatIsWhole) {
     const Buffer whole = Flatten(Filled(), 99, {3});
-    for (std::size_t length = 0; length <= whole.size(); ++length) {
-        const auto cut = std::make_unique<std::byte[]>(length);
-        std::copy_n(whole.begin(), length, cut.get());
-        const FlatSequence flat = ReadSequence(Bytes(cut.get(), length));
-        EXPECT_EQ(flat.state.stateId, length >= 8 + 12 + 12 ? 77 : -1) << length;
-        EXPECT_EQ(flat.heldModels.size(), length == whole.size() ? 1u : 0u) << length;
-    }
+    EXPECT_FALSE(ReadSequence(whole).damaged);
+    ForEachTruncation(whole, [](Bytes part) {
+        const FlatSequence flat = ReadSequence(part);
+        EXPECT_EQ(flat.state.stateId, part.size() >= 8 + 12 + 12 ? 77 : -1) << part.size();
+        EXPECT_TRUE(flat.heldModels.empty());
+    });
 }
 
 } // namespace

@@ -130,6 +130,11 @@ TEST(Warnings, EachSentenceIsToldOnce) {
     ResetWarnings();
 }
 
+// A folder with the documents of a user.
+struct Home : TemporaryFolder {
+    Home() { std::filesystem::create_directories(file("Documents/Quenmarworks")); }
+};
+
 // Runs `crash` in a child process with crash reports on and the documents in `folder`. The wait status.
 template <class Body>
 int StatusOfCrash(const TemporaryFolder& folder, Body crash) {
@@ -193,17 +198,27 @@ TEST(CrashReport, EverySignalLeavesAFileAndEndsTheProcessAsBefore) {
          }},
         {"SIGSEGV", SIGSEGV, [] { std::thread(Segfault).join(); }},
     };
+    const ScopedVariable zone("TZ", "XYZ-05:30"); // names have the local time
+    const auto stamp = [] {
+        const std::time_t now = std::time(nullptr) + 5 * 3600 + 1800;
+        char text[32];
+        std::strftime(text, sizeof text, "%Y%m%d-%H%M%S", std::gmtime(&now));
+        return std::string(text);
+    };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        const TemporaryFolder folder;
-        std::filesystem::create_directories(folder.file("Documents/Quenmarworks"));
+        const Home folder;
+        const std::string before = stamp();
         const int status = StatusOfCrash(folder, c.crash);
+        const std::string after = stamp();
         EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == c.signal) << status;
         const auto reports = Reports(folder.file("Documents"));
         ASSERT_EQ(reports.size(), 1u);
         const std::string name = std::filesystem::path(reports[0]).filename().string();
         EXPECT_THAT(name, testing::MatchesRegex(
                               "Velorin_v2\\.2\\.2160\\.hotfix-20[0-9]{6}-[0-9]{6}-[0-9]+-[0-9]+\\.txt"));
+        const std::string time = name.substr(name.find('-') + 1, before.size());
+        EXPECT_TRUE(before <= time && time <= after) << time << " not in " << before << " to " << after;
         const std::string text = ReadWhole(reports[0]);
         for (const char* part : {"Velorin_v2.2.2160.hotfix\n", c.name, "GL renderer: Card 9\n",
                                  "GL version: 3.3 test\n", "thread: ", "back-trace:\n"})
@@ -218,26 +233,6 @@ TEST(CrashReport, EverySignalLeavesAFileAndEndsTheProcessAsBefore) {
             std::string::npos)
             << message;
     }
-}
-
-TEST(CrashReport, TheNameHasTheLocalTime) {
-    if (kSanitized) GTEST_SKIP();
-    const ScopedVariable zone("TZ", "XYZ-05:30");
-    const TemporaryFolder folder;
-    std::filesystem::create_directories(folder.file("Documents/Quenmarworks"));
-    const auto stamp = [] {
-        const std::time_t now = std::time(nullptr) + 5 * 3600 + 1800;
-        char text[32];
-        std::strftime(text, sizeof text, "%Y%m%d-%H%M%S", std::gmtime(&now));
-        return std::string(text);
-    };
-    const std::string before = stamp();
-    StatusOfCrash(folder, Segfault);
-    const std::string after = stamp();
-    ASSERT_EQ(Reports(folder.file("Documents")).size(), 1u);
-    const std::string name = std::filesystem::path(Reports(folder.file("Documents"))[0]).filename().string();
-    const std::string found = name.substr(std::string("Velorin_v2.2.2160.hotfix-").size(), before.size());
-    EXPECT_TRUE(before <= found && found <= after) << found << " not in " << before << " to " << after;
 }
 
 TEST(CrashReport, ItGoesWhereItCanAndIsWrittenWithoutACrashToo) {
@@ -276,8 +271,7 @@ TEST(CrashReport, ItGoesWhereItCanAndIsWrittenWithoutACrashToo) {
 // pipe, which the parent reads once both files are there.
 TEST(CrashReport, TwoThreadsAtOnceWriteTwoFiles) {
     if (kSanitized) GTEST_SKIP();
-    const TemporaryFolder folder;
-    std::filesystem::create_directories(folder.file("Documents/Quenmarworks"));
+    const Home folder;
     const ScopedVariable home("HOME", folder.path()), config("XDG_CONFIG_HOME", folder.path());
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
@@ -311,8 +305,7 @@ TEST(CrashReport, TwoThreadsAtOnceWriteTwoFiles) {
 TEST(CrashReport, AnEarlierHandlerGetsTheSignalAfterwards) {
     if (kSanitized) GTEST_SKIP();
     for (void (*crash)() : {+[] { Segfault(); }, +[] { std::abort(); }}) {
-        const TemporaryFolder folder;
-        std::filesystem::create_directories(folder.file("Documents/Quenmarworks"));
+        const Home folder;
         const int status = StatusOfCrash(folder, [&] {
             RemoveCrashReport();
             struct sigaction hostHandler {};
