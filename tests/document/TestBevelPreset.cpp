@@ -13,11 +13,12 @@ TEST(BevelPreset, IsTheChunksOfABevelAndAPicture) {
     BevelPreset preset;
     preset.bevel = {2, 3, 4, 5, 6, 7, 8, true, false, 9, 10, 11, 12, true};
     preset.thumbnail = {1, 2, 3, 4};
-    const Buffer chunks = Narrow(161, F32({2})) + Narrow(162, F32({3})) + Narrow(163, F32({4})) +
-                          Narrow(164, F32({5})) + Narrow(165, F32({6})) + Narrow(166, F32({7})) +
-                          Narrow(167, F32({8})) + Narrow(168, U8({0})) + Narrow(169, U8({1})) +
-                          Narrow(170, U8({1})) + Narrow(171, F32({9})) + Narrow(172, F32({10})) +
-                          Narrow(173, F32({11})) + Narrow(174, F32({12})) + Narrow(800, U8({1, 2, 3, 4}));
+    Buffer chunks;
+    std::uint16_t tag = 160; // in the record's order, but for the flags
+    for (const Buffer& payload : {F32({2}), F32({3}), F32({4}), F32({5}), F32({6}), F32({7}), F32({8}),
+                                  U8({0}), U8({1}), U8({1}), F32({9}), F32({10}), F32({11}), F32({12})})
+        chunks += Narrow(++tag, payload);
+    chunks += Narrow(800, U8({1, 2, 3, 4}));
     const Buffer golden = Text("ZQP") + U8({2}) + chunks + Buffer(4);
     std::string error;
     ASSERT_TRUE(WriteBevelPreset(folder.file("b.qbv"), preset, &error)) << error;

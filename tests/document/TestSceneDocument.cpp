@@ -78,26 +78,21 @@ TEST(SceneDocument, EmptyOnesGiveTheDefaultEnvironment) {
 }
 
 TEST(SceneDocument, BeginsWithTheEnvironment) {
-    Scene scene;
-    scene.environment.path = "sky.hdr";
-    scene.environment.customLayer = 3;
-    scene.environment.uvOffset = {0.25f, 0.5f};
-    scene.environment.uvRepeat = {2, 4};
-    scene.environment.contrast = 0.125f;
-    scene.environment.saturation = -0.5f;
-    scene.environment.brightness = 0.75f;
-    scene.environment.invert = true;
-    scene.environment.inputLevels = {0.125f, 0.25f, 0.5f};
-    scene.environment.outputLevels = {0.0625f, 0.875f};
-    const Buffer golden = Magic(4) + Narrow(50, Zero("sky.hdr")) + Narrow(51, U8({1})) +
-                          Narrow(52, F32({1})) + Narrow(53, F32({2.2f})) + Narrow(54, U32(3)) +
-                          Narrow(55, F32({0.25f, 0.5f, 2, 4})) + Narrow(56, F32({0.125f})) +
-                          Narrow(57, F32({-0.5f})) + Narrow(58, F32({0.75f})) + Narrow(59, U8({1})) +
-                          Narrow(63, F32({0.125f, 0.25f, 0.5f})) + Narrow(62, F32({0.0625f, 0.875f}));
-    EXPECT_EQ(scene.Flat(), golden);
-    EXPECT_EQ(ReadScene(golden)->environment, scene.environment);
+    EXPECT_EQ(LayoutOf(Scene().Flat(), kSceneForm),
+              "50:47 51:1 52:4 53:4 54:4 55:16 56:4 57:4 58:4 59:1 63:12 62:8 ");
+    using T = TextureChannel;
+    const auto fields =
+        Fields<T>([](const Buffer& chunk) { return ReadScene(Magic(4) + chunk)->environment; });
+    fields.Expect(Tag(50, &T::path), Tag(52, &T::amount), Tag(53, &T::gamma), Tag(54, &T::customLayer),
+                  Tag(55, &T::uvOffset), Tag(56, &T::contrast), Tag(57, &T::saturation),
+                  Tag(58, &T::brightness), Tag(59, &T::invert));
+    const auto scene = ReadScene(Magic(4) + Narrow(51, U8({0})) + Narrow(63, F32({0.1f, 0.6f, 0.9f})) +
+                                 Narrow(62, F32({0.25f, 2})));
+    EXPECT_FALSE(scene->environment.enabled);
+    EXPECT_EQ(scene->environment.inputLevels, (std::array<float, 3>{0.1f, 0.6f, 0.9f}));
+    EXPECT_EQ(scene->environment.outputLevels, (std::array<float, 2>{0.25f, 2}));
     const auto old = ReadScene(Magic(4) + Narrow(61, F32({0.1f, 0.9f, 0.6f})));
-    EXPECT_EQ(old->environment.inputLevels, (std::array<float, 3>{0.1f, 0.6f, 0.9f}));
+    EXPECT_EQ(old->environment.inputLevels, scene->environment.inputLevels);
 }
 
 TEST(SceneDocument, WritesTheTagsOfEachModelTypeInOrder) {
@@ -134,22 +129,19 @@ TEST(SceneDocument, WritesTheTagsOfEachModelTypeInOrder) {
             scene.models[0]->storedPaths.resize(1, std::vector<PathPoint>(1));
         EXPECT_EQ(LayoutOf(scene.Flat(), kSceneForm, 100), kHead + c.middle + kTail);
     }
-}
-
-TEST(SceneDocument, WritesListsBetweenTheirNeighbours) {
+    // Lists stand between the fields of the tail.
     Scene scene;
-    scene.materials.push_back(Ref<SceneMaterial>::Make());
     scene.models.push_back(Ref<SceneModel>::Make());
     SceneModel& model = *scene.models[0];
     model.meshVisible = {true, false};
-    model.bindings = {{scene.materials[0].get(), 0, false}, {nullptr, 7, true}};
+    model.bindings.resize(2);
     model.meshes = {Ref<SceneMesh>::Make(), Ref<SceneMesh>::Make()};
     model.meshes[0]->parts = {4, 5};
     const std::string mesh = "402:1 403:12 404:12 405:12 406:1 407:4 408:4 410:4 411:12 412:4 413:4 416:1 ";
-    const std::string layout = LayoutOf(scene.Flat(), kSceneForm, 100);
-    EXPECT_EQ(layout.substr(layout.find("114:1 ")),
-              "114:1 190:1 190:1 191:1 200:4 201:1 200:4 201:1 300:4 301:1 400:1 401:4 401:4 " + mesh +
-                  "400:1 " + mesh);
+    EXPECT_EQ(LayoutOf(scene.Flat(), kSceneForm, 100),
+              std::string(kHead) +
+                  "110:1 111:1 112:1 113:1 114:1 190:1 190:1 191:1 200:4 201:1 200:4 201:1 300:4 301:1 " +
+                  "400:1 401:4 401:4 " + mesh + "400:1 " + mesh);
 }
 
 TEST(SceneDocument, KeepsEveryField) {

@@ -111,21 +111,6 @@ TEST(SceneTree, MovesModelsBetweenFolders) {
     EXPECT_EQ(taken->references(), 1u);
 }
 
-TEST(SceneTree, HidesWhatStandsInAHiddenFolder) {
-    Scene scene;
-    scene.models.push_back(Make("F", ModelType::Folder));
-    scene.models.push_back(Make("G", ModelType::Folder));
-    scene.models.push_back(Make("a"));
-    SceneModel &f = *scene.models[0], &g = *scene.models[1], &a = *scene.models[2];
-    ASSERT_TRUE(f.Attach(g, &scene, false) && g.Attach(a, &scene, false));
-    EXPECT_TRUE(a.IsVisible());
-    f.enabled = false;
-    EXPECT_FALSE(a.IsVisible());
-    f.enabled = true, a.enabled = false;
-    EXPECT_FALSE(a.IsVisible());
-    EXPECT_TRUE(g.IsVisible());
-}
-
 TEST(SceneTree, PlacesModelsByTheirTransform) {
     SceneModel model;
     model.anchor = {1, 2, 3};
@@ -239,7 +224,6 @@ TEST(SceneTree, FoldersThatDieLeaveTheirChildrenWhole) {
     }
     EXPECT_EQ(child->references(), 1u);
     EXPECT_EQ(child->parent, nullptr);
-    EXPECT_TRUE(child->IsVisible());
 }
 
 TEST(SceneTree, NewModelsHaveTheDefaultsOfTheirType) {

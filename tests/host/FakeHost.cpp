@@ -226,12 +226,8 @@ PF_Err CheckoutLayer(PF_ProgPtr, PF_ParamIndex index, A_long id, const PF_Render
 
 } // namespace
 
-FakeFrame::FakeFrame(FakeHost& host, int width, int height, int bitDepth)
-    : host_(host),
-      width_(width),
-      height_(height),
-      bitDepth_(bitDepth),
-      rowBytes_(static_cast<std::size_t>(width * bitDepth / 2 + 48)) {
+FakeFrame::FakeFrame(FakeHost& host, int width, int height)
+    : host_(host), width_(width), height_(height), rowBytes_(static_cast<std::size_t>(width * 4 + 48)) {
     const std::size_t bytes = rowBytes_ * static_cast<std::size_t>(height);
     output_.resize(bytes);
     input_.resize(bytes);
@@ -248,7 +244,7 @@ PF_Err FakeFrame::Render() {
     PF_PreRenderInput preInput{};
     preInput.output_request.rect = {0, 0, width_, height_};
     preInput.output_request.channel_mask = PF_ChannelMask_ARGB;
-    preInput.bitdepth = static_cast<short>(bitDepth_);
+    preInput.bitdepth = 8;
     PF_PreRenderOutput preOutput{};
     PF_PreRenderCallbacks preCallbacks{CheckoutLayer, nullptr};
     PF_PreRenderExtra preExtra{&preInput, &preOutput, &preCallbacks};
@@ -280,19 +276,9 @@ PF_Err FakeFrame::Render() {
     return error;
 }
 
-double FakeFrame::At(int x, int y, int c) const {
-    const std::size_t channel = static_cast<std::size_t>(bitDepth_ / 8);
-    const std::byte* at = output_.data() + static_cast<std::size_t>(y) * rowBytes_ +
-                          (static_cast<std::size_t>(x) * 4 + static_cast<std::size_t>(c)) * channel;
-    if (bitDepth_ == 8) return static_cast<double>(std::to_integer<int>(*at));
-    if (bitDepth_ == 16) {
-        std::uint16_t value;
-        std::memcpy(&value, at, sizeof value);
-        return value;
-    }
-    float value;
-    std::memcpy(&value, at, sizeof value);
-    return static_cast<double>(value);
+int FakeFrame::At(int x, int y, int c) const {
+    const std::size_t column = 4 * static_cast<std::size_t>(x) + static_cast<std::size_t>(c);
+    return std::to_integer<int>(output_[static_cast<std::size_t>(y) * rowBytes_ + column]);
 }
 
 std::size_t FakeFrame::PixelsDrawn() const {
@@ -306,5 +292,5 @@ double FakeFrame::Coverage() const {
     double sum = 0;
     for (int y = 0; y < height_; ++y)
         for (int x = 0; x < width_; ++x) sum += At(x, y, 0);
-    return sum / (bitDepth_ == 8 ? 255 : bitDepth_ == 16 ? 32768 : 1);
+    return sum / 255;
 }

@@ -57,15 +57,16 @@ private:
     PF_ParamUtilsSuite3 paramUtils_{};
 };
 
-// A frame for smart render: the input layer of one colour, one output world, layers all without pixels.
+// A frame for smart render in 8 bits: the input layer of one colour, one output world, layers all without
+// pixels.
 class FakeFrame {
 public:
-    FakeFrame(FakeHost& host, int width, int height, int bitDepth);
+    FakeFrame(FakeHost& host, int width, int height);
 
     PF_Err Render(); // pre-render, render, and freeing what lies between
 
-    // Channel `c` (0 alpha to 3 blue) of an output pixel as the depth stores it.
-    [[nodiscard]] double At(int x, int y, int c) const;
+    // Channel `c` (0 alpha to 3 blue) of an output pixel, 0 to 255.
+    [[nodiscard]] int At(int x, int y, int c) const;
     [[nodiscard]] std::size_t PixelsDrawn() const; // output pixels with any alpha
     [[nodiscard]] double Coverage() const;         // area drawn in pixels: the sum of alpha
 
@@ -75,7 +76,7 @@ public:
 
 private:
     FakeHost& host_;
-    int width_, height_, bitDepth_;
+    int width_, height_;
     std::size_t rowBytes_;
     std::vector<std::byte> output_;
     PF_EffectWorld inputWorld_{}, outputWorld_{}, noWorld_{};

@@ -105,27 +105,21 @@ protected:
 std::unique_ptr<FakeHost> Frame::shared;
 std::vector<PF_ParamDef> Frame::rowsAtStart;
 
-TEST_F(Frame, DrawsACubeInTheMiddleAtEveryDepth) {
+TEST_F(Frame, DrawsACubeInTheMiddle) {
     AddCube();
-    for (const int depth : {8, 16, 32}) {
-        FakeFrame frame(host, 160, 90, depth);
-        ASSERT_EQ(frame.Render(), PF_Err_NONE);
-        EXPECT_EQ(host.out.return_msg[0], 0) << host.out.return_msg;
-        EXPECT_EQ(frame.resultRect.right, 160);
-        const double one = depth == 8 ? 255 : depth == 16 ? 32768 : 1;
-        EXPECT_NEAR(frame.At(80, 45, 0), one, one * 0.01) << depth;
-        EXPECT_GT(frame.At(80, 45, 1), 0) << depth;
-        for (const auto& [x, y] : {std::pair{2, 2}, {157, 2}, {2, 87}, {157, 87}})
-            EXPECT_EQ(frame.At(x, y, 0), 0) << depth;
-        // The front face lies 25 pixels before the comp's plane, and the eye 160 * 50 / 36 before that.
-        const double distance = 160 * 50.0 / 36, side = 50 * distance / (distance - 25);
-        EXPECT_NEAR(frame.Coverage(), side * side, side) << depth;
-    }
+    FakeFrame frame(host, 160, 90);
+    ASSERT_EQ(frame.Render(), PF_Err_NONE);
+    EXPECT_EQ(host.out.return_msg[0], 0) << host.out.return_msg;
+    EXPECT_EQ(frame.resultRect.right, 160);
+    EXPECT_GT(frame.At(80, 45, 1), 0);
+    // The front face lies 25 pixels before the comp's plane, and the eye 160 * 50 / 36 before that.
+    const double distance = 160 * 50.0 / 36, side = 50 * distance / (distance - 25);
+    EXPECT_NEAR(frame.Coverage(), side * side, side);
 }
 
 TEST_F(Frame, TheSecondFrameUploadsNothing) {
     AddCube();
-    FakeFrame first(host, 160, 90, 8), second(host, 160, 90, 8);
+    FakeFrame first(host, 160, 90), second(host, 160, 90);
     ASSERT_EQ(first.Render(), PF_Err_NONE);
     EXPECT_GT(Ask({{"do", "frame"}})["uploads"], 0);
     ASSERT_EQ(second.Render(), PF_Err_NONE);
@@ -140,14 +134,14 @@ TEST_F(Frame, TheSecondFrameUploadsNothing) {
         const HandleLock lock(host.in.utils, host.Row(4).u.arb_d.value);
         SceneValueIn(lock.memory())->Touch();
     }
-    FakeFrame third(host, 160, 90, 8);
+    FakeFrame third(host, 160, 90);
     ASSERT_EQ(third.Render(), PF_Err_NONE);
     EXPECT_EQ(Ask({{"do", "frame"}})["uploads"], 0);
 }
 
 TEST_F(Frame, DeclaresAndTakesEachLayerOnce) {
     host.Row(104).u.pd.value = 6; // group 1: Layer
-    FakeFrame frame(host, 160, 90, 8);
+    FakeFrame frame(host, 160, 90);
     ASSERT_EQ(frame.Render(), PF_Err_NONE);
     std::vector<A_long> expected = {0, 20};
     for (A_long id = 1852; id <= 1861; ++id) expected.push_back(id);
@@ -158,7 +152,7 @@ TEST_F(Frame, DeclaresAndTakesEachLayerOnce) {
 TEST_F(Frame, UnifiedAloneDrawsNothing) {
     AddCube();
     host.Row(1950).u.pd.value = 4;
-    FakeFrame frame(host, 160, 90, 8);
+    FakeFrame frame(host, 160, 90);
     EXPECT_EQ(frame.Render(), PF_Err_NONE);
     EXPECT_EQ(frame.PixelsDrawn(), 0u);
     EXPECT_EQ(host.progressCalls, 0);
@@ -167,7 +161,7 @@ TEST_F(Frame, UnifiedAloneDrawsNothing) {
 TEST_F(Frame, AFrameBeyondTheDriverSaysSo) {
     host.in.width = 40000;
     host.in.height = 4;
-    FakeFrame frame(host, 40000, 4, 8);
+    FakeFrame frame(host, 40000, 4);
     EXPECT_EQ(frame.Render(), PF_Err_NONE);
     EXPECT_STREQ(host.out.return_msg, "Your video card does not support the selected configuration,\n please "
                                       "reduce the layer size.");
@@ -178,7 +172,7 @@ TEST_F(Frame, AnInstanceStoredAsNothingStillDraws) {
     AddCube();
     const PF_Handle kept = host.in.sequence_data;
     host.in.sequence_data = nullptr;
-    FakeFrame frame(host, 160, 90, 8);
+    FakeFrame frame(host, 160, 90);
     EXPECT_EQ(frame.Render(), PF_Err_NONE);
     EXPECT_GT(frame.PixelsDrawn(), 0u);
     host.in.sequence_data = kept;
@@ -190,7 +184,7 @@ TEST_F(Frame, RowsBeyondTheirRangesAreHeldWithin) {
     AddCube();
     host.in.width = 64, host.in.height = 36;
     const auto rows = host.rows;
-    FakeFrame before(host, 64, 36, 8);
+    FakeFrame before(host, 64, 36);
     ASSERT_EQ(before.Render(), PF_Err_NONE);
     ASSERT_GT(before.PixelsDrawn(), 0u);
     const double infinity = std::numeric_limits<double>::infinity();
@@ -210,12 +204,12 @@ TEST_F(Frame, RowsBeyondTheirRangesAreHeldWithin) {
             if (name == "Enable" || name.ends_with("Enable Multi-Object")) row.u.bd.value = 1;
         }
         host.Row(129).u.bd.value = 1;
-        FakeFrame hostile(host, 64, 36, 8);
+        FakeFrame hostile(host, 64, 36);
         EXPECT_EQ(hostile.Render(), PF_Err_NONE) << values[i];
         EXPECT_EQ(host.out.return_msg[0], 0) << values[i];
     }
     host.rows = rows;
-    FakeFrame after(host, 64, 36, 8);
+    FakeFrame after(host, 64, 36);
     ASSERT_EQ(after.Render(), PF_Err_NONE);
     EXPECT_EQ(after.Coverage(), before.Coverage());
 }

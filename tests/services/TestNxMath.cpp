@@ -100,15 +100,5 @@ TEST(NxMath, SlerpMovesAtConstantSpeedOnTheShorterArc) {
     EXPECT_NEAR(Slerp(from, near, 0.5f).z, 0.25e-3f, 1e-7);
 }
 
-TEST(NxMath, VectorsFollowTheirDefinitions) {
-    ExpectNear(Cross({1, 0, 0}, {0, 1, 0}), {0, 0, 1});
-    ExpectNear(Cross({1, 2, 3}, {4, 5, 6}), {-3, 6, -3});
-    EXPECT_FLOAT_EQ(Dot(Point3{1, 2, 3}, Point3{4, 5, 6}), 32.f);
-    EXPECT_FLOAT_EQ(Length(Point3{2, 3, 6}), 7.f);
-    ExpectNear(Normalized({0, 3, -4}), {0, 0.6f, -0.8f});
-    EXPECT_EQ(Normalized({0, 0, 0}), (Point3{0, 0, 0}));
-    ExpectNear(Mix({0, 0, 0}, {4, 8, -4}, 0.25f), {1, 2, -1});
-}
-
 } // namespace
 } // namespace velorin
