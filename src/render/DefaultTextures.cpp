@@ -1,6 +1,7 @@
 #include "render/DefaultTextures.h"
 
 #include "render/gl/GLError.h"
+#include "render/gl/Sampling.h"
 
 #include <GL/glew.h>
 
@@ -13,18 +14,11 @@ namespace {
 
 using Texel = std::array<float, 4>;
 
-void SetSampling(GLenum target, GLint filter, GLint wrap) {
-    glTexParameteri(target, GL_TEXTURE_MIN_FILTER, filter);
-    glTexParameteri(target, GL_TEXTURE_MAG_FILTER, filter);
-    glTexParameteri(target, GL_TEXTURE_WRAP_S, wrap);
-    glTexParameteri(target, GL_TEXTURE_WRAP_T, wrap);
-}
-
 gl::Texture Make2D(GLint internalFormat, const Texel& texel) {
     gl::Texture texture = gl::Texture::New();
     glBindTexture(GL_TEXTURE_2D, texture.name());
     glTexImage2D(GL_TEXTURE_2D, 0, internalFormat, 1, 1, 0, GL_RGBA, GL_FLOAT, texel.data());
-    SetSampling(GL_TEXTURE_2D, GL_LINEAR, GL_REPEAT);
+    gl::SetSampling(GL_TEXTURE_2D, GL_LINEAR, GL_LINEAR, GL_REPEAT);
     glBindTexture(GL_TEXTURE_2D, 0);
     return texture;
 }
@@ -35,7 +29,7 @@ gl::Texture MakeCube(GLint internalFormat, GLenum format, const Texel& texel) {
     for (GLenum face = 0; face < 6; ++face)
         glTexImage2D(GL_TEXTURE_CUBE_MAP_POSITIVE_X + face, 0, internalFormat, 1, 1, 0, format, GL_FLOAT,
                      texel.data());
-    SetSampling(GL_TEXTURE_CUBE_MAP, GL_NEAREST, GL_CLAMP_TO_EDGE);
+    gl::SetSampling(GL_TEXTURE_CUBE_MAP, GL_NEAREST, GL_NEAREST, GL_CLAMP_TO_EDGE);
     glBindTexture(GL_TEXTURE_CUBE_MAP, 0);
     return texture;
 }
@@ -44,7 +38,7 @@ gl::Texture MakeArray(GLint internalFormat, GLenum format, const Texel& texel) {
     gl::Texture texture = gl::Texture::New();
     glBindTexture(GL_TEXTURE_2D_ARRAY, texture.name());
     glTexImage3D(GL_TEXTURE_2D_ARRAY, 0, internalFormat, 1, 1, 1, 0, format, GL_FLOAT, texel.data());
-    SetSampling(GL_TEXTURE_2D_ARRAY, GL_NEAREST, GL_CLAMP_TO_EDGE);
+    gl::SetSampling(GL_TEXTURE_2D_ARRAY, GL_NEAREST, GL_NEAREST, GL_CLAMP_TO_EDGE);
     glBindTexture(GL_TEXTURE_2D_ARRAY, 0);
     return texture;
 }

@@ -18,11 +18,6 @@ namespace velorin {
 
 namespace {
 
-void BindTexture(TextureUnit unit, GLenum target, gl::Name texture) {
-    glActiveTexture(GL_TEXTURE0 + static_cast<GLenum>(unit));
-    glBindTexture(target, texture);
-}
-
 // Directs drawing to the image with its samples.
 void BindImage(const FrameBuffers& buffers, const TileViewport& viewport) {
     glBindFramebuffer(GL_FRAMEBUFFER, buffers.imageFramebuffer.name());
@@ -80,10 +75,11 @@ void VelorinRenderer::State::DrawTile(const RenderSettings& settings, const Draw
     state.ambientOcclusion = 1;
     state.rayTracedShadows = 0;
     state.shadowMaps = 0;
-    BindTexture(TextureUnit::ShadowMaps, GL_TEXTURE_2D_ARRAY, defaults.litShadowArray.name());
-    BindTexture(TextureUnit::RayShadows, GL_TEXTURE_2D_ARRAY, defaults.litRayShadowArray.name());
-    BindTexture(TextureUnit::PointShadows, GL_TEXTURE_CUBE_MAP, defaults.litShadowCube.name());
-    BindTexture(TextureUnit::AmbientOcclusion, GL_TEXTURE_2D, buffers().aoTexture.name());
+    RenderManager::BindTexture(TextureUnit::ShadowMaps, GL_TEXTURE_2D_ARRAY, defaults.litShadowArray.name());
+    RenderManager::BindTexture(TextureUnit::RayShadows, GL_TEXTURE_2D_ARRAY,
+                               defaults.litRayShadowArray.name());
+    RenderManager::BindTexture(TextureUnit::PointShadows, GL_TEXTURE_CUBE_MAP, defaults.litShadowCube.name());
+    RenderManager::BindTexture(TextureUnit::AmbientOcclusion, GL_TEXTURE_2D, buffers().aoTexture.name());
 
     PassFlags flags;
     flags.filterByBlend = true;
@@ -184,20 +180,18 @@ void VelorinRenderer::State::StoreImageResult(const RenderSettings& settings, co
     constexpr std::array<GLenum, 2> kColours{GL_COLOR_ATTACHMENT0, GL_COLOR_ATTACHMENT1};
     glDrawBuffers(2, kColours.data());
     glViewport(tile.x, tile.y, tile.width, tile.height);
-    BindTexture(TextureUnit::Normal, GL_TEXTURE_2D, buffers().scratchTexture1.name());
-    BindTexture(TextureUnit::Diffuse, GL_TEXTURE_2D, samples.name());
+    RenderManager::BindTexture(TextureUnit::Normal, GL_TEXTURE_2D, buffers().scratchTexture1.name());
+    RenderManager::BindTexture(TextureUnit::Diffuse, GL_TEXTURE_2D, samples.name());
     pass.Set("numSamples", side);
     pass.Set("tileOrigin", Point2{static_cast<float>(tile.x), static_cast<float>(tile.y)});
     pass.Set("gamma", 1 / std::max(settings.gamma, 0.01f));
-    pass.Set("blendMode", blendStep == 3 ? 0 : blendStep);
+    pass.Set("blendMode", blendStep);
     glDisable(GL_DEPTH_TEST);
     glDisable(GL_CULL_FACE);
     glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
-    constexpr std::array<GLenum, 4> kTargetFactor{GL_ZERO, GL_ONE, GL_ONE_MINUS_SRC_COLOR,
-                                                  GL_ONE_MINUS_SRC_ALPHA};
     if (blendStep != 0) {
         glEnable(GL_BLEND);
-        glBlendFuncSeparate(GL_ONE, kTargetFactor[static_cast<std::size_t>(blendStep)], GL_ONE,
+        glBlendFuncSeparate(GL_ONE, blendStep == 1 ? GL_ONE : GL_ONE_MINUS_SRC_COLOR, GL_ONE,
                             GL_ONE_MINUS_SRC_ALPHA);
     }
     renderer.quad().Draw();

@@ -2,6 +2,7 @@
 #include "render/Renderer.h"
 #include "render/gl/GLError.h"
 #include "render/gl/GLStateScope.h"
+#include "render/gl/Sampling.h"
 #include "services/Profiler.h"
 
 #include <GL/glew.h>
@@ -61,10 +62,7 @@ std::vector<std::uint16_t> FullRange(const ImageHeader& image) {
 }
 
 void SetSampling(float anisotropy) {
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_REPEAT);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_REPEAT);
+    gl::SetSampling(GL_TEXTURE_2D, GL_LINEAR_MIPMAP_LINEAR, GL_LINEAR, GL_REPEAT);
     if (anisotropy > 0) glTexParameterf(GL_TEXTURE_2D, GL_TEXTURE_MAX_ANISOTROPY_EXT, anisotropy);
     // Stored as the host has them (alpha, red, green, blue); the sampler puts them in order.
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_SWIZZLE_R, GL_GREEN);

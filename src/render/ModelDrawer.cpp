@@ -23,11 +23,6 @@ const void* BufferOffset(std::size_t bytes) {
     return reinterpret_cast<const void*>(bytes);
 }
 
-void BindTexture(TextureUnit unit, GLenum target, gl::Name texture) {
-    glActiveTexture(GL_TEXTURE0 + static_cast<GLenum>(unit));
-    glBindTexture(target, texture);
-}
-
 // The material that a model binds to a slot of its geometry; null: the default one.
 const SceneMaterial* BoundMaterial(const SceneModel& model, std::uint32_t slot) {
     return slot < model.bindings.size() ? model.bindings[slot].material : nullptr;
@@ -212,12 +207,13 @@ void ModelDrawer::BindMaterial(const DrawMaterial& material) {
     const bool properties = pass == MaterialPass::Property || pass == MaterialPass::GlowProperty;
     const std::size_t count = shadowOnly ? 2 : properties ? 6 : 7;
     for (std::size_t unit = 0; unit < count; ++unit)
-        BindTexture(static_cast<TextureUnit>(unit), GL_TEXTURE_2D, material.textures[unit]);
+        RenderManager::BindTexture(static_cast<TextureUnit>(unit), GL_TEXTURE_2D, material.textures[unit]);
     if (!shadowOnly && !properties) {
-        BindTexture(TextureUnit::ReflectionPlane, GL_TEXTURE_2D, defaults_.black.name());
-        BindTexture(TextureUnit::ReflectionCube, GL_TEXTURE_CUBE_MAP, defaults_.blackCube.name());
-        BindTexture(TextureUnit::Ibl, GL_TEXTURE_CUBE_MAP,
-                    material.iblCube ? material.iblCube : defaults_.blackCube.name());
+        RenderManager::BindTexture(TextureUnit::ReflectionPlane, GL_TEXTURE_2D, defaults_.black.name());
+        RenderManager::BindTexture(TextureUnit::ReflectionCube, GL_TEXTURE_CUBE_MAP,
+                                   defaults_.blackCube.name());
+        RenderManager::BindTexture(TextureUnit::Ibl, GL_TEXTURE_CUBE_MAP,
+                                   material.iblCube ? material.iblCube : defaults_.blackCube.name());
     }
     glBindBufferBase(GL_UNIFORM_BUFFER, static_cast<GLuint>(UniformBlock::MaterialProperties),
                      material.block);

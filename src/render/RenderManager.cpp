@@ -223,6 +223,11 @@ void RenderManager::UploadMaterial(gl::Buffer& buffer, const MaterialPropertiesB
     Send(buffer, block);
 }
 
+void RenderManager::BindTexture(TextureUnit unit, unsigned target, gl::Name texture) {
+    glActiveTexture(GL_TEXTURE0 + static_cast<GLenum>(unit));
+    glBindTexture(target, texture);
+}
+
 void RenderManager::BindModel(const gl::Buffer& buffer) {
     glBindBufferBase(GL_UNIFORM_BUFFER, BindingOf(UniformBlock::ModelProperties), buffer.name());
 }

@@ -75,6 +75,8 @@ public:
     // The blocks of a model and a material in buffers of their own: a new buffer, or the same one refilled.
     static void UploadModel(gl::Buffer& buffer, const ModelPropertiesBlock& block);
     static void UploadMaterial(gl::Buffer& buffer, const MaterialPropertiesBlock& block);
+    // Of a sampler; its unit becomes the active one.
+    static void BindTexture(TextureUnit unit, unsigned target, gl::Name texture);
     static void BindModel(const gl::Buffer& buffer);
     static void BindMaterial(const gl::Buffer& buffer);
 

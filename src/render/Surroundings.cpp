@@ -1,5 +1,6 @@
 #include "render/Surroundings.h"
 
+#include "render/CubeFaces.h"
 #include "render/DrawRecord.h"
 #include "render/FixedPrograms.h"
 #include "render/FrameBuffers.h"
@@ -8,6 +9,7 @@
 #include "render/Renderer.h"
 #include "render/VelorinRendererState.h"
 #include "render/gl/GLError.h"
+#include "render/gl/Sampling.h"
 #include "services/Profiler.h"
 
 #include <GL/glew.h>
@@ -20,16 +22,6 @@ namespace velorin {
 namespace {
 
 constexpr std::uint32_t kSphereColumns = 96, kSphereRows = 48;
-
-// Of texel (s, t) of a face, both from -1 to 1, row 0 at t = -1: the cube direction is forward + s * across +
-// t * down. OpenGL 3.3 core, table 3.11.
-struct FaceAxes {
-    Point3 forward, across, down;
-};
-constexpr std::array<FaceAxes, 6> kFaces{
-    FaceAxes{{1, 0, 0}, {0, 0, -1}, {0, -1, 0}}, FaceAxes{{-1, 0, 0}, {0, 0, 1}, {0, -1, 0}},
-    FaceAxes{{0, 1, 0}, {1, 0, 0}, {0, 0, 1}},   FaceAxes{{0, -1, 0}, {1, 0, 0}, {0, 0, -1}},
-    FaceAxes{{0, 0, 1}, {1, 0, 0}, {0, -1, 0}},  FaceAxes{{0, 0, -1}, {-1, 0, 0}, {0, -1, 0}}};
 
 constexpr Point3 WorldOfCube(Point3 c) {
     return {c.z, -c.y, c.x};
@@ -74,7 +66,7 @@ PreparedMesh MakeSphere() {
 }
 
 CubeFaceView ViewOfCubeFace(int face, Point3 eyeWorld) {
-    const FaceAxes& axes = kFaces[static_cast<std::size_t>(face)];
+    const CubeFace& axes = kCubeFaces[static_cast<std::size_t>(face)];
     const Point3 forward = WorldOfCube(axes.forward);
     const Point3 across = WorldOfCube(axes.across);
     const Point3 down = WorldOfCube(axes.down);
@@ -139,10 +131,7 @@ void VelorinRenderer::State::DrawEquirectangular(const RenderSettings& settings,
     for (GLenum face = 0; face < 6; ++face)
         glTexImage2D(GL_TEXTURE_CUBE_MAP_POSITIVE_X + face, 0, GL_RGBA16F, side, side, 0, GL_RGBA, GL_FLOAT,
                      nullptr);
-    glTexParameteri(GL_TEXTURE_CUBE_MAP, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_CUBE_MAP, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-    for (const GLenum wrap : {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T, GL_TEXTURE_WRAP_R})
-        glTexParameteri(GL_TEXTURE_CUBE_MAP, wrap, GL_CLAMP_TO_EDGE);
+    gl::SetSampling(GL_TEXTURE_CUBE_MAP, GL_LINEAR, GL_LINEAR, GL_CLAMP_TO_EDGE);
 
     const Matrix projection = CubeFaceProjection(settings.camera.nearPlane, settings.camera.farPlane);
     const gl::Framebuffer faceBuffer = gl::Framebuffer::New();

@@ -3,6 +3,7 @@
 #include "render/ShaderTexts.h"
 #include "render/gl/GLError.h"
 #include "render/gl/GLStateScope.h"
+#include "render/gl/Sampling.h"
 #include "render/gl/Shaders.h"
 #include "services/StringConversion.h"
 
@@ -110,10 +111,7 @@ bool TextDrawer::MakeObjects() {
         glPixelStorei(GL_UNPACK_SKIP_PIXELS, 0);
         glTexImage2D(GL_TEXTURE_2D, 0, GL_RGB8, atlas_->width, atlas_->height, 0, GL_RGB, GL_UNSIGNED_BYTE,
                      atlas_->rgb.data());
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+        gl::SetSampling(GL_TEXTURE_2D, GL_LINEAR, GL_LINEAR, GL_CLAMP_TO_EDGE);
     }
     return program_ && gl::CheckGLError("TextDrawer::MakeObjects", __LINE__) == 0;
 }

@@ -1,9 +1,11 @@
+#include "render/CubeFaces.h"
 #include "render/FullScreenQuad.h"
 #include "render/RenderStatistics.h"
 #include "render/SampleRows.h"
 #include "render/ShaderTexts.h"
 #include "render/TextureManager.h"
 #include "render/gl/GLError.h"
+#include "render/gl/Sampling.h"
 #include "render/gl/Shaders.h"
 #include "services/NxMath.h"
 
@@ -23,20 +25,6 @@ namespace {
 
 constexpr GLint kSamplesUnit = 30, kSourceUnit = 31;
 constexpr int kFilteredLevels = 6;
-
-// The direction of a face's texture coordinate (u, v) is initial + u * incX + v * incY (OpenGL 3.3,
-// table 3.19).
-struct FaceDirections {
-    Point3 initial, incX, incY;
-};
-constexpr std::array<FaceDirections, 6> kFaces{{
-    {{1, 1, 1}, {0, 0, -2}, {0, -2, 0}},  // +X
-    {{-1, 1, -1}, {0, 0, 2}, {0, -2, 0}}, // -X
-    {{-1, 1, -1}, {2, 0, 0}, {0, 0, 2}},  // +Y
-    {{-1, -1, 1}, {2, 0, 0}, {0, 0, -2}}, // -Y
-    {{-1, 1, 1}, {2, 0, 0}, {0, -2, 0}},  // +Z
-    {{1, 1, -1}, {-2, 0, 0}, {0, -2, 0}}, // -Z
-}};
 
 struct FilterRow {
     const char* name;
@@ -86,7 +74,7 @@ void SetLevels(GLenum target, GLint base, GLint last, GLint minFilter) {
 }
 
 void AllocateFaces(GLint level, GLint format, GLsizei side) {
-    for (std::size_t i = 0; i < kFaces.size(); ++i)
+    for (std::size_t i = 0; i < kCubeFaces.size(); ++i)
         glTexImage2D(Face(i), level, format, side, side, 0, GL_RGBA, GL_FLOAT, nullptr);
 }
 
@@ -225,9 +213,7 @@ void TextureManager::MakeSamplesTexture() {
     glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA16F, kSampleRowWidth, kSampleRows, 0, GL_RGBA, GL_FLOAT,
                  MakeSampleRows().data());
     SetLevels(GL_TEXTURE_2D, 0, 0, GL_NEAREST);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+    gl::SetSampling(GL_TEXTURE_2D, GL_NEAREST, GL_NEAREST, GL_CLAMP_TO_EDGE);
 }
 
 // Built on first use, since few projects need all of them.
@@ -246,10 +232,11 @@ gl::Name TextureManager::Program(Filter filter) {
 void TextureManager::DrawCubeLevel(gl::Name program, gl::Name cube, int level, std::uint32_t side) const {
     const GLsizei pixels = LevelSide(side, level);
     glViewport(0, 0, pixels, pixels);
-    for (std::size_t i = 0; i < kFaces.size(); ++i) {
-        SetUniform(program, "initialCoord", kFaces[i].initial);
-        SetUniform(program, "coordIncX", kFaces[i].incX);
-        SetUniform(program, "coordIncY", kFaces[i].incY);
+    for (std::size_t i = 0; i < kCubeFaces.size(); ++i) {
+        const CubeFace& face = kCubeFaces[i]; // the programs' coordinates run from 0 to 1
+        SetUniform(program, "initialCoord", face.forward - face.across - face.down);
+        SetUniform(program, "coordIncX", face.across * 2);
+        SetUniform(program, "coordIncY", face.down * 2);
         glFramebufferTexture2D(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, Face(i), cube, level);
         quad_.Draw();
     }
@@ -268,7 +255,7 @@ void TextureManager::FillConstantCube(gl::Name texture, gl::Name cube) const {
     colour = AsSampled(colour);
     for (int level = 0; level <= kFilteredLevels; ++level) {
         glViewport(0, 0, LevelSide(kEnvironmentCubeSide, level), LevelSide(kEnvironmentCubeSide, level));
-        for (std::size_t i = 0; i < kFaces.size(); ++i) {
+        for (std::size_t i = 0; i < kCubeFaces.size(); ++i) {
             glFramebufferTexture2D(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, Face(i), cube, level);
             glClearBufferfv(GL_COLOR, 0, colour.data());
         }
@@ -287,10 +274,9 @@ gl::Texture TextureManager::EnvToCubeMap(gl::Name texture) {
     const int levels = constant ? kFilteredLevels : 0;
     for (int level = 0; level <= levels; ++level)
         AllocateFaces(level, format, LevelSide(kEnvironmentCubeSide, level));
-    SetLevels(GL_TEXTURE_CUBE_MAP, 0, levels, constant ? GL_LINEAR_MIPMAP_LINEAR : GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_CUBE_MAP, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-    for (const GLenum axis : {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T, GL_TEXTURE_WRAP_R})
-        glTexParameteri(GL_TEXTURE_CUBE_MAP, axis, GL_CLAMP_TO_EDGE);
+    const GLint minFilter = constant ? GL_LINEAR_MIPMAP_LINEAR : GL_LINEAR;
+    SetLevels(GL_TEXTURE_CUBE_MAP, 0, levels, minFilter);
+    gl::SetSampling(GL_TEXTURE_CUBE_MAP, minFilter, GL_LINEAR, GL_CLAMP_TO_EDGE);
     if (constant) {
         FillConstantCube(texture, cube.name());
     } else {

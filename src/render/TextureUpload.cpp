@@ -1,9 +1,10 @@
 #include "render/TextureUpload.h"
 
-#include "render/Renderer.h"
-#include "render/gl/GLError.h"
 #include "images/Dds.h"
 #include "images/Image.h"
+#include "render/Renderer.h"
+#include "render/gl/GLError.h"
+#include "render/gl/Sampling.h"
 
 #include <GL/glew.h>
 
@@ -42,11 +43,8 @@ public:
     [[nodiscard]] gl::Texture Finish(GLint levels, const DriverInfo& driver) {
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_BASE_LEVEL, 0);
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAX_LEVEL, levels - 1);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER,
-                        levels > 1 ? GL_LINEAR_MIPMAP_LINEAR : GL_LINEAR);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_REPEAT);
-        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_REPEAT);
+        gl::SetSampling(GL_TEXTURE_2D, levels > 1 ? GL_LINEAR_MIPMAP_LINEAR : GL_LINEAR, GL_LINEAR,
+                        GL_REPEAT);
         if (driver.maxAnisotropy > 0)
             glTexParameterf(GL_TEXTURE_2D, GL_TEXTURE_MAX_ANISOTROPY_EXT, driver.maxAnisotropy);
         if (gl::CheckGLError("TextureManager::LoadTexture", __LINE__) != 0) return {};
