@@ -30,23 +30,30 @@ TEST(ModelLoader, TellsOnceWhatCannotBeRead) {
     const test::TemporaryFolder folder;
     folder.Put("empty.obj", "# nothing\n");
     ModelData data;
-    EXPECT_FALSE(LoadModelFile(folder.path() + "/absent.obj", true, true, data));
-    EXPECT_FALSE(LoadModelFile(folder.path() + "/absent.obj", true, true, data));
-    EXPECT_FALSE(LoadModelFile(folder.path() + "/empty.obj", true, true, data));
-    EXPECT_FALSE(LoadModelFile(folder.path() + "/other.xyz", true, true, data)) << "no message";
-    const std::vector<std::string> warnings = TakeWarnings();
-    ASSERT_EQ(warnings.size(), 2u);
-    EXPECT_THAT(warnings[0],
-                testing::AllOf(testing::HasSubstr("absent.obj"), testing::HasSubstr("cannot be opened")));
-    EXPECT_THAT(warnings[1], testing::AllOf(testing::HasSubstr("empty.obj"), testing::HasSubstr("no face")));
+    EXPECT_FALSE(LoadModelFile(folder.file("other.xyz"), true, true, data)) << "without a word";
+    EXPECT_THAT(TakeWarnings(), testing::IsEmpty());
+    std::string reason;
+    EXPECT_FALSE(LoadModelFile(folder.file("empty.obj"), true, true, data, {}, &reason));
+    EXPECT_EQ(reason, "holds no face");
+    EXPECT_THAT(TakeWarnings(), testing::IsEmpty());
+    SceneModel model(ModelType::ImportedFile);
+    for (const char* path : {"absent.obj", "absent.obj", "empty.obj", "film.C4D", "other.xyz", ""}) {
+        model.path = path;
+        EXPECT_FALSE(LoadModelData(model, folder.path(), data)) << path;
+    }
+    EXPECT_THAT(TakeWarnings(),
+                testing::ElementsAre("Model absent.obj cannot be opened: No such file or directory.",
+                                     "Model empty.obj holds no face.",
+                                     "Model film.C4D is of a kind that this version does not read.",
+                                     "Model other.xyz is of no known kind of model file."));
     EXPECT_TRUE(data.vertices.empty());
     ResetWarnings();
 }
 
 TEST(ModelLoader, TheLayerPlaneFacesTheViewer) {
-    SceneModel model(ModelType::LayerPlane);
     ModelData data;
-    ASSERT_TRUE(LoadModelData(model, "", data));
+    EXPECT_FALSE(LoadModelData(SceneModel(ModelType::Folder), "", data)) << "has no geometry";
+    ASSERT_TRUE(LoadModelData(SceneModel(ModelType::LayerPlane), "", data));
     ASSERT_EQ(data.vertices.size(), 4u);
     EXPECT_EQ(data.vertices[3].position, (Point3{1, 1, 0}));
     EXPECT_EQ(data.vertices[2].texCoord, (Point2{0, 1}));
@@ -54,13 +61,6 @@ TEST(ModelLoader, TheLayerPlaneFacesTheViewer) {
     EXPECT_EQ(data.materials[0].name, "Default");
     EXPECT_EQ(data.size, 1);
     EXPECT_EQ(data.vertices[0].tangent.x, 1);
-}
-
-TEST(ModelLoader, AFolderHasNoGeometry) {
-    SceneModel model(ModelType::Folder);
-    ModelData data;
-    EXPECT_FALSE(LoadModelData(model, "", data));
-    EXPECT_TRUE(data.vertices.empty());
 }
 
 } // namespace

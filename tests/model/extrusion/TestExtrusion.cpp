@@ -68,34 +68,28 @@ TEST(BuildExtrusion, EveryKindOfBevelIsClosedAndOutward) {
         {Round({50, 50}, 50), Round({50, 50}, 30)},
         {Polygon({{0, 0}, {50, 20}, {100, 0}, {80, 50}, {100, 100}, {50, 80}, {0, 100}, {20, 50}})},
     };
-    int count = 0;
     for (const auto& paths : shapes)
-        for (const float bevelDepth : {-2.0f, -0.5f, 0.5f, 1.0f})
+        for (const float depth : {-2.0f, -0.5f, 0.5f, 1.0f})
             for (const float curve : {-1.0f, 0.0f, 0.5f, 1.0f})
-                for (const bool outline : {false, true})
-                    for (const bool backside : {false, true})
-                        for (const std::uint32_t rows : {0u, 3u}) {
-                            ExtrusionOptions options;
-                            options.bevelCopies = 1;
-                            options.offsetMode = backside ? OffsetMode::Relative : OffsetMode::Absolute;
-                            options.depthSegments = rows;
-                            for (BevelSettings& bevel : options.bevels) {
-                                bevel.bevelDepth = bevelDepth;
-                                bevel.bevelCurve = curve;
-                                bevel.outlineEnable = outline;
-                                bevel.outlineWidth = 2;
-                                bevel.bevelBackside = backside;
-                                bevel.expandEdges = 0.2f;
-                            }
-                            const Measures m = Measure(Build(paths, options));
-                            ++count;
-                            ASSERT_GT(m.triangles, 0u);
-                            ASSERT_EQ(m.turnedEdges, 0u) << bevelDepth << " " << curve << " " << outline
-                                                         << " " << backside << " " << rows;
-                            ASSERT_GT(m.volume, 0);
-                            ASSERT_TRUE(m.finite);
-                        }
-    EXPECT_EQ(count, 3 * 4 * 4 * 2 * 2 * 2);
+                for (unsigned i = 0; i < 8; ++i) {
+                    ExtrusionOptions options;
+                    options.bevelCopies = 1;
+                    options.offsetMode = i & 1 ? OffsetMode::Relative : OffsetMode::Absolute;
+                    options.depthSegments = i & 4 ? 3 : 0;
+                    for (BevelSettings& bevel : options.bevels) {
+                        bevel.bevelDepth = depth;
+                        bevel.bevelCurve = curve;
+                        bevel.outlineEnable = (i & 2) != 0;
+                        bevel.outlineWidth = 2;
+                        bevel.bevelBackside = (i & 1) != 0;
+                        bevel.expandEdges = 0.2f;
+                    }
+                    const Measures m = Measure(Build(paths, options));
+                    ASSERT_GT(m.triangles, 0u);
+                    ASSERT_EQ(m.turnedEdges, 0u) << depth << " " << curve << " " << i;
+                    ASSERT_GT(m.volume, 0);
+                    ASSERT_TRUE(m.finite);
+                }
 }
 
 TEST(BuildExtrusion, BevelledBoxHasTheVolumeOfItsSections) {
@@ -184,32 +178,17 @@ TEST(BuildExtrusion, HostileOutlinesAreBuiltOrRefused) {
         nested.push_back(Rectangle(inset, inset, 5000 - 2 * inset, 5000 - 2 * inset));
         scattered.push_back(Rectangle(static_cast<float>(i % 50) * 3, static_cast<float>(i / 50) * 3, 2, 2));
     }
+    const auto same = [](int) { return Point2{5, 5}; };
+    const auto none = [](int i) { return i % 2 ? Point2{NAN, 1} : Point2{3, INFINITY}; };
+    const auto huge = [](int i) { return Point2{i % 2 ? 3e38f : -3e38f, 1e20f}; };
     const struct {
         const char* name;
         Paths paths;
         bool built, refused;
     } rows[] = {
-        {"equal points",
-         {Made(kMillion,
-               [](int) {
-                   return Point2{5, 5};
-               })},
-         false,
-         false},
-        {"no numbers",
-         {Made(kMillion,
-               [](int i) {
-                   return i % 2 ? Point2{NAN, 1} : Point2{3, INFINITY};
-               })},
-         false,
-         false},
-        {"huge numbers",
-         {Made(1000,
-               [](int i) {
-                   return Point2{i % 2 ? 3e38f : -3e38f, 1e20f};
-               })},
-         false,
-         false},
+        {"equal points", {Made(kMillion, same)}, false, false},
+        {"no numbers", {Made(kMillion, none)}, false, false},
+        {"huge numbers", {Made(1000, huge)}, false, false},
         {"fine circle", {Made(kMillion, [](int i) { return OnCircle(i / 1e6, 50); })}, true, false},
         {"pentagram", star(5), true, false},
         {"large star", star(301), true, false},
@@ -235,10 +214,8 @@ TEST(BuildExtrusion, HostileOutlinesAreBuiltOrRefused) {
             EXPECT_EQ(TakeWarnings().size(), row.refused ? 1u : 0u) << row.name;
             const Measures m = Measure(model);
             EXPECT_TRUE(m.finite) << row.name;
-            // A tangle's caps are left open.
-            if (!std::string_view(row.name).ends_with("star")) {
-                EXPECT_EQ(m.turnedEdges, 0u) << row.name;
-            }
+            const bool tangled = std::string_view(row.name).ends_with("star"); // its caps are left open
+            EXPECT_TRUE(tangled || m.turnedEdges == 0) << row.name;
         }
 }
 
