@@ -41,6 +41,8 @@ struct Measures {
     double volume = 0;            // by the divergence theorem; positive when wound outward
     double capArea = 0;           // of flat triangles whose normal faces -z, less those that are turned over
     double shownArea = 0;         // the same without those
+    std::size_t slivers = 0;      // triangles with two corners at one place
+    int euler = 0;                // places - edges + triangles: 2 for a ball, 0 for a ring
     bool finite = true;
     double normalError = 0; // largest cosine defect between a face and its vertices' normals
     std::set<std::pair<float, float>> places; // of all vertices, in the plane
@@ -64,6 +66,7 @@ inline Measures Measure(const ModelData& model) {
                                                  v.texCoord.y + v.tangent.x + v.tangent.y + v.tangent.z);
             m.places.emplace(p[k].x, p[k].y);
         }
+        m.slivers += id[0] == id[1] || id[1] == id[2] || id[2] == id[0];
         for (std::size_t k = 0; k < 3; ++k) {
             const int a = id[k], b = id[(k + 1) % 3];
             if (a != b) ++edges[{std::min(a, b), std::max(a, b)}][a < b];
@@ -86,7 +89,9 @@ inline Measures Measure(const ModelData& model) {
                         std::max(m.normalError,
                                  1 - static_cast<double>(Dot(Normalized(cross), model.vertices[i].normal)));
             }
+    m.euler = static_cast<int>(welded.size() + m.triangles);
     for (const auto& [edge, runs] : edges) {
+        m.euler -= std::max(runs[0], runs[1]);
         m.openEdges += (runs[0] + runs[1]) % 2 != 0;
         m.turnedEdges += runs[0] != runs[1];
         m.crowdedEdges += runs[0] != 1 || runs[1] != 1;
