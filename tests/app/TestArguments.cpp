@@ -1,6 +1,5 @@
 #include "app/command/CommandTable.h"
 #include "app/command/Table.h"
-#include "app/host/Pipl.h"
 
 #include "services/MappedFile.h"
 
@@ -56,7 +55,6 @@ TEST(Arguments, TablesAlignTheirColumns) {
     EXPECT_EQ(
         TableText(nlohmann::ordered_json::parse(R"({"x": true, "rows": [{"k": 1}], "of": {"y": null}})")),
         "x: yes\n\nrows:\n  k\n  1\n\nof:\n  y: \n");
-    // Rows that hold more than values stand below each other.
     EXPECT_EQ(TableText(nlohmann::ordered_json::parse(R"([{"a": 1, "b": {"c": 2}}, {"a": 3}])")),
               "[0]\n  a: 1\n\n  b:\n    c: 2\n\n[1]\n  a: 3\n");
 }
@@ -95,11 +93,6 @@ TEST(Arguments, TheUsersPageNamesEveryCommandAndOption) {
             for (const OptionRow& option : CommonOptions()) options.insert(option.names);
     }
     EXPECT_EQ(known, documented);
-}
-
-TEST(Arguments, FilesWithoutAPropertyListHaveNone) {
-    EXPECT_FALSE(ReadPipl("/nowhere"));
-    EXPECT_FALSE(ReadPipl(VELORIN_SOURCE_DIR "/CMakeLists.txt"));
 }
 
 } // namespace

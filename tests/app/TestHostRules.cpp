@@ -119,6 +119,12 @@ TEST(HostRules, WritesToTheProjectAreRefusedOnTheRenderSide) {
     EXPECT_THAT(RunSession("render-write", options).faults, IsEmpty());
 }
 
+TEST(HostRules, ASuiteThatIsMissingIsNotHandedOut) {
+    HostOptions options;
+    options.missingSuites = {"PF AngleParamSuite"};
+    EXPECT_THAT(RunSession("leak-suite", options).faults, IsEmpty());
+}
+
 TEST(HostRules, AFailedRenderTellsItsCodeOrItsMessage) {
     EXPECT_THAT(RunSession("render-error", {}).failure,
                 HasSubstr("SMART_RENDER of effect 1 failed with code 512"));

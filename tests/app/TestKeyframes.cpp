@@ -27,13 +27,6 @@ TEST(Keyframes, EachEaseFollowsItsCurve) {
     }
 }
 
-TEST(Keyframes, ChoicesHoldWhateverTheEase) {
-    AnimatedValue value;
-    value.keys = {{0, {1}, Linear}, {1, {4}, Linear}};
-    EXPECT_EQ(value.NumberAt(0.99, false), 1);
-    EXPECT_EQ(value.NumberAt(1, false), 4);
-}
-
 // 29.97 frames a second: a frame's time from the composition and a key's time from its frame number are
 // rounded apart.
 TEST(Keyframes, AKeyTakesHoldAtItsOwnFrame) {
@@ -46,10 +39,12 @@ TEST(Keyframes, AKeyTakesHoldAtItsOwnFrame) {
     }
 }
 
-TEST(Keyframes, VectorsMoveByComponent) {
+TEST(Keyframes, VectorsMoveByComponentAndChoicesHold) {
     AnimatedValue value(0, 0, 0);
     value.keys = {{0, {0, 10, 100}, Linear}, {2, {4, 30, 0}, Linear}};
     EXPECT_EQ(value.At(1), (Components{2, 20, 50, 0}));
+    EXPECT_EQ(value.At(1.99, false), (Components{0, 10, 100, 0}));
+    EXPECT_EQ(value.At(2, false), (Components{4, 30, 0, 0}));
 }
 
 } // namespace

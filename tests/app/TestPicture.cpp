@@ -9,6 +9,7 @@
 #include <cstring>
 #include <filesystem>
 #include <limits>
+#include <numeric>
 
 namespace velorin::app {
 namespace {
@@ -18,85 +19,61 @@ namespace fs = std::filesystem;
 class PictureTest : public testing::Test {
 protected:
     void SetUp() override {
-        folder_ = fs::temp_directory_path() /
-                  ("velorin_picture_" +
-                   std::to_string(::testing::UnitTest::GetInstance()->random_seed() +
-                                  static_cast<int>(reinterpret_cast<std::uintptr_t>(this) % 100000)));
-        fs::create_directories(folder_);
+        std::string name = (fs::temp_directory_path() / "velorin_picture_XXXXXX").string();
+        ASSERT_TRUE(mkdtemp(name.data()));
+        folder_ = name;
     }
     void TearDown() override { fs::remove_all(folder_); }
     [[nodiscard]] std::string Path(const char* name) const { return (folder_ / name).string(); }
 
+    // Written and read again.
+    Picture Back(const Picture& picture, const char* name) {
+        std::string text;
+        const bool png = fs::path(name).extension() == ".png";
+        EXPECT_TRUE(png ? WritePng(Path(name), picture, text) : WriteExr(Path(name), picture, text)) << text;
+        Picture back;
+        EXPECT_TRUE(ReadPicture(Path(name), back, text)) << text;
+        return back;
+    }
+
     fs::path folder_;
 };
 
-Picture Pattern(int depth) {
-    Picture picture(5, 3, depth);
-    for (std::size_t i = 0; i < 60; ++i) {
-        if (depth == 8)
-            picture.pixels[i] = static_cast<std::byte>(i * 4);
-        else if (depth == 16)
-            reinterpret_cast<std::uint16_t*>(picture.pixels.data())[i] = static_cast<std::uint16_t>(i * 1111);
-        else
-            reinterpret_cast<float*>(picture.pixels.data())[i] =
-                i % 4 == 3 ? 0.5F : static_cast<float>(i) * 0.25F;
-    }
+template <class Value>
+Picture PictureOf(int width, int height, const std::vector<Value>& values) {
+    Picture picture(width, height, 8 * static_cast<int>(sizeof(Value)));
+    std::memcpy(picture.pixels.data(), values.data(), values.size() * sizeof(Value));
     return picture;
 }
 
 TEST_F(PictureTest, PngKeepsEveryBitOfItsDepth) {
-    for (const int depth : {8, 16}) {
-        Picture picture = Pattern(depth);
-        if (depth == 16) { // every value there is
-            picture = Picture(128, 128, 16);
-            for (std::size_t i = 0; i < 65536; ++i)
-                reinterpret_cast<std::uint16_t*>(picture.pixels.data())[i] = static_cast<std::uint16_t>(i);
-        }
-        std::string text;
-        ASSERT_TRUE(WritePng(Path("a.png"), picture, text)) << text;
-        Picture back;
-        ASSERT_TRUE(ReadPicture(Path("a.png"), back, text)) << text;
-        EXPECT_EQ(back.depth, depth);
+    std::vector<std::uint8_t> bytes(256);
+    std::vector<std::uint16_t> words(65536);
+    std::iota(bytes.begin(), bytes.end(), std::uint8_t{});
+    std::iota(words.begin(), words.end(), std::uint16_t{});
+    for (const Picture& picture : {PictureOf(16, 4, bytes), PictureOf(64, 256, words)}) {
+        const Picture back = Back(picture, "a.png");
+        EXPECT_EQ(back.depth, picture.depth);
         EXPECT_EQ(back.width, picture.width);
         EXPECT_EQ(back.pixels, picture.pixels);
     }
-}
-
-TEST_F(PictureTest, FloatsGoIntoPngClampedTo16Bits) {
-    Picture picture(1, 1, 32);
-    const float pixel[] = {-1.0F, 0.5F, 7.0F, std::numeric_limits<float>::quiet_NaN()};
-    std::memcpy(picture.pixels.data(), pixel, sizeof pixel);
-    std::string text;
-    ASSERT_TRUE(WritePng(Path("f.png"), picture, text)) << text;
-    Picture back;
-    ASSERT_TRUE(ReadPicture(Path("f.png"), back, text)) << text;
-    ASSERT_EQ(back.depth, 16);
-    const auto* value = reinterpret_cast<const std::uint16_t*>(back.pixels.data());
-    EXPECT_EQ(value[0], 0);
-    EXPECT_EQ(value[1], 32768);
-    EXPECT_EQ(value[2], 65535);
-    EXPECT_EQ(value[3], 0);
+    // Floats are clamped and written with 16.
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const std::vector<std::uint16_t> expected{0, 32768, 65535, 0};
+    EXPECT_EQ(Back(PictureOf<float>(1, 1, {-1, 0.5F, 7, nan}), "a.png").pixels,
+              PictureOf(1, 1, expected).pixels);
 }
 
 // The file holds colour times alpha; reading divides again. Values above 1 stay.
 TEST_F(PictureTest, ExrIsPremultipliedFloat) {
-    const Picture picture = Pattern(32);
-    std::string text;
-    ASSERT_TRUE(WriteExr(Path("a.exr"), picture, text)) << text;
-    Picture back;
-    ASSERT_TRUE(ReadPicture(Path("a.exr"), back, text)) << text;
+    const Picture floats = PictureOf<float>(2, 1, {0.25F, 3, 90, 0.5F, 0, 1, 2, 1});
+    const Picture back = Back(floats, "a.exr");
     EXPECT_EQ(back.depth, 32);
-    EXPECT_EQ(back.pixels, picture.pixels);
-
-    Picture bytes(1, 1, 8);
-    const std::uint8_t pixel[] = {255, 51, 0, 128};
-    std::memcpy(bytes.pixels.data(), pixel, 4);
-    ASSERT_TRUE(WriteExr(Path("b.exr"), bytes, text)) << text;
-    ASSERT_TRUE(ReadPicture(Path("b.exr"), back, text)) << text;
-    const auto* value = reinterpret_cast<const float*>(back.pixels.data());
-    EXPECT_NEAR(value[0], 1.0F, 1e-6);
-    EXPECT_NEAR(value[1], 0.2F, 1e-6);
-    EXPECT_NEAR(value[3], 128 / 255.0F, 1e-6);
+    EXPECT_EQ(back.pixels, floats.pixels);
+    const Picture bytes = Back(PictureOf<std::uint8_t>(1, 1, {255, 51, 0, 128}), "a.exr");
+    const float expected[] = {1, 0.2F, 0, 128 / 255.0F};
+    for (std::size_t i = 0; i < 4; ++i)
+        EXPECT_NEAR(reinterpret_cast<const float*>(bytes.pixels.data())[i], expected[i], 1e-6) << i;
 }
 
 // What lies outside the display window is not seen, what it shows beyond the data is empty.
@@ -137,9 +114,9 @@ TEST_F(PictureTest, SizesAndKindsThatCannotBeShownAreRefused) {
 
 TEST_F(PictureTest, AFailedWriteLeavesNothing) {
     std::string error;
-    EXPECT_FALSE(WritePng(Path("no/such/folder.png"), Pattern(8), error));
+    EXPECT_FALSE(WritePng(Path("no/such/folder.png"), Picture(1, 1, 8), error));
     EXPECT_NE(error.find("folder.png"), std::string::npos);
-    EXPECT_FALSE(WriteExr("/dev/null/x.exr", Pattern(32), error));
+    EXPECT_FALSE(WriteExr("/dev/null/x.exr", Picture(1, 1, 32), error));
 }
 
 } // namespace

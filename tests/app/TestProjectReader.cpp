@@ -3,9 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <fstream>
-
 namespace velorin::app {
 namespace {
 
@@ -69,6 +66,10 @@ TEST(ProjectReader, FaultsNameTheirLineColumnPlaceAndReason) {
          "/folder/p.json:1:28: layers[1]: another layer is called \"A\" too"},
         {R"({"effects": [{"scene": {}, "sceneFile": "a"}]})",
          "/folder/p.json:1:41: effects[0]: \"scene\" and \"sceneFile\" exclude each other"},
+        {R"({"effects": [{"stored": {"scene": "a"}}]})",
+         "/folder/p.json:1:35: effects[0].stored: scene is no base64"},
+        {R"({"layers": [{"name": "A", "id": 4}], "lights": [{"id": 4}]})",
+         "/folder/p.json:1:13: layers[0]: another layer has the id 4 too"},
         {R"({"velorin": 2})",
          "/folder/p.json:1:13: project: this is version 2 of the format; version 1 is understood"},
     };
@@ -77,12 +78,9 @@ TEST(ProjectReader, FaultsNameTheirLineColumnPlaceAndReason) {
         EXPECT_FALSE(Read(c.text, diagnostics)) << c.text;
         EXPECT_THAT(diagnostics.errors, testing::Contains(testing::StartsWith(c.error))) << c.text;
     }
-}
-
-TEST(ProjectReader, AllFaultsAreToldAtOnce) {
-    Diagnostics diagnostics;
-    EXPECT_FALSE(Read(R"({"a": 1, "composition": {"width": true, "b": 2}})", diagnostics));
-    EXPECT_EQ(diagnostics.errors.size(), 3U);
+    Diagnostics all;
+    EXPECT_FALSE(Read(R"({"a": 1, "composition": {"width": true, "b": 2}})", all));
+    EXPECT_EQ(all.errors.size(), 3U) << "told at once";
 }
 
 TEST(ProjectReader, ValuesOutOfRangeAreClampedWithAWarning) {
@@ -113,15 +111,12 @@ TEST(ProjectReader, WhatIsOmittedHasItsDefault) {
     EXPECT_TRUE(project.effects[0].enabled);
     EXPECT_FALSE(ReadGood("{}").camera);
     EXPECT_FALSE(ReadGood(R"({"camera": {"pointOfInterest": null}})").camera->pointOfInterest);
-}
-
-TEST(ProjectReader, AnOverriddenSizeMovesWhatDependsOnIt) {
+    // What depends on the size follows the one that is given instead.
     Diagnostics diagnostics;
-    const auto project = ReadProjectText(
-        "p.json", R"({"composition": {"width": 10, "height": 10}, "camera": {}})", diagnostics, {720, 300});
-    ASSERT_TRUE(project);
-    EXPECT_EQ(project->composition.width, 720);
-    EXPECT_EQ(project->camera->position.At(0), (Components{360, 150, -1000, 0}));
+    const auto wide = ReadProjectText("p.json", R"({"camera": {}})", diagnostics, {720, 300});
+    ASSERT_TRUE(wide);
+    EXPECT_EQ(wide->composition.width, 720);
+    EXPECT_EQ(wide->camera->position.At(0), (Components{360, 150, -1000, 0}));
 }
 
 TEST(ProjectReader, PathsAreRelativeToTheProject) {
@@ -172,36 +167,23 @@ TEST(ProjectReader, AMaskMovesAsAWhole) {
 }
 
 TEST(ProjectReader, FrameRatesAreFractionsWithWholeUnitsBetweenFrames) {
-    struct Case {
-        double rate;
-        FrameRate fraction;
-    };
-    const Case cases[] = {{24, {24000, 1000}},    {29.97, {30000, 1001}}, {23.976, {24000, 1001}},
-                          {59.94, {60000, 1001}}, {25, {25000, 1000}},    {1, {1000, 1000}},
-                          {12.5, {12500, 1000}}};
-    for (const Case& c : cases) EXPECT_EQ(FrameRateFromNumber(c.rate), c.fraction) << c.rate;
+    const std::pair<double, FrameRate> cases[] = {
+        {24, {24000, 1000}}, {29.97, {30000, 1001}}, {23.976, {24000, 1001}}, {59.94, {60000, 1001}},
+        {25, {25000, 1000}}, {1, {1000, 1000}},      {12.5, {12500, 1000}}};
+    for (const auto& [rate, fraction] : cases) EXPECT_EQ(FrameRateFromNumber(rate), fraction) << rate;
 }
 
-TEST(ProjectReader, TheDefaultProjectOfAModelReadsBack) {
+TEST(ProjectReader, TheDefaultProjectOfModelsReadsBack) {
     const Project one = ReadGood(ProjectTextForModels({"/models/a.obj"}, "/models", 1));
     EXPECT_EQ(one.composition.width, 1280);
     EXPECT_EQ(one.composition.height, 720);
     EXPECT_EQ(one.composition.frameCount(), 24);
     EXPECT_FALSE(one.camera);
-    ASSERT_EQ(one.effects.size(), 1U);
-    ASSERT_TRUE(one.effects[0].scene);
+    ASSERT_TRUE(one.effects.at(0).scene);
     EXPECT_TRUE(one.effects[0].parameters.empty());
     const Project three = ReadGood(ProjectTextForModels({"/m/a.obj", "/m/b.obj", "/n/c.obj"}, "/m", 5));
     EXPECT_EQ(three.effects[0].parameters.size(), 6U);
     EXPECT_EQ(three.effects[0].parameters[2].key, "2. Position XY");
-}
-
-TEST(ProjectReader, AMissingFileIsOneSentence) {
-    Diagnostics diagnostics;
-    EXPECT_FALSE(ReadProjectFile("/nowhere/p.json", diagnostics));
-    EXPECT_THAT(diagnostics.errors,
-                testing::ElementsAre("/nowhere/p.json: the project cannot be read: No such file or "
-                                     "directory"));
 }
 
 } // namespace

@@ -1,11 +1,6 @@
-#include "app/CommandRunner.h"
 #include "app/HostFixture.h"
 
-#include "app/command/Session.h"
-#include "app/images/Picture.h"
-
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 
 #include <cmath>
 #include <cstdint>
@@ -16,24 +11,15 @@
 namespace velorin::app {
 namespace {
 
-using nlohmann::json;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-class ReplicatorInHost : public PluginTest {
+class ReplicatorInHost : public SessionTest {
 protected:
-    void TearDown() override {
-        if (session_.host) {
-            session_.host->Quit();
-            EXPECT_EQ(Joined(session_.host->reports.faults()), "");
-        }
-        PluginTest::TearDown();
-    }
-
-    // A project with the composition's, the layers' and the effect's members; its model is a square per frame
-    // number of the sequence.
-    bool Open(const std::string& layers, const std::string& parameters,
-              std::vector<std::string> settings = {}) {
+    // A project with the layers and the effect's parameters; its model is a square per frame number of the
+    // sequence.
+    bool OpenWith(const std::string& layers, const std::string& parameters,
+                  std::vector<std::string> settings = {}) {
         for (int frame = 0; frame < 8; ++frame)
             Write("f_0" + std::to_string(frame) + ".obj",
                   "v -1 -1 0\nv 1 -1 0\nv 0 1 " + std::to_string(frame) + "\nf 1 2 3\n");
@@ -41,47 +27,22 @@ protected:
                             layers + R"(], "effects": [{"parameters": {)" + parameters +
                             R"(}, "scene": {"models": [{"name": "F", "type": 5, "path": "f_00.obj",
                    "enabled": false, "frameCount": 8, "startFrame": 1, "endFrame": 8, "groups": [1]}]}}]})");
-        if (session_.host) session_.host->Quit();
-        session_ = {};
-        options_.plugin = RealPlugin();
-        options_.settings = std::move(settings);
-        console_ = std::make_unique<Console>(true);
-        return OpenSession(Path("p.json"), options_, *console_, session_);
-    }
-    json Ask(const json& request) {
-        std::string reason;
-        const auto answer =
-            session_.host->Introspect(&session_.host->instance(0), request.dump(), {}, reason);
-        EXPECT_TRUE(answer) << reason;
-        return json::parse(answer.value_or("null"), nullptr, false);
-    }
-    json Captured(const char* what, int frame, int depth = 8) {
-        Ask({{"do", "capture"}, {"what", {what}}, {"group", 1}});
-        Picture picture;
-        const HostResult result = session_.host->RenderFrame(frame, depth, picture);
-        EXPECT_TRUE(result.good()) << result.text;
-        return Ask({{"do", "captured"}})[what];
+        return Open("p.json", std::move(settings));
     }
     // Renders frame 0 and gives the plug-in's warnings.
     std::string Warnings() {
-        Picture picture;
-        const HostResult result = session_.host->RenderFrame(0, 8, picture);
-        EXPECT_TRUE(result.good()) << result.text;
+        (void)Frame();
         std::string warnings;
         const json frame = Ask({{"do", "frame"}});
         for (const json& warning : frame["warnings"]) warnings += warning.get<std::string>() + "\n";
         return warnings;
     }
-
-    SessionOptions options_;
-    std::unique_ptr<Console> console_;
-    Session session_;
 };
 
 // Speeds of 100, 150, 200, 250 and then 300 percent: the frames shown are 0, 1, 1 + 1.5, + 2, + 2.5, + 3, + 3
 // of 8, each cut to a whole one.
 TEST_F(ReplicatorInHost, PlaybackSpeedIntegratesOverKeyframes) {
-    ASSERT_TRUE(Open(
+    ASSERT_TRUE(OpenWith(
         "", R"("1. Playback Speed": {"keys": [{"frame": 0, "value": 100}, {"frame": 4, "value": 300}]})"))
         << Joined(console_->errors());
     const int expected[] = {0, 1, 2, 4, 7, 10 % 8, 13 % 8};
@@ -99,7 +60,7 @@ TEST_F(ReplicatorInHost, AnImageLayerShapesAGroupAtEveryDepth) {
         std::fill_n(mask.row(y) + 4 * x, 4, std::byte{0xff});
     std::string error;
     ASSERT_TRUE(WritePng(Path("mask.png"), mask, error)) << error;
-    ASSERT_TRUE(Open(
+    ASSERT_TRUE(OpenWith(
         R"({"name": "Mask", "type": "image", "file": "mask.png"})",
         R"("1. Replicator Shape": "Layer Grid", "1. Custom Layer": "Mask", "1. Grid X": 4, "1. Grid Y": 4)"))
         << Joined(console_->errors());
@@ -141,7 +102,7 @@ TEST_F(ReplicatorInHost, ExtremeSettingsRenderOrAreRefusedInASentence) {
         {{"1. Replicator Shape=9"}, nullptr, nullptr}, // taken as the last choice
     };
     for (const Case& c : cases) {
-        const bool opened = Open("", "", c.settings);
+        const bool opened = OpenWith("", "", c.settings);
         EXPECT_EQ(opened, c.error == nullptr) << c.settings[0] << Joined(console_->errors());
         if (c.error) {
             EXPECT_THAT(Joined(console_->errors()), HasSubstr(c.error)) << c.settings[0];

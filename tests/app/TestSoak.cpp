@@ -1,10 +1,6 @@
-#include "app/CommandRunner.h"
 #include "app/HostFixture.h"
 
-#include "app/command/Session.h"
 #include "app/host/ProjectWriter.h"
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <map>
@@ -19,8 +15,6 @@
 
 namespace velorin::app {
 namespace {
-
-using nlohmann::json;
 
 constexpr const char* kRows[] = {"1. Particle Count", "1. Particle Size", "1. Replicator Shape",
                                  "Render Mode"};

@@ -25,9 +25,10 @@ void ExpectNear(const Vector& found, const Vector& wanted) {
     for (std::size_t i = 0; i < 3; ++i) EXPECT_NEAR(found[i], wanted[i], 1e-9) << i;
 }
 
-std::unique_ptr<HostComp> CompOf(const std::string& text) {
+std::unique_ptr<HostComp> CompOf(const std::string& members) {
     Diagnostics diagnostics;
-    const auto project = ReadProjectText("p.json", text, diagnostics);
+    const auto project = ReadProjectText(
+        "p.json", R"({"composition": {"width": 720, "height": 400}, )" + members + "}", diagnostics);
     EXPECT_TRUE(project) << (diagnostics.errors.empty() ? "" : diagnostics.errors[0]);
     return MakeComp(*project);
 }
@@ -53,33 +54,25 @@ TEST(Transform, LookingAtAPointKeepsTheHorizonLevel) {
     ExpectNear(Move({1, 0, 0}, down, 0), {1, 0, 0});
 }
 
-TEST(Transform, TheDefaultCameraLooksAlongZAtTheMiddle) {
-    const auto comp = CompOf(R"({"composition": {"width": 720, "height": 400}})");
-    const auto view = comp->ViewAt(0);
-    EXPECT_NEAR(view.distance, 1000, 1e-9);
-    ExpectNear(Move({0, 0, 0}, view.matrix, 1), {360, 200, -1000});
-    ExpectNear(Move({0, 0, 1}, view.matrix, 0), {0, 0, 1});
-}
-
-TEST(Transform, ACameraMovesWithItsKeyframes) {
-    const auto comp = CompOf(R"({"composition": {"width": 720, "height": 400},
-        "camera": {"position": {"keys": [{"time": 0, "value": [360, 200, -500]}, {"time": 2, "value": [1360, 200, 0]}]},
-                   "zoom": 640}})");
-    EXPECT_EQ(comp->ViewAt(0).distance, 640);
-    ExpectNear(Move({0, 0, 0}, comp->ViewAt(1).matrix, 1), {860, 200, -250});
-    ExpectNear(Move({0, 0, 1}, comp->ViewAt(2).matrix, 0), {-1, 0, 0}); // from the right at the middle
-}
-
-TEST(Transform, AnOrthographicCamerasZoomIsItsScale) {
-    const auto comp = CompOf(R"({"composition": {"width": 720, "height": 400},
-        "camera": {"type": "orthographic", "zoom": 2000}})");
-    // Twice the default zoom: a unit of the camera is half a pixel of the comp.
-    ExpectNear(Move({1, 0, 0}, comp->ViewAt(0).matrix, 0), {0.5, 0, 0});
+TEST(Transform, CamerasLookFromWhereTheyStandAtTheirTime) {
+    const auto none = CompOf(R"("effects": [])");
+    EXPECT_NEAR(none->ViewAt(0).distance, 1000, 1e-9);
+    ExpectNear(Move({0, 0, 0}, none->ViewAt(0).matrix, 1), {360, 200, -1000});
+    ExpectNear(Move({0, 0, 1}, none->ViewAt(0).matrix, 0), {0, 0, 1});
+    const auto moving = CompOf(R"("camera": {"position": {"keys": [{"time": 0, "value": [360, 200, -500]},
+                                                                   {"time": 2, "value": [1360, 200, 0]}]},
+                                             "zoom": 640})");
+    EXPECT_EQ(moving->ViewAt(0).distance, 640);
+    ExpectNear(Move({0, 0, 0}, moving->ViewAt(1).matrix, 1), {860, 200, -250});
+    ExpectNear(Move({0, 0, 1}, moving->ViewAt(2).matrix, 0), {-1, 0, 0}); // from the right at the middle
+    // Twice the default zoom without perspective: a unit of the camera is half a pixel of the comp.
+    const auto parallel = CompOf(R"("camera": {"type": "orthographic", "zoom": 2000})");
+    ExpectNear(Move({1, 0, 0}, parallel->ViewAt(0).matrix, 0), {0.5, 0, 0});
 }
 
 TEST(Transform, LayersTurnAboutTheirAnchor) {
-    const auto comp = CompOf(R"({"layers": [{"name": "S", "anchorPoint": [10, 0, 0], "position": [100, 50, 5],
-        "scale": [200, 100, 100], "rotation": [0, 0, 90]}]})");
+    const auto comp = CompOf(R"("layers": [{"name": "S", "anchorPoint": [10, 0, 0], "position": [100, 50, 5],
+        "scale": [200, 100, 100], "rotation": [0, 0, 90]}])");
     const A_Matrix4 m = comp->LayerByName("S")->ToWorld(0);
     ExpectNear(Move({10, 0, 0}, m, 1), {100, 50, 5});
     ExpectNear(Move({15, 0, 0}, m, 1), {100, 60, 5});
