@@ -138,7 +138,8 @@ TEST_F(Pictures, TheHostFindsNoFaultInAnyMode) {
       "camera": {"position": [10, 20, -200]},
       "layers": [{"name": "Back", "width": 30, "height": 20, "color": "#ff8000"}],
       "effects": [{"parameters": {"Override Layer": "Back", "1. Replicator Shape": "Layer", "1. Custom Layer": "Back"},
-                   "scene": {"models": [{"name": "B", "type": 2, "path": "cube.obj", "groups": [1]}]}},
+                   "scene": {"materials": [{"type": "Standard Shader"}], "models": [
+                     {"name": "B", "type": 2, "path": "cube.obj", "groups": [1], "bindings": [0]}]}},
                   {"parameters": {"Render Mode": "Unified"}}]})");
     HostOptions options;
     options.strict = true;

@@ -25,7 +25,8 @@ protected:
                   "v -1 -1 0\nv 1 -1 0\nv 0 1 " + std::to_string(frame) + "\nf 1 2 3\n");
         Write("p.json", R"({"composition": {"width": 96, "height": 54, "duration": 1}, "layers": [)" +
                             layers + R"(], "effects": [{"parameters": {)" + parameters +
-                            R"(}, "scene": {"models": [{"name": "F", "type": 5, "path": "f_00.obj",
+                            R"(}, "scene": {"materials": [{"type": "Standard Shader"}], "models": [
+                  {"name": "F", "type": 5, "path": "f_00.obj", "bindings": [0],
                    "enabled": false, "frameCount": 8, "startFrame": 1, "endFrame": 8, "groups": [1]}]}}]})");
         return Open("p.json", std::move(settings));
     }
