@@ -71,6 +71,16 @@ Height WoodRelief(float count, std::uint32_t seed) {
     };
 }
 
+// Round dents. Where two meet the smaller of their heights is rounded off, so that mirrored light bends there
+// and does not break.
+float HammeredHeight(float u, float v) {
+    constexpr float kRound = 0.5f; // squared cells over which they blend
+    const Cells cells = Cellular(u, v, 9, 1311);
+    const float nearest = cells.nearest * cells.nearest, second = cells.second * cells.second;
+    const float blend = std::max(kRound - (second - nearest), 0.0f) / kRound;
+    return nearest - blend * blend * kRound / 4;
+}
+
 // Marble: lines where folded noise crosses its middle. K. Perlin, "An image synthesizer", 1985.
 float Vein(float u, float v, int period, float width, std::uint32_t seed) {
     const Point2 far = Warped(u, v, 3, 0.30f, seed), at = Warped(far.x, far.y, 11, 0.09f, seed + 20);
@@ -317,12 +327,7 @@ bool MakeTextures(const std::filesystem::path& root, int shrink) {
          [](float u, float v) { return 3 * Fractal(u, v, 10, 6, 1206) - 2.5f * LavaCrack(u, v); }},
         {"Brushed_Normal.png", 512, 0.32f,
          [](float u, float v) { return Grain(u, v, 4, 512, 1301) + 0.8f * Grain(u, v, 9, 256, 1302); }},
-        // Round dents that meet in edges.
-        {"Hammered_Normal.png", 512, 15.0f,
-         [](float u, float v) {
-             const float d = Cellular(u, v, 9, 1311).nearest;
-             return d * d;
-         }},
+        {"Hammered_Normal.png", 512, 15.0f, HammeredHeight},
         {"Ripples_Normal.png", 512, 14.0f, [](float u, float v) { return Fractal(u, v, 5, 4, 1321); }},
         {"Fine_Grain_Normal.png", 512, 1.0f, [](float u, float v) { return Fractal(u, v, 90, 2, 1331); }},
     };
