@@ -28,7 +28,8 @@ bool Create(Host& host, const Arguments& options, Console& console) {
     for (const auto& file : answer->value("skipped", ordered_json::array()))
         console.Warn(options.input + "/" + file.value("name", std::string()) + ": left out, as it " +
                      file.value("reason", std::string()));
-    std::printf("%s: %d items\n", options.output.c_str(), answer->value("items", 0));
+    const int items = answer->value("items", 0);
+    std::printf("%s: %d %s\n", options.output.c_str(), items, items == 1 ? "item" : "items");
     return true;
 }
 

@@ -70,6 +70,15 @@ void AddLight(HostComp& comp, const Light& light) {
     AddNumber(layer, AEGP_LayerStream_LIGHT_FALLOFF_DISTANCE, AnimatedValue(500));
 }
 
+// The name, with a number when a layer of the project has it already.
+std::string FreeName(const std::string& name, const std::vector<Layer>& layers) {
+    std::string free = name;
+    const auto taken = [&](const Layer& layer) { return layer.name == free; };
+    for (int n = 2; std::any_of(layers.begin(), layers.end(), taken); ++n)
+        free = name + " (" + std::to_string(n) + ")";
+    return free;
+}
+
 void AddSourceLayer(HostComp& comp, const Layer& source) {
     constexpr LayerRole kRoles[] = {LayerRole::Image, LayerRole::Text, LayerRole::Solid, LayerRole::Null};
     HostLayer& layer = comp.AddLayer(kRoles[static_cast<std::size_t>(source.kind)], source.name, source.id);
@@ -191,7 +200,7 @@ std::unique_ptr<HostComp> MakeComp(const Project& project) {
     comp->nextLayerId = last + 1;
     for (const Light& light : project.lights) AddLight(*comp, light);
     if (project.camera) AddCamera(*comp, *project.camera);
-    HostLayer& effectLayer = comp->AddLayer(LayerRole::Effect, "Velorin");
+    HostLayer& effectLayer = comp->AddLayer(LayerRole::Effect, FreeName("Velorin", project.layers));
     const double x = comp->settings.width / 2.0, y = comp->settings.height / 2.0;
     AddTransform(effectLayer, AnimatedValue(x, y, 0), AnimatedValue(x, y, 0), AnimatedValue(0, 0, 0),
                  AnimatedValue(0, 0, 0));
