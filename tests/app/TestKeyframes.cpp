@@ -15,10 +15,20 @@ TEST(Keyframes, EachEaseFollowsItsCurve) {
     // From 10 at 1 s to 30 at 3 s; the curve's inner heights are 0 and 1 where eased, 1/3 and 2/3 where
     // straight.
     const Case cases[] = {
-        {Linear, Linear, 1.5, 15}, {Linear, Linear, 2, 20},   {Hold, Linear, 2.999, 10},
-        {Hold, Bezier, 3, 30},     {Bezier, Bezier, 2, 20},   {Bezier, Bezier, 1.5, 10 + 20 * 0.15625},
-        {Bezier, Linear, 2, 17.5}, {Linear, Bezier, 2, 22.5}, {Linear, Hold, 1.5, 15},
-        {Linear, Linear, 0, 10},   {Linear, Linear, 100, 30}, {Linear, Linear, -5, 10},
+        {Linear, Linear, 1.5, 15},
+        {Linear, Linear, 2, 20},
+        {Hold, Linear, 2.999, 10},
+        {Hold, Bezier, 3, 30},
+        {Bezier, Bezier, 2, 20},
+        {Bezier, Bezier, 1.5, 10 + 20 * 0.15625},
+        {Bezier, Linear, 2, 17.5},
+        {Linear, Bezier, 2, 22.5},
+        {Linear, Hold, 1.5, 15},
+        {Linear, Linear, 2.5, 25},
+        {Bezier, Bezier, 2.5, 10 + 20 * 0.84375},
+        {Linear, Linear, 0, 10},
+        {Linear, Linear, 100, 30},
+        {Linear, Linear, -5, 10},
     };
     for (const Case& c : cases) {
         AnimatedValue value;

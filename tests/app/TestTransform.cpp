@@ -70,10 +70,12 @@ TEST(Transform, CamerasLookFromWhereTheyStandAtTheirTime) {
     ExpectNear(Move({1, 0, 0}, parallel->ViewAt(0).matrix, 0), {0.5, 0, 0});
 }
 
+// The name is the effect layer's own too, which gives way.
 TEST(Transform, LayersTurnAboutTheirAnchor) {
-    const auto comp = CompOf(R"("layers": [{"name": "S", "anchorPoint": [10, 0, 0], "position": [100, 50, 5],
+    const auto comp =
+        CompOf(R"("layers": [{"name": "Velorin", "anchorPoint": [10, 0, 0], "position": [100, 50, 5],
         "scale": [200, 100, 100], "rotation": [0, 0, 90]}])");
-    const A_Matrix4 m = comp->LayerByName("S")->ToWorld(0);
+    const A_Matrix4 m = comp->LayerByName("Velorin")->ToWorld(0);
     ExpectNear(Move({10, 0, 0}, m, 1), {100, 50, 5});
     ExpectNear(Move({15, 0, 0}, m, 1), {100, 60, 5});
     ExpectNear(Move({10, 4, 0}, m, 1), {96, 50, 5});

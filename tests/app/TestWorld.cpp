@@ -75,13 +75,13 @@ TEST(World, PicturesBecomeWorldsOfEveryDepthAndBack) {
 // Colour counts by its coverage: transparent red leaves no trace in the mean.
 TEST(World, DownsamplingWeighsColourByAlpha) {
     Picture picture(2, 2, 8);
-    const std::uint8_t pixels[] = {0, 0, 255, 255, 255, 0, 0, 0, 0, 0, 255, 255, 255, 0, 0, 0};
+    const std::uint8_t pixels[] = {20, 90, 160, 255, 255, 0, 0, 0, 20, 90, 160, 255, 255, 0, 0, 0};
     std::memcpy(picture.pixels.data(), pixels, sizeof pixels);
     const WorldBuffer world = WorldFromPicture(picture, 8, 2, 2, 0);
     ASSERT_EQ(world.area().width(), 1);
     std::uint8_t argb[4];
     std::memcpy(argb, world.row(0), sizeof argb);
-    EXPECT_THAT(argb, testing::ElementsAre(128, 0, 0, 255));
+    EXPECT_THAT(argb, testing::ElementsAre(128, 20, 90, 160));
     EXPECT_EQ(WorldFromPicture(Picture(5, 3, 8), 8, 2, 2, 0).area(), (Rect{0, 0, 3, 2}));
 }
 
