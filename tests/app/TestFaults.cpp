@@ -121,7 +121,8 @@ TEST_F(Faults, OfProjectsAndModules) {
 TEST_F(Faults, OfScenesPresetsAndBundles) {
     Write("scene.json", "{\"effects\": [{\"scene\": {\n  \"models\": [{\"name\": \"A\", \"tpye\": 2}]}}]}");
     for (const char* name : {"damaged.qmx", "damaged.qbndl"}) Write(name, "NXCFH, but not for long");
-    Good("bundle create user -o empty.qbndl");
+    std::filesystem::create_directory(folder_ / "empty");
+    Good("bundle create empty -o empty.qbndl");
     const Fault faults[] = {
         {"render scene.json -o out/x.png", "scene.json:2:36: effects[0].scene /models/0/tpye: "},
         {"render absent.qmx -o out/x.png", "absent.qmx: the file does not exist"},
