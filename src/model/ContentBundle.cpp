@@ -167,15 +167,24 @@ std::vector<std::string> ContentBundle::ListFolderItems(const std::string& folde
     return names;
 }
 
-std::vector<std::string> ListFilesBelow(const std::string& folder) {
+std::vector<std::string> ListFilesBelow(const std::string& folder,
+                                        std::vector<BundleResult::Skipped>* unread) {
     namespace fs = std::filesystem;
     std::vector<std::string> names;
     std::error_code error;
     const fs::path root(std::u8string(folder.begin(), folder.end()));
     fs::recursive_directory_iterator entry(root, fs::directory_options::skip_permission_denied, error), end;
-    for (; !error && entry != end; entry.increment(error))
-        if (entry->is_regular_file(error) && !entry->is_symlink(error))
-            names.push_back(entry->path().lexically_relative(root).generic_string());
+    for (; !error && entry != end; entry.increment(error)) {
+        if (entry->is_symlink(error)) continue;
+        const std::string name = entry->path().lexically_relative(root).generic_string();
+        if (entry->is_regular_file(error)) {
+            names.push_back(name);
+        } else if (unread && entry->is_directory(error)) {
+            std::error_code refusal;
+            const fs::directory_iterator probe(entry->path(), refusal);
+            if (refusal) unread->push_back({name, "cannot be read: " + refusal.message()});
+        }
+    }
     std::sort(names.begin(), names.end());
     return names;
 }
@@ -183,16 +192,17 @@ std::vector<std::string> ListFilesBelow(const std::string& folder) {
 BundleResult CreateBundle(const std::string& folder, const std::string& path, const std::string& id) {
     BundleResult result;
     std::error_code ignored;
-    if (!std::filesystem::is_directory(std::u8string(folder.begin(), folder.end()), ignored)) {
+    const std::filesystem::path root(std::u8string(folder.begin(), folder.end()));
+    if (!std::filesystem::is_directory(root, ignored)) {
         result.error = folder + ": is not a folder.";
         return result;
     }
-    const std::vector<std::string> files = ListFilesBelow(folder);
+    std::error_code refusal;
+    const std::filesystem::directory_iterator probe(root, refusal);
+    const std::vector<std::string> files = ListFilesBelow(folder, &result.skipped);
     SafeFile file(path);
-    if (!file.ok()) {
-        result.error = file.error();
-        return result;
-    }
+    result.error = refusal ? folder + ": cannot be read: " + refusal.message() + "." : file.error();
+    if (!result.error.empty()) return result;
     bool fits = true;
     {
         PackFile pack;

@@ -54,6 +54,8 @@ struct BundleResult {
                                         const std::string& id);
 
 // Files of a folder and all below it, as paths relative to it with "/", sorted; links are not followed.
-[[nodiscard]] std::vector<std::string> ListFilesBelow(const std::string& folder);
+// `unread` gets the folders among them that cannot be read, with the reason.
+[[nodiscard]] std::vector<std::string> ListFilesBelow(const std::string& folder,
+                                                      std::vector<BundleResult::Skipped>* unread = nullptr);
 
 } // namespace velorin
