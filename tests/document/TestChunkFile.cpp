@@ -136,7 +136,9 @@ TEST(ChunkFile, AcceptsAndRefusesMagics) {
         EXPECT_EQ(file.opened(), c.opened);
         EXPECT_EQ(file.damaged(), !c.opened);
         EXPECT_EQ(file.version(), c.version);
-        if (!c.opened) EXPECT_EQ(file.NextChunk(), 0u);
+        if (!c.opened) {
+            EXPECT_EQ(file.NextChunk(), 0u);
+        }
     }
     // What is skipped has the length of the expected magic: four bytes of the eight are then a chunk's
     // header.

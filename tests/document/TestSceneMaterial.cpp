@@ -113,7 +113,9 @@ TEST(SceneMaterial, ReadsTexturesIntoTheSelectedChannel) {
             const auto number = static_cast<std::uint32_t>(channel);
             const auto material = ReadFrom(Narrow(700, U32(number)) + chunk + Narrow(700, U32(7)) + chunk);
             for (std::uint32_t other = 0; other < kMaterialChannels; ++other)
-                if (other != number) EXPECT_EQ(material->channels[other], T(Channel{other}));
+                if (other != number) {
+                    EXPECT_EQ(material->channels[other], T(Channel{other}));
+                }
             return material->channel(channel);
         });
         fields.Expect(Tag(701, &T::path), Tag(702, &T::enabled), Tag(703, &T::amount), Tag(704, &T::gamma),
