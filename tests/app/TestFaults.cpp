@@ -104,14 +104,24 @@ TEST_F(Faults, OfProjectsAndModules) {
         {"$V render p.json -o out/x.png --plugin x.txt", "x.txt: the plug-in module cannot be loaded: "},
         {"(ulimit -f 64; $V render --plugin $P p.json -o out/new.exr)", "error: out/new.exr: "},
         {"(ulimit -f 64; $V render --plugin $P p.json -o out/old.exr)", "error: out/old.exr: "},
+        {"p.json -o out/x.png --host-cancel-at 0", "error: frame 0: stopped by the user"},
         {"VELORIN_TEST_FAULT=render-message $V render --plugin $P p.json -o out/x.png",
          "velorin: error: p.json: frame 0: The card is too small.\n"},
         {"VELORIN_TEST_FAULT=write-behind $V render --plugin $P p.json -o out/x.png",
          "broke a rule of its host: SMART_RENDER of effect 1"},
     };
     Check("$V render --plugin $P ", faults);
-    // Found at the end only, when the picture is written.
-    EXPECT_EQ(Shell("VELORIN_TEST_FAULT=leak-handle $V render --plugin $P p.json -o x.png").status, 1);
+    // Found at the end only, when the picture is written; by the host's other modes.
+    const auto run = [&](const std::string& fault, const std::string& mode) {
+        return Shell("VELORIN_TEST_FAULT=" + fault + " $V render --plugin $P p.json -o x.png " + mode);
+    };
+    EXPECT_EQ(run("leak-handle", "").status, 1);
+    EXPECT_EQ(run("leak-suite", "").status, 1);
+    EXPECT_EQ(run("leak-suite", "--host-without-suite 'PF AngleParamSuite'").status, 0);
+    EXPECT_EQ(run("render-write", "").status, 0);
+    EXPECT_THAT(run("render-write", "--host-two-copies").error, HasSubstr("changed from the render side"));
+    EXPECT_EQ(run("write-input", "").status, 0);
+    EXPECT_THAT(run("write-input", "--host-strict").error, HasSubstr("was written"));
     const auto failed = json::parse(Render("none.json -o a.png --json").out);
     EXPECT_EQ(failed["errors"].size(), 1U);
     EXPECT_EQ(failed["frames"].size(), 0U);
