@@ -192,10 +192,11 @@ TEST_F(MaterialEffects, SubsurfaceLight) {
 
 TEST_F(MaterialEffects, ShadowSum) {
     SetRayShadows({{0.25f, 1000, 0.25f, 1000}, {0.25f, 1000, 0.25f, 1000}});
-    SceneLight ambient = light, plain = light, dim = light, bright = light;
+    SceneLight ambient = light, plain = light, dim = light, bright = light, beside = light;
     ambient.type = LightType::Ambient, ambient.colour = {0.1f, 0.2f, 0.3f};
     plain.castShadows = false;
     dim.intensity = 0.5f, bright.intensity = 4;
+    beside.type = LightType::Spot, beside.position = {0, 0, -100}, beside.direction = {1, 0, 0};
     struct Row {
         const char* what;
         std::vector<SceneLight> lights;
@@ -209,6 +210,7 @@ TEST_F(MaterialEffects, ShadowSum) {
         {"ambient light", {light, ambient}, 0.75 - 0.2},
         {"a dim light", {dim}, 0.375},
         {"a bright light", {bright}, 1},
+        {"beside the cone", {beside}, 0},
         {"none", {}, 0},
         {"matte", {light}, 0.75 * 0.4, true, 0.4f},
         {"matte with ambient light", {light, ambient}, 0.75, true},

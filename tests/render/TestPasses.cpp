@@ -58,7 +58,7 @@ TEST_F(PassTest, MirroredInstancesShowTheirFronts) {
     mesh.vertices.insert(mesh.vertices.end(), wall.vertices.begin(), wall.vertices.end());
     mesh.meshes.push_back(wall.meshes[0]);
     mesh.meshes[1].groups[0].firstIndex = 12;
-    Add(std::move(mesh)).twoSidedLighting = false;
+    Add(std::move(mesh));
     struct Row {
         Point3 scale;
         bool mirrored;
@@ -75,10 +75,13 @@ TEST_F(PassTest, MirroredInstancesShowTheirFronts) {
                                   ToMatrix(QuaternionFromEuler(0, row.flip[0] ? -0.6f : 0.6f, 0)) *
                                   Matrix::Translation({48, 24, 0});
         instance(0).flip = instance(1).flip = row.mirrored;
-        const Picture picture = Draw(kWidth, kHeight);
-        ExpectColour(picture.at(16, 24), {1, 1, 1, 1});
-        const float askew = std::cos(0.6f);
-        ExpectColour(picture.at(48, 24), {askew, askew, askew, 1});
+        for (const bool twoSided : {false, true}) {
+            materials[0].twoSidedLighting = twoSided;
+            const Picture picture = Draw(kWidth, kHeight);
+            ExpectColour(picture.at(16, 24), {1, 1, 1, 1});
+            const float askew = std::cos(0.6f);
+            ExpectColour(picture.at(48, 24), {askew, askew, askew, 1});
+        }
     }
 }
 
