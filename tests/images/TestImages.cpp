@@ -226,8 +226,8 @@ TEST(RadianceImage, DamagedLinesAreRefused) {
         {"repeat without a pixel", RadianceFile("-Y 1 +X 2", "\x01\x01\x01\x02")},
         {"run past the end", RadianceFile("-Y 1 +X 3", pixel + "\x01\x01\x01\x03")},
         {"new run past the end",
-         RadianceFile("-Y 1 +X 8",
-                      std::string("\x02\x02\x00\x08\x87\x01\x82\x01", 8) + std::string(40, 'x'))},
+         RadianceFile("-Y 1 +X 8", std::string("\x02\x02\x00\x08", 4) + "\x87\x01\x82\x01\x87\x01\x82\x01" +
+                                       "\x87\x01\x82\x01\x87\x01\x82\x01")},
         {"empty span",
          RadianceFile("-Y 1 +X 8", std::string("\x02\x02\x00\x08\x00\x00", 6) + std::string(40, 'x'))},
         {"wrong line length",

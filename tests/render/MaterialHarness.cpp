@@ -1,6 +1,7 @@
 #include "render/MaterialHarness.h"
 
 #include "render/ShadingReference.h"
+#include "render/Surroundings.h"
 
 #include <GL/glew.h>
 
@@ -9,10 +10,6 @@
 namespace velorin::test {
 
 namespace {
-
-ModelVertex VertexAt(Point3 position, Point2 uv, Point3 normal, Point3 along, float side) {
-    return {position, uv, normal, {along.x, along.y, along.z, side}};
-}
 
 const void* Offset(std::size_t bytes) {
     return reinterpret_cast<const void*>(bytes);
@@ -37,38 +34,18 @@ Surface Wall(float halfWidth, float halfHeight, float z) {
     const float side = Cross(normal, along).y > 0 ? 1.0f : -1.0f;
     Surface wall;
     for (const auto& [x, y] : {std::pair{-1.0f, -1.0f}, {-1.0f, 1.0f}, {1.0f, 1.0f}, {1.0f, -1.0f}})
-        wall.vertices.push_back(VertexAt({x * halfWidth, y * halfHeight, z},
-                                         {x * 0.5f + 0.5f, y * 0.5f + 0.5f}, normal, along, side));
+        wall.vertices.push_back({{x * halfWidth, y * halfHeight, z},
+                                 {x * 0.5f + 0.5f, y * 0.5f + 0.5f},
+                                 normal,
+                                 {along.x, along.y, along.z, side}});
     wall.triangles = {{0, 1, 2}, {0, 2, 3}};
     return wall;
 }
 
-Surface Ball(float radius, int slices, int stacks) {
-    Surface ball;
-    for (int j = 0; j <= stacks; ++j)
-        for (int i = 0; i <= slices; ++i) {
-            const float u = static_cast<float>(i) / static_cast<float>(slices);
-            const float v = static_cast<float>(j) / static_cast<float>(stacks);
-            const float longitude = (u - 0.5f) * 2 * kPi, latitude = (v - 0.5f) * kPi;
-            const Point3 n{std::cos(latitude) * std::sin(longitude), std::sin(latitude),
-                           std::cos(latitude) * std::cos(longitude)};
-            const Point3 along{std::cos(longitude), 0, -std::sin(longitude)};
-            const Point3 down{-std::sin(latitude) * std::sin(longitude), std::cos(latitude),
-                              -std::sin(latitude) * std::cos(longitude)};
-            ball.vertices.push_back(
-                VertexAt(n * radius, {u, v}, n, along, Dot(Cross(n, along), down) > 0 ? 1.0f : -1.0f));
-        }
-    const auto index = [&](int i, int j) { return static_cast<std::uint32_t>(j * (slices + 1) + i); };
-    for (int j = 0; j < stacks; ++j)
-        for (int i = 0; i < slices; ++i)
-            for (const Triangle& t : {Triangle{index(i, j), index(i + 1, j), index(i + 1, j + 1)},
-                                      Triangle{index(i, j), index(i + 1, j + 1), index(i, j + 1)}}) {
-                const Point3 a = ball.vertices[t[0]].position, b = ball.vertices[t[1]].position,
-                             c = ball.vertices[t[2]].position;
-                const bool outward = Dot(Cross(b - a, c - a), a + b + c) > 0;
-                ball.triangles.push_back(outward ? t : Triangle{t[0], t[2], t[1]});
-            }
-    return ball;
+Surface Ball(float radius) {
+    PreparedMesh sphere = MakeSphere();
+    for (ModelVertex& vertex : sphere.vertices) vertex.position = vertex.position * radius;
+    return {std::move(sphere.vertices), std::move(sphere.triangles)};
 }
 
 MaterialHarness::MaterialHarness(int width, int height)

@@ -28,7 +28,7 @@ struct Surface {
 // y.
 [[nodiscard]] Surface Wall(float halfWidth, float halfHeight, float z = 0);
 // A sphere around the origin with exact normals; u runs once around y, v from up (-y) to down.
-[[nodiscard]] Surface Ball(float radius, int slices = 96, int stacks = 64);
+[[nodiscard]] Surface Ball(float radius);
 
 // What one pass wrote: two pictures of floats, row 0 on top; alpha 0 where nothing was drawn (the second one
 // is only of the property pass).

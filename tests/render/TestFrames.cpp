@@ -70,6 +70,7 @@ TEST_F(FrameTest, PickingTellsPositionNormalAndObject) {
     Add(QuadMesh({32 - 20 * c, 4, -20 * s}, {32 + 20 * c, 4, 20 * s}, {32 + 20 * c, 44, 20 * s},
                  {32 - 20 * c, 44, -20 * s}))
         .forceOpacity = 0.5f; // picks as if solid
+    materials.back().invisibleToAOGlow = true;
     instance(1).objectIndex = 7;
     settings.picking = true;
     (void)Draw(64, 48);

@@ -51,7 +51,7 @@ TEST_F(PassTest, NearerSurfacesHideFartherOnesAndBackFacesAreCulled) {
 // the geometry is a wall that lies askew and has a matrix of its own.
 TEST_F(PassTest, MirroredInstancesShowTheirFronts) {
     settings.lights[0].type = LightType::Parallel;
-    settings.lights[0].direction = {0, 0, 1}; // into the scene
+    const Point3 light = settings.lights[0].direction = {std::sin(0.3f), 0, std::cos(0.3f)};
     PreparedMesh mesh = BoxMesh({-8, -8, -8}, {8, 8, 8});
     const PreparedMesh wall = RectMesh(-8, -8, 8, 8);
     for (const Triangle& t : wall.triangles) mesh.triangles.push_back({t[0] + 24, t[1] + 24, t[2] + 24});
@@ -68,18 +68,19 @@ TEST_F(PassTest, MirroredInstancesShowTheirFronts) {
                            {{-1, 1, 1}, true, {}},
                            {{1, 1, 1}, false, {false, true, false}},
                            {{1, 1, 1}, false, {true, true, false}},
+                           {{1, 1, 1}, false, {false, true, true}},
                            {{1, -1, 1}, true, {true, false, false}}}) {
         model(0).flip = row.flip;
         instance(0).modelMatrix = Matrix::Scale(row.scale) * Matrix::Translation({16, 24, 0});
-        instance(1).modelMatrix = Matrix::Scale(row.scale) *
-                                  ToMatrix(QuaternionFromEuler(0, row.flip[0] ? -0.6f : 0.6f, 0)) *
-                                  Matrix::Translation({48, 24, 0});
+        // Flipped through its plane the wall shows its back until it is turned round.
+        const Matrix turn = ToMatrix(QuaternionFromEuler(0, row.flip[2] ? kPi + 0.6f : 0.6f, 0));
+        instance(1).modelMatrix = Matrix::Scale(row.scale) * turn * Matrix::Translation({48, 24, 0});
+        const float askew = -Dot(TransformDirection({0, 0, row.flip[2] ? 1.0f : -1.0f}, turn), light);
         instance(0).flip = instance(1).flip = row.mirrored;
         for (const bool twoSided : {false, true}) {
             materials[0].twoSidedLighting = twoSided;
             const Picture picture = Draw(kWidth, kHeight);
-            ExpectColour(picture.at(16, 24), {1, 1, 1, 1});
-            const float askew = std::cos(0.6f);
+            ExpectColour(picture.at(16, 24), {light.z, light.z, light.z, 1});
             ExpectColour(picture.at(48, 24), {askew, askew, askew, 1});
         }
     }
