@@ -339,7 +339,7 @@ TEST(SceneDocument, SendsTagsToTheRecordThatWasStartedLast) {
         Narrow(201, U8({0})) +                                             // of the one that was dropped
         Narrow(200, U32(0)) + Narrow(201, U8({0})) + Narrow(700, U32(0)) + //
         Narrow(100, U8({0})) + Narrow(501, Zero("renamed")) + Narrow(102, Zero("b")) + //
-        Narrow(160, U32(1)) + Narrow(161, F32({8})) + Narrow(160, U32(9)) + Narrow(161, F32({9}));
+        Narrow(160, U32(1)) + Narrow(161, F32({8})) + Narrow(160, U32(5)) + Narrow(161, F32({9}));
     const auto scene = ReadScene(document);
     ASSERT_EQ(scene->materials.size(), 2u);
     EXPECT_EQ(scene->materials[0]->name, "first");
