@@ -66,8 +66,7 @@ PF_Err Abort(PF_ProgPtr) {
 }
 
 PF_Err Progress(PF_ProgPtr, A_long, A_long) {
-    ++current->progressCalls;
-    return PF_Err_NONE;
+    return ++current->progressCalls == current->stopAtProgress ? PF_Interrupt_CANCEL : PF_Err_NONE;
 }
 
 PF_Handle NewHandle(A_HandleSize size) {

@@ -41,6 +41,7 @@ public:
     std::set<PF_Handle> alive;
     std::size_t handles = 0; // their number
     int progressCalls = 0;
+    int stopAtProgress = -1; // the call of `progress` that tells of the user's stop
     PF_ParamIndex lastCheckout = -1;
     std::map<PF_ParamIndex, std::map<A_long, double>> floatsAtTime; // values that change over time
     int floatReads = 0;                                             // checkouts of rows in floatsAtTime

@@ -44,6 +44,7 @@ protected:
         host.in.width = 160;
         host.in.height = 90;
         host.progressCalls = 0;
+        host.stopAtProgress = -1;
         ASSERT_EQ(host.Send(PF_Cmd_SEQUENCE_SETUP), PF_Err_NONE);
         static int number = 0; // a file of its own, so that no test meets the geometry of another
         path = std::filesystem::temp_directory_path() /
@@ -147,6 +148,21 @@ TEST_F(Frame, DeclaresAndTakesEachLayerOnce) {
     for (A_long id = 1852; id <= 1861; ++id) expected.push_back(id);
     expected.push_back(114);
     EXPECT_EQ(frame.taken, expected);
+}
+
+TEST_F(Frame, MotionBlurReportsEachPassAndStops) {
+    AddCube();
+    host.Row(1102).u.pd.value = 2;
+    host.Row(1103).u.fs_d.value = 5;
+    FakeFrame whole(host, 160, 90), stopped(host, 160, 90), again(host, 160, 90);
+    ASSERT_EQ(whole.Render(), PF_Err_NONE);
+    EXPECT_EQ(host.progressCalls, 5);
+    EXPECT_GT(whole.PixelsDrawn(), 0u);
+    host.stopAtProgress = 8;
+    EXPECT_EQ(stopped.Render(), PF_Interrupt_CANCEL);
+    EXPECT_EQ(stopped.PixelsDrawn(), 0u);
+    EXPECT_EQ(again.Render(), PF_Err_NONE);
+    EXPECT_EQ(again.PixelsDrawn(), whole.PixelsDrawn());
 }
 
 TEST_F(Frame, UnifiedAloneDrawsNothing) {

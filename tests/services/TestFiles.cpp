@@ -130,6 +130,19 @@ TEST(MappedFile, RangesNeedNoAlignment) {
     EXPECT_EQ(std::filesystem::file_size(path), content.size() + 20);
 }
 
+TEST(MappedFile, MovesAndCloses) {
+    const TemporaryFolder folder;
+    MappedFile first = MappedFile::Open(folder.Put("a", "aaa"), FileAccess::Read);
+    MappedFile second = std::move(first);
+    EXPECT_FALSE(first.valid()); // NOLINT: the state after a move is part of the contract
+    EXPECT_EQ(Text(second.bytes()), "aaa");
+    second = MappedFile::Open(folder.Put("b", "bb"), FileAccess::Read);
+    EXPECT_EQ(Text(second.bytes()), "bb");
+    second.Close();
+    EXPECT_FALSE(second.valid());
+    EXPECT_EQ(second.size(), 0u);
+}
+
 // Runs `body` in a child process whose files may not grow beyond `limit` bytes, as on a disk that is full.
 template <class Body>
 bool HoldsOnFullDisk(rlim_t limit, Body body) {
@@ -207,6 +220,19 @@ TEST(SafeFile, KeepsLinksAndPermissions) {
     EXPECT_TRUE(std::filesystem::is_symlink(link));
     EXPECT_EQ(ReadWhole(target), "new");
     EXPECT_EQ(std::filesystem::status(target).permissions(), std::filesystem::perms{0640});
+}
+
+TEST(Files, RenameReplacesAndChangeDirectoryMoves) {
+    const TemporaryFolder folder;
+    const std::string from = folder.Put("a", "A"), to = folder.Put("b", "B");
+    EXPECT_EQ(RenameFile(from, to), 0);
+    EXPECT_EQ(ReadWhole(to), "A");
+    EXPECT_EQ(RenameFile(from, to), ENOENT);
+    const std::filesystem::path before = std::filesystem::current_path();
+    EXPECT_TRUE(ChangeDirectory(folder.path()));
+    EXPECT_EQ(ReadWhole("b"), "A");
+    EXPECT_FALSE(ChangeDirectory(folder.file("absent")));
+    EXPECT_TRUE(ChangeDirectory(before.string()));
 }
 
 TEST(Files, FactsHaveTheFractionOfASecond) {
