@@ -142,6 +142,11 @@ TEST(SceneDocument, WritesTheTagsOfEachModelTypeInOrder) {
               std::string(kHead) +
                   "110:1 111:1 112:1 113:1 114:1 190:1 190:1 191:1 200:4 201:1 200:4 201:1 300:4 301:1 " +
                   "400:1 401:4 401:4 " + mesh + "400:1 " + mesh);
+    // A binding without a material says the first; a flag without a binding is of nothing.
+    scene.materials.push_back(Ref<SceneMaterial>::Make());
+    EXPECT_EQ(ReadScene(scene.Flat())->models[0]->bindings.size(), 2u);
+    SceneModel unbound;
+    EXPECT_TRUE(unbound.ReadChunk(201, U8({0}), 4) && unbound.bindings.empty());
 }
 
 TEST(SceneDocument, KeepsEveryField) {
