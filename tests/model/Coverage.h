@@ -50,7 +50,11 @@ inline double ShoelaceArea(const Outline& outline) {
     return sum / 2;
 }
 
-enum class Fill { EvenOdd, Positive };
+enum class Fill { NonZero, EvenOdd, Positive };
+
+inline bool Filled(Fill rule, int winding) {
+    return rule == Fill::NonZero ? winding != 0 : rule == Fill::EvenOdd ? winding % 2 != 0 : winding > 0;
+}
 
 // The edges of outlines by the horizontal bands that they run through.
 class Scan {
@@ -85,8 +89,7 @@ public:
         int winding = 0;
         for (std::size_t k = 0; k + 1 < crossings.size(); ++k) {
             winding += crossings[k].second;
-            if (rule_ == Fill::EvenOdd ? winding % 2 != 0 : winding > 0)
-                visit(crossings[k].first, crossings[k + 1].first);
+            if (Filled(rule_, winding)) visit(crossings[k].first, crossings[k + 1].first);
         }
     }
 

@@ -8,13 +8,16 @@
 #include "model/extrusion/Contours.h"
 #include "services/Fonts.h"
 
+#include <fontconfig/fontconfig.h>
 #include <ft2build.h>
 #include <gtest/gtest.h>
 #include FT_FREETYPE_H
 #include FT_OUTLINE_H
 
 #include <cstdlib>
+#include <memory>
 #include <random>
+#include <set>
 
 namespace velorin {
 namespace {
@@ -297,20 +300,43 @@ void Check(const std::vector<std::vector<PathPoint>>& paths, const Setting& sett
     expect(furthest <= 0.25, "units outside of the outline", furthest);
 }
 
+// The four families that are checked throughout come first; with `all`, all others that are installed.
+constexpr std::size_t kThroughout = 4;
+std::vector<std::string> Families(bool all) {
+    std::vector<std::string> families{"serif", "sans-serif", "monospace", "Nimbus Roman"};
+    if (!all) return families;
+    const std::unique_ptr<FcConfig, void (*)(FcConfig*)> config(FcInitLoadConfigAndFonts(), FcConfigDestroy);
+    const FcFontSet* const fonts = FcConfigGetFonts(config.get(), FcSetSystem);
+    std::set<std::string> others;
+    for (int i = 0; fonts && i < fonts->nfont; ++i) {
+        FcChar8* family = nullptr;
+        if (FcPatternGetString(fonts->fonts[i], FC_FAMILY, 0, &family) == FcResultMatch)
+            others.insert(reinterpret_cast<const char*>(family));
+    }
+    families.insert(families.end(), others.begin(), others.end());
+    return families;
+}
+
 TEST(Glyphs, SolidsAreClosedAndMeasureWhatTheirOutlinesDo) {
     const bool all = std::getenv("VELORIN_ALL_GLYPHS") != nullptr;
     FT_Library library = nullptr;
     ASSERT_EQ(FT_Init_FreeType(&library), 0);
     std::mt19937 random(20260711);
     Tally tally;
-    for (const char* family : {"serif", "sans-serif", "monospace", "Nimbus Roman"}) {
-        const std::string file = FindFont(family).path;
+    std::set<std::string> files;
+    const std::vector<std::string> families = Families(all);
+    for (std::size_t f = 0; f < families.size(); ++f) {
+        const std::string file = FindFont(families[f]).path;
         FT_Face face = nullptr;
-        if (file.empty() || FT_New_Face(library, file.c_str(), 0, &face) != 0) continue;
+        if (file.empty() || !files.insert(file).second || FT_New_Face(library, file.c_str(), 0, &face) != 0)
+            continue;
         for (unsigned long c = 0x21; c < 0x7F; ++c) {
             const auto paths = GlyphPaths(face, c);
             const std::string name = file.substr(file.rfind('/') + 1) + " '" + static_cast<char>(c) + "'";
-            for (int resolution = 0; resolution < 5 && !paths.empty(); ++resolution)
+            if (paths.empty()) continue;
+            for (const bool wide : {false, true})
+                if (f >= kThroughout) Check(paths, {2, 1, 0, 1, false, wide}, name, tally);
+            for (int resolution = 0; resolution < 5 && f < kThroughout; ++resolution)
                 for (const float depth : kDepths)
                     for (const float expand : kExpands) {
                         const float curve = static_cast<float>(random() % 5) * 0.5f - 1;
