@@ -54,7 +54,7 @@ SceneModel& AddPrimitive(Scene& scene, SceneModel& folder, PrimitiveKind kind, P
     model->position = position;
     MaterialBinding binding;
     binding.material = material;
-    binding.index = static_cast<std::uint32_t>(scene.IndexOf(material));
+    binding.index = static_cast<std::uint32_t>(MaterialPlaces(scene).Of(material));
     model->bindings.push_back(binding);
     SceneModel& added = *model;
     (void)folder.Attach(added, &scene, false);

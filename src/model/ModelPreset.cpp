@@ -22,19 +22,19 @@ enum Tag : std::uint32_t {
 };
 constexpr std::uint32_t kDocumentVersion = 4;
 
-void WriteTree(ChunkFile& file, const SceneModel& model, const Scene& scene) {
-    model.WriteChunks(file, &scene);
+void WriteTree(ChunkFile& file, const SceneModel& model, const MaterialPlaces& places) {
+    model.WriteChunks(file, &places);
     std::vector<std::pair<std::int32_t, const SceneMaterial*>> used;
     for (const MaterialBinding& binding : model.bindings)
-        if (binding.material) used.emplace_back(scene.IndexOf(binding.material), binding.material);
+        if (binding.material) used.emplace_back(places.Of(binding.material), binding.material);
     std::sort(used.begin(), used.end());
     used.erase(std::unique(used.begin(), used.end()), used.end());
     for (const auto& [index, material] : used) {
         const std::uint32_t start = 0;
         file.WriteChunk(kMaterialStart, &start, sizeof start);
-        material->WriteChunks(file, &scene, true);
+        material->WriteChunks(file, &places, true);
     }
-    for (const Ref<SceneModel>& child : model.children) WriteTree(file, *child, scene);
+    for (const Ref<SceneModel>& child : model.children) WriteTree(file, *child, places);
 }
 
 class PresetReader {
@@ -144,7 +144,7 @@ bool SaveModelPreset(const std::string& path, const SceneModel& model, const Sce
                      const PresetPicture& picture, std::string* error) {
     ChunkFile file(path, ChunkFile::Mode::Write);
     file.WriteChunk(kVersion, &kDocumentVersion, sizeof kDocumentVersion);
-    WriteTree(file, model, scene);
+    WriteTree(file, model, MaterialPlaces(scene));
     if (!picture.pixels.empty()) {
         const std::uint32_t size[] = {picture.width, picture.height};
         file.WriteChunk(kPictureSize, size, sizeof size);

@@ -7,17 +7,21 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+
 using namespace velorin;
 using namespace velorin::test;
 
 namespace {
 
 Buffer Written(const SceneMaterial& material, const Scene* scene, bool withName) {
+    const auto places = scene ? std::optional<MaterialPlaces>(*scene) : std::nullopt;
+    const MaterialPlaces* const known = places ? &*places : nullptr;
     ChunkFile measure(nullptr, 0, kMaterialPresetForm);
-    material.WriteChunks(measure, scene, withName);
+    material.WriteChunks(measure, known, withName);
     Buffer buffer(static_cast<std::size_t>(measure.size()));
     ChunkFile write(buffer.data(), buffer.size(), kMaterialPresetForm);
-    material.WriteChunks(write, scene, withName);
+    material.WriteChunks(write, known, withName);
     EXPECT_EQ(write.size(), buffer.size());
     return buffer;
 }

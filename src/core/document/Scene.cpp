@@ -31,13 +31,14 @@ void WriteDocument(const Scene& scene, ChunkFile& file) {
     const std::uint8_t start = 0;
     WriteRecord(file, kChannelFields, &scene.environment, FieldUse::ReadOnly,
                 static_cast<std::int32_t>(kEnvironmentTags) - static_cast<std::int32_t>(kChannelTags));
+    const MaterialPlaces places(scene);
     for (const Ref<SceneMaterial>& material : scene.materials) {
         file.WriteChunk(kMaterialStart, &start, 1);
-        material->WriteChunks(file, &scene, true);
+        material->WriteChunks(file, &places, true);
     }
     for (const SceneModel* model : scene.Flatten()) {
         file.WriteChunk(kModelStart, &start, 1);
-        model->WriteChunks(file, &scene);
+        model->WriteChunks(file, &places);
     }
 }
 
@@ -142,20 +143,6 @@ std::vector<SceneModel*> Scene::Flatten() const {
     return list;
 }
 
-std::int32_t Scene::IndexOf(const SceneMaterial* material) const {
-    if (!material) return -1;
-    const auto known = [&] {
-        const std::int32_t place = material->place.load(std::memory_order_relaxed);
-        const bool stands = place >= 0 && static_cast<std::size_t>(place) < materials.size() &&
-                            materials[static_cast<std::size_t>(place)] == material;
-        return stands ? place : -1;
-    };
-    if (known() < 0) // all at once, since who writes a document asks for one after the other
-        for (auto i = static_cast<std::int32_t>(materials.size()) - 1; i >= 0; --i)
-            materials[static_cast<std::size_t>(i)]->place.store(i, std::memory_order_relaxed);
-    return known();
-}
-
 std::size_t Scene::Write(std::byte* buffer, std::size_t size) const {
     ChunkFile file(buffer, size, kSceneForm);
     WriteDocument(*this, file);
@@ -186,6 +173,16 @@ bool Scene::Read(Bytes flat) {
         ReportWarning("The scene's data is damaged: only " + std::to_string(file.bytesRead()) + " of its " +
                       std::to_string(flat.size()) + " bytes could be read.");
     return file.opened();
+}
+
+MaterialPlaces::MaterialPlaces(const Scene& scene) {
+    for (std::size_t i = 0; i < scene.materials.size(); ++i)
+        places_.emplace(scene.materials[i].get(), static_cast<std::int32_t>(i));
+}
+
+std::int32_t MaterialPlaces::Of(const SceneMaterial* material) const {
+    const auto found = places_.find(material);
+    return found == places_.end() ? -1 : found->second;
 }
 
 } // namespace velorin

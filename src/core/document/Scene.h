@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <unordered_map>
 #include <vector>
 
 namespace velorin {
@@ -64,8 +65,6 @@ public:
 
     // All models of the tree, a folder before its contents; pointers are borrowed.
     [[nodiscard]] std::vector<SceneModel*> Flatten() const;
-    // Position in `materials`, -1 when it is not there.
-    [[nodiscard]] std::int32_t IndexOf(const SceneMaterial* material) const;
     // Moves a model to the top level at `index`, -1 for the end, as SceneModel::Attach does into a folder.
     void AttachTop(SceneModel& model, bool keepWorld, int index = -1);
     // Takes a model out of the tree. The caller gets the reference that the tree held.
@@ -81,6 +80,18 @@ public:
     // damaged one gives what could be read, with a warning; false when its magic was refused, the scene then
     // being empty.
     bool Read(Bytes flat);
+};
+
+// Where the materials of a scene stand in its list, for who asks for many of them: as it was when this was
+// made.
+class MaterialPlaces {
+public:
+    explicit MaterialPlaces(const Scene& scene);
+    // The first place; -1 when it is not there.
+    [[nodiscard]] std::int32_t Of(const SceneMaterial* material) const;
+
+private:
+    std::unordered_map<const SceneMaterial*, std::int32_t> places_;
 };
 
 } // namespace velorin

@@ -63,14 +63,14 @@ void SceneMaterial::ReadChunk(std::uint32_t tag, Bytes payload) {
     if (tag == kChannelTags) needsTextures = true;
 }
 
-void SceneMaterial::WriteChunks(ChunkFile& file, const Scene* scene, bool withName) const {
+void SceneMaterial::WriteChunks(ChunkFile& file, const MaterialPlaces* places, bool withName) const {
     const Field* const end = kMaterialFields.rows.data() + kMaterialFields.rows.size();
     for (const Field* field = kMaterialFields.rows.data(); field != end;) {
         if (field->kind == FieldKind::Channels) {
             for (const TextureChannel& channel : channels) WriteChannel(file, channel, FieldUse::ReadOnly);
             WriteChannel(file, displacement, FieldUse::ExceptDisplacement);
         } else if (field->tag == 502) {
-            const std::int32_t position = scene ? scene->IndexOf(this) : -1;
+            const std::int32_t position = places ? places->Of(this) : -1;
             file.WriteChunk(field->tag, &position, sizeof position);
         } else if (field->use == FieldUse::Always && (withName || field->tag != 501)) {
             field = WriteFields(file, kMaterialFields, field, this);

@@ -6,7 +6,6 @@
 #include "services/ByteReader.h"
 
 #include <array>
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -16,7 +15,7 @@ namespace velorin {
 
 class AssetContext;
 class ChunkFile;
-class Scene;
+class MaterialPlaces;
 
 enum class MaterialType : std::uint32_t { Standard = 0, Physical = 1 };
 enum class AoMode : std::uint32_t { On = 0, Ignore = 1, ReceiveRayTraced = 2 };
@@ -153,10 +152,9 @@ public:
     std::vector<std::uint8_t> thumbnail; // RGBA pixels that a preset came with
 
     AssetContext* context;
-    bool needsTextures = true; // set when a channel's path changed; cleared by who loads the textures
-    mutable std::atomic<std::int32_t> place{-1}; // where Scene::IndexOf found it last; only a hint
-    std::uint32_t previewId = 0;                 // thumbnail job, given back to the context at the end
-    std::uint32_t currentChannel = kNoChannel;   // read cursor: the channel that the tags 701 to 714 go to
+    bool needsTextures = true;   // set when a channel's path changed; cleared by who loads the textures
+    std::uint32_t previewId = 0; // thumbnail job, given back to the context at the end
+    std::uint32_t currentChannel = kNoChannel; // read cursor: the channel that the tags 701 to 714 go to
     static constexpr std::uint32_t kNoChannel = 0xffffffff;
 
     [[nodiscard]] TextureChannel& channel(Channel number) {
@@ -174,9 +172,9 @@ public:
     void StartReading();
     // One tag, the payload padded with zeros when it is short. Tags outside 501 to 714 are ignored.
     void ReadChunk(std::uint32_t tag, Bytes payload);
-    // All tags in their order. Tag 501 only `withName`; tag 502 holds the position in the list of `scene`, or
-    // -1.
-    void WriteChunks(ChunkFile& file, const Scene* scene, bool withName) const;
+    // All tags in their order. Tag 501 only `withName`; tag 502 holds the place, or -1 when there is none or
+    // `places` is null.
+    void WriteChunks(ChunkFile& file, const MaterialPlaces* places, bool withName) const;
 
     // A preset file (".qmt"), written beside its place and renamed over it. `pixels` may be empty; otherwise
     // RGBA rows of at most 65,535 bytes together. False when the file cannot be written; `error` then says

@@ -120,15 +120,15 @@ void WriteMesh(ChunkFile& file, const SceneMesh& mesh) {
     }
 }
 
-void WriteBindings(ChunkFile& file, const SceneModel& model, const Scene* scene) {
+void WriteBindings(ChunkFile& file, const SceneModel& model, const MaterialPlaces* places) {
     for (const MaterialBinding& binding : model.bindings) {
-        const std::int32_t position = scene ? scene->IndexOf(binding.material) : -1;
+        const std::int32_t position = places ? places->Of(binding.material) : -1;
         WriteNumber(file, kBinding, static_cast<std::uint32_t>(std::max(position, 0)));
         WriteByte(file, kBindingEnabled, binding.enabled);
     }
 }
 
-void WriteList(ChunkFile& file, const SceneModel& model, FieldKind kind, const Scene* scene) {
+void WriteList(ChunkFile& file, const SceneModel& model, FieldKind kind, const MaterialPlaces* places) {
     switch (kind) {
     case FieldKind::Groups:
         for (std::uint32_t i = 0; i < kGroups; ++i) WriteByte(file, kFirstGroup + i, model.groups[i]);
@@ -137,7 +137,7 @@ void WriteList(ChunkFile& file, const SceneModel& model, FieldKind kind, const S
         for (const bool visible : model.meshVisible) WriteByte(file, kMeshVisible, visible);
         break;
     case FieldKind::Bindings:
-        WriteBindings(file, model, scene);
+        WriteBindings(file, model, places);
         break;
     case FieldKind::Meshes:
         for (const Ref<SceneMesh>& mesh : model.meshes) WriteMesh(file, *mesh);
@@ -235,13 +235,13 @@ bool SceneModel::ReadChunk(std::uint32_t tag, Bytes payload, std::uint32_t versi
     return true;
 }
 
-void SceneModel::WriteChunks(ChunkFile& file, const Scene* scene) const {
+void SceneModel::WriteChunks(ChunkFile& file, const MaterialPlaces* places) const {
     const Field* const end = kModelFields.rows.data() + kModelFields.rows.size();
     for (const Field* field = kModelFields.rows.data(); field != end;) {
         if (!IsWritten(*field, *this)) {
             ++field;
         } else if (IsList(field->kind)) {
-            WriteList(file, *this, field->kind, scene);
+            WriteList(file, *this, field->kind, places);
             ++field;
         } else {
             field = WriteFields(file, kModelFields, field, this);

@@ -16,6 +16,7 @@ namespace velorin {
 
 class AssetContext;
 class ChunkFile;
+class MaterialPlaces;
 class Scene;
 class SceneMaterial;
 class SceneModel;
@@ -237,9 +238,9 @@ public:
     // One tag. True when it is a model tag. `version` is that of the document, 1 to 4 (0 for an unknown one).
     // A payload that is too short is padded with zeros.
     bool ReadChunk(std::uint32_t tag, Bytes payload, std::uint32_t version);
-    // All tags of this model in their order, without its children. Bindings are stored as positions in the
-    // list of `scene`; 0 when it is null or does not hold the material.
-    void WriteChunks(ChunkFile& file, const Scene* scene) const;
+    // All tags of this model in their order, without its children. Bindings are stored as the places of
+    // their materials; 0 when `places` is null or does not hold the material.
+    void WriteChunks(ChunkFile& file, const MaterialPlaces* places) const;
 };
 
 } // namespace velorin

@@ -103,7 +103,7 @@ Json RecordToJson(const FieldTable& table, const void* record, const void* defau
 
 class SceneWriter {
 public:
-    SceneWriter(const Scene& scene, bool withDefaults) : scene_(scene), all_(withDefaults) {}
+    SceneWriter(const Scene& scene, bool withDefaults) : scene_(scene), places_(scene), all_(withDefaults) {}
 
     Json Write() const {
         Json json = Json::object();
@@ -221,7 +221,7 @@ private:
     }
 
     Json Binding(const MaterialBinding& binding) const {
-        const std::int32_t position = scene_.IndexOf(binding.material);
+        const std::int32_t position = places_.Of(binding.material);
         const Json index = position < 0 ? Json(nullptr) : Json(position);
         if (binding.enabled && !all_) return index;
         return {{"material", index}, {"enabled", binding.enabled}};
@@ -258,6 +258,7 @@ private:
     }
 
     const Scene& scene_;
+    const MaterialPlaces places_;
     bool all_;
 };
 
